@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+class FbxManager;
+
+/// Named switches for importing. Owned by its manager.
+///
+/// "Import|AdvOptGrp|FileFormat|Fbx|Animation" set to false leaves curves and stacks out. Other names are kept and
+/// mean nothing to the importer.
+class FbxIOSettings
+{
+public:
+    static FbxIOSettings* Create(FbxManager* pManager, const char* szName);
+    ~FbxIOSettings();
+
+    void SetBoolProp(const char* szName, bool bValue);
+    bool GetBoolProp(const char* szName, bool bDefault) const;
+
+private:
+    explicit FbxIOSettings(const char* szName);
+
+    std::string m_sName;
+    struct SSwitch
+    {
+        std::string sName;
+        bool bValue;
+    };
+    std::vector<SSwitch> m_switches;
+};

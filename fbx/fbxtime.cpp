@@ -1,0 +1,81 @@
+#include "fbx/fbxtime.h"
+
+#include <cmath>
+
+FbxTime FbxTime::FromSeconds(double fSeconds)
+{
+    FbxTime time;
+    time.SetSecondDouble(fSeconds);
+    return time;
+}
+
+void FbxTime::SetSecondDouble(double fSeconds)
+{
+    // One below the infinite time, so that no number of seconds ever means "without animation".
+    constexpr int64_t kMax = 0x7ffffffffffffffe;
+    const double fTicks = std::floor(fSeconds * static_cast<double>(kTicksPerSecond) + 0.5);
+    if (std::isnan(fTicks))
+        m_nTicks = 0;
+    else if (fTicks >= 9.2e18)
+        m_nTicks = kMax;
+    else if (fTicks <= -9.2e18)
+        m_nTicks = -kMax;
+    else
+        m_nTicks = static_cast<int64_t>(fTicks);
+}
+
+double FbxTime::GetSecondDouble() const
+{
+    return static_cast<double>(m_nTicks) / static_cast<double>(kTicksPerSecond);
+}
+
+int64_t FbxTime::GetFrameCount(double fFramesPerSecond) const
+{
+    if (!(fFramesPerSecond > 0.0) || fFramesPerSecond > 1e9)
+        return 0;
+    const double fFrame = GetSecondDouble() * fFramesPerSecond;
+    const double fFloor = std::floor(fFrame + 1e-3);
+    if (fFloor >= 9.2e18)
+        return 0x7fffffffffffffff;
+    if (fFloor <= -9.2e18)
+        return -0x7fffffffffffffff;
+    return static_cast<int64_t>(fFloor);
+}
+
+double FbxTime::GetFrameRate(int nTimeMode, double fCustom)
+{
+    switch (nTimeMode)
+    {
+    case 1:
+        return 120.0;
+    case 2:
+        return 100.0;
+    case 3:
+        return 60.0;
+    case 4:
+        return 50.0;
+    case 5:
+        return 48.0;
+    case 8:
+    case 9:
+        return 30000.0 / 1001.0;
+    case 10:
+        return 25.0;
+    case 11:
+        return 24.0;
+    case 12:
+        return 1000.0;
+    case 13:
+        return 24000.0 / 1001.0;
+    case 14:
+        return fCustom > 0.0 && fCustom <= 1e9 ? fCustom : 30.0;
+    case 15:
+        return 96.0;
+    case 16:
+        return 72.0;
+    case 17:
+        return 60000.0 / 1001.0;
+    default:
+        return 30.0;
+    }
+}
