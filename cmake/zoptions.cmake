@@ -21,7 +21,7 @@ endif()
 # baseline instruction set of the architecture.
 add_compile_options(-ffp-contract=off -fno-fast-math)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
 if(Z_WERROR)
   add_compile_options(-Werror)
 endif()
