@@ -216,11 +216,14 @@ def describe_takes(path, name, extra_frames=None):
     takes = []
     for ground, node, data in e.takes():
         first, last = data["startFrame"], data["endFrame"]
-        frames = {first + round((last - first) * k / 4) for k in range(5)} | set((extra_frames or {}).get(data["name"], ()))
+        frames = {first + round((last - first) * k / 4) for k in range(5)} | set((extra_frames or {}).get(data["name"],
+                                                                                                          ()))
         t, q = e.sequence_offset(ground, node, first)
-        samples = [{"frame": f, "nodes": {n.name: node_entry(e, n, f) for n in e.bones(ground)}} for f in sorted(frames)]
+        samples = [{"frame": f, "nodes": {n.name: node_entry(e, n,
+                                                             f) for n in e.bones(ground)}} for f in sorted(frames)]
         takes.append({"name": data["name"], "startFrame": first, "endFrame": last, "partialList": data["partialList"],
-                      "ground": ground.name, "roots": [n.name for n in e.bones(ground) if n.parent is None and n is not ground],
+                      "ground": ground.name,
+                      "roots": [n.name for n in e.bones(ground) if n.parent is None and n is not ground],
                       "sequenceOffset": {"translation": tidy(t, 6), "rotation": tidy(q, 7)},
                       "pathMetres": round(e.path_metres(ground, first, last), 6), "samples": samples})
     return {"file": name, "unit": "cm", "up": "Z", "rotation": "quaternion x, y, z, w; turns column vectors",
@@ -264,7 +267,8 @@ def describe_properties(path, name):
                 for ground, _, data in e.takes():
                     if node in e.bones(ground):
                         first, last = data["startFrame"], data["endFrame"]
-                        values[data["name"]] = [[f, property_value(e, node, key, kind, f)] for f in range(first, last + 1)]
+                        values[data["name"]] = [[f, property_value(e, node, key, kind, f)] for f in range(first,
+                                                                                                          last + 1)]
                 out.append({"node": node.name, "property": key, "type": kind, "exported": exported_name(node, key),
                             "values": values})
     return {"file": name, "note": "values at every frame of each take", "properties": out}
@@ -285,7 +289,8 @@ def write_json(path, value):
     def lines(v, depth):
         pad = " " * depth
         flat = json.dumps(v, separators=(",", ":"))
-        if not isinstance(v, (dict, list)) or len(flat) < 230 or not v or isinstance(v, list) and not isinstance(v[0], dict):
+        if not isinstance(v, (dict, list)) or len(flat) < 230 or not v or isinstance(v, list) and not isinstance(v[0],
+                                                                                                                 dict):
             return flat
         if isinstance(v, dict):
             body = ["%s %s:%s" % (pad, json.dumps(k), lines(x, depth + 1)) for k, x in v.items()]

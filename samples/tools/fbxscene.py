@@ -69,7 +69,8 @@ class Node:
 
     def __init__(self, name, kind, ident, parent):
         self.name, self.kind, self.ident, self.parent = name, kind, ident, parent
-        self.rest = {"Lcl Translation": (0.0, 0.0, 0.0), "Lcl Rotation": (0.0, 0.0, 0.0), "Lcl Scaling": (1.0, 1.0, 1.0)}
+        self.rest = {"Lcl Translation": (0.0, 0.0, 0.0), "Lcl Rotation": (0.0, 0.0, 0.0),
+                     "Lcl Scaling": (1.0, 1.0, 1.0)}
         self.properties = []            # written as they stand, user properties included
         self.attribute = []             # the same for the node attribute
 

@@ -115,7 +115,8 @@ def scout_rig():
     return scene
 
 
-ARM_AND_HEAD = ["Bip01_L_Clavicle", "Bip01_L_UpperArm", "Bip01_L_Forearm", "Bip01_L_Hand", "Bip01_Neck", "Bip01_Head"] + [
+ARM_AND_HEAD = ["Bip01_L_Clavicle", "Bip01_L_UpperArm", "Bip01_L_Forearm", "Bip01_L_Hand", "Bip01_Neck",
+                "Bip01_Head"] + [
     "Bip01_L_Finger%d%s" % (finger, joint) for finger in range(5) for joint in ("", "1", "2")]
 
 
@@ -142,7 +143,8 @@ def scout_moves():
     contact = [(0, 1)] + [(f, (f // 15) % 2) for f in range(15, 200, 15)] + [(216, 0), (241, 1)]
     scene.animate(ground, "export_contact", contact, CONSTANT, "Bool")
     scene.animate(ground, "export_gait", [(0, 0), (10, 1), (80, 2), (130, -1), (330, 3)], CONSTANT, "Integer")
-    scene.animate(nodes["Bip01_Spine2"], "export_lean", [(0, (0, 0, 0)), (120, (0.5, -1, 2)), (379, (-1, 3, 0.25))], LINEAR, "Vector")
+    scene.animate(nodes["Bip01_Spine2"], "export_lean", [(0, (0, 0, 0)), (120, (0.5, -1, 2)), (379, (-1, 3, 0.25))],
+                  LINEAR, "Vector")
     # Passed over: another prefix, and no curve.
     scene.animate(ground, "tool_speed", [(0, 0.0), (379, 9.0)], LINEAR, "Number")
     nodes["Bip01_Head"].user("export_mass", "Number", 4.5, "A+U")
@@ -214,7 +216,8 @@ def rider(rig):
         return scene
     scene.stack()
     for name, first, last, _, _ in takes:
-        scene.take(ground, name, first, last, ("ns:Bip01_Head", "ns:Bip01_Neck", "Bip01_Spine") if name == "brake" else ())
+        scene.take(ground, name, first, last, ("ns:Bip01_Head", "ns:Bip01_Neck",
+                                               "Bip01_Spine") if name == "brake" else ())
     poses = timeline(takes)
     key_ground(scene, ground, poses)
     key_biped(scene, nodes, bones, poses, root=ground_transform)
@@ -226,7 +229,8 @@ def rider(rig):
         turns.append((frame, grid((0, 0, pose["ground"][2] if pose else 0))))
     scene.animate(crate, "Lcl Translation", moves)
     scene.animate(crate, "Lcl Rotation", turns)
-    scene.animate(lid, "Lcl Rotation", [(0, (0, 0, 90)), (20, (12, 0, 90)), (40, (0, 0, 90)), (90, (35, 0, 90)), (114, (5, 0, 90))])
+    scene.animate(lid, "Lcl Rotation", [(0, (0, 0, 90)), (20, (12, 0, 90)), (40, (0, 0, 90)), (90, (35, 0, 90)),
+                                        (114, (5, 0, 90))])
     return scene
 
 
@@ -242,7 +246,8 @@ def camera_shot():
     scene.take(camera, "shot_b", 51, 100)
     scene.animate(camera, "FocalLength", [(0, 35.0), (40, 85.0), (100, 50.0)], LINEAR, "Number", attribute=True)
     scene.animate(camera, "NearPlane", [(0, 10.0), (60, 25.0)], CONSTANT, "Number", attribute=True)
-    scene.animate(camera, "Lcl Translation", [(0, (300, -500, 160)), (30, (260, -430, 150)), (70, (120, -390, 190)), (100, (-80, -420, 210))])
+    scene.animate(camera, "Lcl Translation", [(0, (300, -500, 160)), (30, (260, -430, 150)), (70, (120, -390, 190)),
+                                              (100, (-80, -420, 210))])
     scene.animate(camera, "Lcl Rotation", [(0, (0, 8, 120)), (50, (2, 12, 104)), (100, (0, 15, 75))], CUBIC)
     return scene
 
@@ -259,12 +264,15 @@ def door(rig):
     scene.stack()
     scene.take(frame, "open", 5, 44)
     scene.take(frame, "slam", -20, -5)
-    scene.animate(leaf, "Lcl Rotation", [(-24, (0, 0, 95)), (-12, (0, 0, 60)), (-7, (0, 0, 0)), (0, (0, 0, 0)), (12, (0, 0, 0)),
-                                         (30, (0, 0, 70)), (44, (0, 0, 95))])
+    scene.animate(leaf, "Lcl Rotation", [(-24, (0, 0, 95)), (-12, (0, 0, 60)), (-7, (0, 0, 0)), (0, (0, 0, 0)),
+                                         (12, (0, 0, 0)), (30, (0, 0, 70)), (44, (0, 0, 95))])
     scene.animate(handle, "Lcl Rotation", [(0, (90, 0, 0)), (8, (90, 0, 0)), (12, (90, 40, 0)), (20, (90, 0, 0))])
-    scene.animate(latch, "Lcl Translation", [(-24, (88, 0, 102)), (-8, (86, 0, 102)), (-6, (88, 0, 102)), (11, (86, 0, 102)), (31, (88, 0, 102))], CONSTANT)
-    scene.animate(latch, "Lcl Rotation", [(-24, (0, 0, 30)), (-9, (0, 0, -15)), (10, (0, 25, -15)), (33, (0, 0, 30))], CONSTANT)
-    scene.animate(frame, "Lcl Translation", [(-24, (40, 0, 0)), (-7, (40, 0, 0)), (-6, (40, 1.5, 0)), (-5, (40, 0, 0)), (0, (40, 0, 0))])
+    scene.animate(latch, "Lcl Translation", [(-24, (88, 0, 102)), (-8, (86, 0, 102)), (-6, (88, 0, 102)),
+                                             (11, (86, 0, 102)), (31, (88, 0, 102))], CONSTANT)
+    scene.animate(latch, "Lcl Rotation", [(-24, (0, 0, 30)), (-9, (0, 0, -15)), (10, (0, 25, -15)), (33, (0, 0, 30))],
+                  CONSTANT)
+    scene.animate(frame, "Lcl Translation", [(-24, (40, 0, 0)), (-7, (40, 0, 0)), (-6, (40, 1.5, 0)), (-5, (40, 0, 0)),
+                                             (0, (40, 0, 0))])
     return scene
 
 
@@ -287,11 +295,13 @@ def lever():
     scene.stack("Empty")
     scene.stack("Moves")
     scene.active_stack = "Moves"
-    base = scene.ground(scene.node("lever_base"), name="lever", rig=True, resource="assembly:/props/lever.fbx?/lever.rig")
+    base = scene.ground(scene.node("lever_base"), name="lever", rig=True,
+                        resource="assembly:/props/lever.fbx?/lever.rig")
     arm = scene.node("lever_arm", parent=base, translation=(0, 0, 20), rotation=(-30, 0, 0))
     knob = scene.node("lever_knob", parent=arm, translation=(0, 0, 45), rotation=(0, 0, 45))
     scene.take(base, "pull", 10, 49)
-    scene.animate(arm, "Lcl Rotation", [(0, (-30, 0, 0)), (10, (-30, 0, 0)), (22, (12, 0, 0)), (35, (38, 4, 0)), (49, (30, 0, 0))], CUBIC, stack=1)
+    scene.animate(arm, "Lcl Rotation", [(0, (-30, 0, 0)), (10, (-30, 0, 0)), (22, (12, 0, 0)), (35, (38, 4, 0)),
+                                        (49, (30, 0, 0))], CUBIC, stack=1)
     scene.animate(knob, "Lcl Scaling", [(0, (1, 1, 1)), (30, (1.4, 1.4, 1.4)), (49, (1, 1, 1))], stack=1)
     scene.animate(knob, "Lcl Rotation", [(0, (0, 0, 45)), (49, (0, 0, 225))], stack=1)
     return scene

@@ -129,7 +129,8 @@ def wave_hand(u):
 
 def strafe(u):
     """Sideways to the left along an arc."""
-    pose = {"ground": (140.0 * u, 25.0 * math.sin(math.pi * u), -35.0 * smooth(u)), "Bip01": (0.0, 0.0, 1.2 * wave(4, u) - 3.0)}
+    pose = {"ground": (140.0 * u, 25.0 * math.sin(math.pi * u), -35.0 * smooth(u)),
+            "Bip01": (0.0, 0.0, 1.2 * wave(4, u) - 3.0)}
     legs(pose, 2, u, 9.0, 30.0)
     arms(pose, 6.0 * wave(2, u), drop=34.0, bend=35.0)
     trunk(pose, 2, u, 5.0, 6.0)
