@@ -1,6 +1,6 @@
 # One library a folder; a target links only what lies below it, so a cycle cannot be written.
 #
-#   z_library(NAME LAYER n [SHARED | MODULE] SOURCES file... [LINKS target...] [WHOLE target...] [THIRDPARTY target...])
+#   z_library(NAME LAYER n [SHARED [EXPORTS version-script]] SOURCES file... [LINKS target...] [WHOLE target...] [THIRDPARTY target...])
 #   z_program(NAME LAYER n SOURCES ... LINKS ... THIRDPARTY ...)
 #   z_test(NAME SOURCES file... LINKS target... [THIRDPARTY target...] [ARGS word...])
 #   z_bench(NAME SOURCES ... LINKS ...)     z_fuzz(NAME SOURCES ... LINKS ... CORPUS folder)
@@ -39,13 +39,17 @@ function(_z_finish name)
 endfunction()
 
 function(z_library name)
-  cmake_parse_arguments(Z "SHARED;MODULE" "LAYER" "SOURCES;LINKS;WHOLE;THIRDPARTY" ${ARGN})
-  if(Z_MODULE OR Z_SHARED)
+  cmake_parse_arguments(Z "SHARED" "LAYER;EXPORTS" "SOURCES;LINKS;WHOLE;THIRDPARTY" ${ARGN})
+  if(Z_SHARED)
     add_library(${name} SHARED ${Z_SOURCES})
     # What is not marked for export stays inside, template instances and linked archives included.
-    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--exclude-libs,ALL)
-    if(Z_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-      target_link_options(${name} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)
+    if(NOT Z_EXPORTS)
+      set(Z_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    endif()
+    target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL -Wl,--version-script=${Z_EXPORTS})
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${Z_EXPORTS})
+    if(NOT Z_SANITIZE) # whose runtime stands in the program
+      target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()
   else()
     add_library(${name} STATIC ${Z_SOURCES})

@@ -61,8 +61,11 @@ public:
     uint32_t Capacity() const { return m_uiCapacity & ~INLINE_BIT; }
     bool IsInline() const { return (m_uiCapacity & INLINE_BIT) != 0; }
 
-    T* GetStart() { return IsInline() ? reinterpret_cast<T*>(&m_pElements) : m_pElements; }
-    const T* GetStart() const { return IsInline() ? reinterpret_cast<const T*>(&m_pElements) : m_pElements; }
+    T* GetStart() { return IsInline() ? static_cast<T*>(static_cast<void*>(&m_pElements)) : m_pElements; }
+    const T* GetStart() const
+    {
+        return IsInline() ? static_cast<const T*>(static_cast<const void*>(&m_pElements)) : m_pElements;
+    }
     T* begin() { return GetStart(); }
     T* end() { return GetStart() + m_uiCount; }
     const T* begin() const { return GetStart(); }
