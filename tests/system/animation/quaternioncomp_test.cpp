@@ -1,0 +1,280 @@
+#include "system/animation/quaternioncomp.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace
+{
+
+constexpr double DEGREES = 57.29577951308232;
+
+/// SplitMix64: the same numbers everywhere, unlike the standard distributions.
+class ZRandom
+{
+public:
+    explicit ZRandom(uint64_t nSeed) : m_nState(nSeed) {}
+    uint64_t Bits()
+    {
+        uint64_t n = (m_nState += 0x9e3779b97f4a7c15u);
+        n = (n ^ n >> 30) * 0xbf58476d1ce4e5b9u;
+        n = (n ^ n >> 27) * 0x94d049bb133111ebu;
+        return n ^ n >> 31;
+    }
+    /// In [-1, 1).
+    double Signed() { return static_cast<double>(static_cast<int64_t>(Bits()) >> 11) / 4503599627370496.0; }
+    /// Uniform over all rotations: points of a ball in four dimensions, brought to its surface.
+    SQuaternion Rotation()
+    {
+        for (;;)
+        {
+            const double x = Signed(), y = Signed(), z = Signed(), w = Signed();
+            const double fSquare = x * x + y * y + z * z + w * w;
+            if (fSquare > 1.0 || fSquare < 0.01)
+                continue;
+            const double f = 1.0 / std::sqrt(fSquare);
+            return {static_cast<float>(x * f), static_cast<float>(y * f), static_cast<float>(z * f),
+                    static_cast<float>(w * f)};
+        }
+    }
+
+private:
+    uint64_t m_nState;
+};
+
+SQuaternion Negated(const SQuaternion& q)
+{
+    return {-q.x, -q.y, -q.z, -q.w};
+}
+
+/// Angle of the rotation between two, in degrees; exact for small ones, where acos of the dot product is not.
+double AngleBetween(const SQuaternion& a, const SQuaternion& b)
+{
+    const double p[4] = {a.x, a.y, a.z, a.w}, q[4] = {b.x, b.y, b.z, b.w};
+    double pp = 0.0, qq = 0.0, fMinus = 0.0, fPlus = 0.0;
+    for (int n = 0; n < 4; ++n)
+    {
+        pp += p[n] * p[n];
+        qq += q[n] * q[n];
+    }
+    for (int n = 0; n < 4; ++n)
+    {
+        const double d = p[n] / std::sqrt(pp) - q[n] / std::sqrt(qq), s = p[n] / std::sqrt(pp) + q[n] / std::sqrt(qq);
+        fMinus += d * d;
+        fPlus += s * s;
+    }
+    return 4.0 * std::asin(std::min(1.0, 0.5 * std::sqrt(std::min(fMinus, fPlus)))) * DEGREES;
+}
+
+double UnitError(const SQuaternion& q)
+{
+    const double x = q.x, y = q.y, z = q.z, w = q.w;
+    return std::fabs(std::sqrt(x * x + y * y + z * z + w * w) - 1.0);
+}
+
+/// Where quantisers of this kind go wrong: the centres and the seams of the four cells, turns next to none and next to
+/// half a turn. `fStep` is about one step of the form under test.
+std::vector<SQuaternion> Sweep(double fStep)
+{
+    ZRandom random(0x5eed);
+    std::vector<SQuaternion> sweep;
+    for (int n = 0; n < 60000; ++n)
+        sweep.push_back(random.Rotation());
+    const auto add = [&sweep](const double(&q)[4], size_t nFirst)
+    {
+        const double f = 1.0 / std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
+        sweep.push_back({static_cast<float>(q[nFirst & 3] * f), static_cast<float>(q[(nFirst + 1) & 3] * f),
+                         static_cast<float>(q[(nFirst + 2) & 3] * f), static_cast<float>(q[(nFirst + 3) & 3] * f)});
+    };
+    for (int n = 0; n < 20000; ++n)
+    {
+        const double fSmall = std::ldexp(1.0, -static_cast<int>(random.Bits() % 30));
+        add({fSmall * random.Signed(), fSmall * random.Signed(), fSmall * random.Signed(), 1.0}, 0); // next to identity
+        add({random.Signed(), random.Signed(), random.Signed(), fSmall * fStep * random.Signed()}, 0); // half a turn
+        // Two, three or four components of one size, give or take a few steps.
+        double seam[4] = {random.Signed(), random.Signed(), random.Signed(), random.Signed()};
+        for (uint64_t i = 0; i < 2 + static_cast<uint64_t>(n % 3); ++i)
+            seam[i] = (random.Bits() & 1 ? 1.0 : -1.0) * (1.0 + 3.0 * fStep * random.Signed());
+        add(seam, random.Bits() & 3);
+    }
+    return sweep;
+}
+
+template <class TForm>
+double WorstError(const std::vector<SQuaternion>& sweep)
+{
+    double fWorst = 0.0;
+    for (const SQuaternion& q : sweep)
+    {
+        const auto uiCode = TForm::Pack(q);
+        EXPECT_EQ(uiCode, TForm::Pack(Negated(q)));
+        const SQuaternion decoded = TForm::Unpack(uiCode);
+        EXPECT_LT(UnitError(decoded), 2e-7);
+        EXPECT_EQ(uiCode, TForm::Pack(decoded));
+        fWorst = std::max(fWorst, AngleBetween(q, decoded));
+        if (::testing::Test::HasFailure())
+            break;
+    }
+    return fWorst;
+}
+
+SVector3 Axis(ZRandom& random)
+{
+    const SQuaternion q = random.Rotation();
+    const double f = 1.0 / std::sqrt(static_cast<double>(q.x) * q.x + static_cast<double>(q.y) * q.y +
+                                     static_cast<double>(q.z) * q.z);
+    return {static_cast<float>(q.x * f), static_cast<float>(q.y * f), static_cast<float>(q.z * f)};
+}
+
+SQuaternion TurnAbout(const SVector3& axis, double fHalfAngle)
+{
+    const double s = std::sin(fHalfAngle);
+    return {static_cast<float>(axis.x * s), static_cast<float>(axis.y * s), static_cast<float>(axis.z * s),
+            static_cast<float>(std::cos(fHalfAngle))};
+}
+
+} // namespace
+
+// The best any arrangement of so many codes could do is 0.0000655 and 0.1065 degrees (the covering of space by the
+// body-centred lattice); 62 bits in a cubic lattice of even steps would leave 0.0000936 and 30 bits 0.1522.
+TEST(QuaternionComp, ErrorStaysWithinTheBound)
+{
+    const double fWorst64 = WorstError<SQuaternionComp64>(Sweep(1e-6));
+    EXPECT_LE(fWorst64, 0.00008);
+    EXPECT_GE(fWorst64, 0.00007);
+    const double fWorst32 = WorstError<SQuaternionComp32>(Sweep(1e-3));
+    EXPECT_LE(fWorst32, 0.1195);
+    EXPECT_GE(fWorst32, 0.11);
+}
+
+TEST(QuaternionComp, RestAndHalfTurnsAreExact)
+{
+    EXPECT_EQ(SQuaternionComp64::Pack({0, 0, 0, 1}), 0u);
+    EXPECT_EQ(SQuaternionComp32::Pack({0, 0, 0, -1}), 0u);
+    for (const SQuaternion& q : {SQuaternion{0, 0, 0, 1}, {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}})
+    {
+        EXPECT_EQ(SQuaternionComp64::Unpack(SQuaternionComp64::Pack(Negated(q))), q);
+        EXPECT_EQ(SQuaternionComp32::Unpack(SQuaternionComp32::Pack(Negated(q))), q);
+    }
+}
+
+TEST(QuaternionComp, AnyCodeIsAUnitRotation)
+{
+    ZRandom random(11);
+    for (int n = 0; n < 100000; ++n)
+    {
+        const uint64_t uiCode = random.Bits();
+        ASSERT_LT(UnitError(SQuaternionComp64::Unpack(uiCode)), 2e-7) << uiCode;
+        ASSERT_LT(UnitError(SQuaternionComp32::Unpack(static_cast<uint32_t>(uiCode))), 2e-7) << uiCode;
+    }
+}
+
+TEST(QuaternionComp, RotationsWithoutADirectionPackAsTheIdentity)
+{
+    const float fNan = std::numeric_limits<float>::quiet_NaN();
+    const float fInfinity = std::numeric_limits<float>::infinity();
+    const float fLargest = std::numeric_limits<float>::max();
+    for (const SQuaternion& q : {SQuaternion{0, 0, 0, 0}, {fNan, 0, 0, 1}, {0, 0, 0, fNan}, {0, fInfinity, 0, 0}})
+    {
+        EXPECT_EQ(SQuaternionComp64::Pack(q), 0u);
+        EXPECT_EQ(SQuaternionComp32::Pack(q), 0u);
+        EXPECT_EQ(SQuaternionSingleAxisComp16::Pack({0, 1, 0, 0}, q), 0u);
+        EXPECT_EQ(SQuaternionSingleAxisComp16::Pack(q, {0.6f, 0, 0, 0.8f}), 0u);
+    }
+    // Length does not count, however extreme.
+    for (const float f : {fLargest, std::numeric_limits<float>::denorm_min()})
+    {
+        EXPECT_EQ(SQuaternionComp64::Pack({f, f, 0, f}), SQuaternionComp64::Pack({1, 1, 0, 1}));
+        EXPECT_EQ(SQuaternionSingleAxisComp16::Pack({0, 1, 0, 0}, {0, f, 0, f}),
+                  SQuaternionSingleAxisComp16::Pack({0, 1, 0, 0}, {0, 1, 0, 1}));
+    }
+}
+
+// One code a 65536th of a full turn: half of that is 0.002747 degrees, and the polynomial's steps differ by 0.04 %.
+TEST(QuaternionComp, SingleAxisErrorStaysWithinTheBoundForTurnsUpToAFullOneEitherWay)
+{
+    ZRandom random(3);
+    double fWorst = 0.0;
+    for (int nAxis = 0; nAxis < 40; ++nAxis)
+    {
+        const SVector3 axis = Axis(random);
+        const SQuaternion reference = TurnAbout(axis, 0.05 + 0.7 * std::fabs(random.Signed()));
+        for (int n = 0; n < 2000; ++n)
+        {
+            // Half angles beyond a quarter turn are keys whose sign nobody has corrected.
+            const SQuaternion key = TurnAbout(axis, 3.14159265358979 * (n == 0 ? 1.0 : random.Signed()));
+            const uint16_t uiCode = SQuaternionSingleAxisComp16::Pack(reference, key);
+            ASSERT_EQ(uiCode, SQuaternionSingleAxisComp16::Pack(reference, Negated(key)));
+            const SQuaternion decoded = SQuaternionSingleAxisComp16::Unpack(axis, uiCode);
+            ASSERT_LT(UnitError(decoded), 3e-7);
+            fWorst = std::max(fWorst, AngleBetween(key, decoded));
+        }
+    }
+    EXPECT_LE(fWorst, 0.00276);
+    EXPECT_GE(fWorst, 0.00270);
+}
+
+TEST(QuaternionComp, SingleAxisCodesAreEvenAndComeBack)
+{
+    const SVector3 axis{0.48f, -0.6f, 0.64f};
+    const SQuaternion reference{0.3f * axis.x, 0.3f * axis.y, 0.3f * axis.z, 0.9539392f};
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Unpack(axis, 0), SQuaternion());
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Unpack(axis, 32768), (SQuaternion{-axis.x, -axis.y, -axis.z, 0.0f}));
+    SQuaternion previous = SQuaternionSingleAxisComp16::Unpack(axis, 65535);
+    for (uint32_t nCode = 0; nCode < 65536; ++nCode)
+    {
+        const SQuaternion q = SQuaternionSingleAxisComp16::Unpack(axis, static_cast<uint16_t>(nCode));
+        ASSERT_EQ(SQuaternionSingleAxisComp16::Pack(reference, q), nCode);
+        ASSERT_EQ(SQuaternionSingleAxisComp16::Pack(reference, Negated(q)), nCode);
+        ASSERT_NEAR(AngleBetween(previous, q), 360.0 / 65536.0, 4e-5) << nCode;
+        previous = q;
+    }
+}
+
+TEST(QuaternionComp, SingleAxisIgnoresWhatTurnsAboutAnotherAxis)
+{
+    const SQuaternion reference{0, 0.6f, 0, 0.8f};
+    // The nearest turn about y of a turn about y and then a little about x is the turn about y alone.
+    const SQuaternion key = SQuaternion{0.01f, 0, 0, 0.99995f} * SQuaternion{0, 0.6f, 0, 0.8f};
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Pack(reference, key),
+              SQuaternionSingleAxisComp16::Pack(reference, {0, 0.6f, 0, 0.8f}));
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Pack(reference, {1, 0, 0, 0}), 0u);
+    // A reference that is next to the identity has no axis, and the track stores none.
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Pack({0, 1e-7f, 0, 1}, {0, 0.6f, 0, 0.8f}), 0u);
+}
+
+// Packed files outlive programs: these codes must not change, nor what they mean, with compiler or machine.
+TEST(QuaternionComp, CodesAreFixed)
+{
+    EXPECT_EQ(SQuaternionComp64::Pack({0.5f, 0.5f, 0.5f, 0.5f}), 0x1ffffcffffe7ffffu);
+    EXPECT_EQ(SQuaternionComp64::Pack({0.1f, -0.2f, 0.3f, 0.9273618f}), 0x04e6adb2f0f321eeu);
+    EXPECT_EQ(SQuaternionComp32::Pack({0.1f, -0.2f, 0.3f, 0.9273618f}), 0x04ad94e1u);
+    EXPECT_EQ(SQuaternionComp32::Pack({-0.7f, 0.1f, 0.7f, 0.1f}), 0xf9f80397u);
+    EXPECT_EQ(SQuaternionSingleAxisComp16::Pack({0, 0, 0.6f, 0.8f}, {0, 0, 0.6f, 0.8f}), 0x3470u);
+
+    ZRandom random(1);
+    std::vector<uint32_t> words;
+    for (int n = 0; n < 20000; ++n)
+    {
+        const SQuaternion q = random.Rotation();
+        const uint64_t uiCode64 = SQuaternionComp64::Pack(q);
+        const uint32_t uiCode32 = SQuaternionComp32::Pack(q);
+        const uint16_t uiCode16 = SQuaternionSingleAxisComp16::Pack({0.48f, -0.6f, 0.64f, 0.0f}, q);
+        const SQuaternion decoded[] = {
+            SQuaternionComp64::Unpack(uiCode64), SQuaternionComp32::Unpack(uiCode32),
+            SQuaternionSingleAxisComp16::Unpack({0.48f, -0.6f, 0.64f}, static_cast<uint16_t>(n * 3))};
+        words.insert(words.end(), {static_cast<uint32_t>(uiCode64 >> 32), static_cast<uint32_t>(uiCode64), uiCode32,
+                                   static_cast<uint32_t>(uiCode16)});
+        for (const SQuaternion& d : decoded)
+            for (const float f : {d.x, d.y, d.z, d.w})
+                words.push_back(std::bit_cast<uint32_t>(f));
+    }
+    uint32_t nHash = 2166136261u;
+    for (const uint32_t nWord : words)
+        nHash = (nHash ^ nWord) * 16777619u;
+    EXPECT_EQ(nHash, 0x7f1908c6u);
+}
