@@ -11,17 +11,30 @@
 namespace
 {
 
-struct SAxisAngle
+struct SAxis
 {
-    double x, y, z, fAngle, fHalfSin;
+    double x, y, z;
+    double fHalfSin; ///< sine of half the angle
 };
 
-SAxisAngle ToAxisAngle(const SQuaternion& q)
+SAxis AxisOf(const SQuaternion& q)
 {
     const double x = q.x, y = q.y, z = q.z;
     const double fSin = std::sqrt(x * x + y * y + z * z);
     const double f = fSin > 0.0 ? 1.0 / fSin : 0.0;
-    return {x * f, y * f, z * f, 2.0 * ZMath::ATan2(fSin, static_cast<double>(q.w)), fSin};
+    return {x * f, y * f, z * f, fSin};
+}
+
+double AngleOf(const SAxis& axis, const SQuaternion& q)
+{
+    return 2.0 * ZMath::ATan2(axis.fHalfSin, static_cast<double>(q.w));
+}
+
+/// At or next to the identity: what is left of the axis is rounding.
+bool HasNoAxis(const SQuaternion& q)
+{
+    constexpr float fNoAxis = 1.1920928955078125e-7f; // 2^-23
+    return std::fabs(q.x) <= fNoAxis && std::fabs(q.y) <= fNoAxis && std::fabs(q.z) <= fNoAxis;
 }
 
 /// 1 / sqrt(s) cut to 12 bits of mantissa. Processors have an instruction for this whose bits differ from maker to
@@ -79,20 +92,27 @@ ZString SMatrix43::ToString() const
     return text;
 }
 
+float4 QuaternionToAxis(const SQuaternion& q)
+{
+    if (HasNoAxis(q))
+        return {};
+    const SAxis a = AxisOf(q);
+    return {static_cast<float>(a.x), static_cast<float>(a.y), static_cast<float>(a.z), 0.0f};
+}
+
 float4 QuaternionToAxisAngle(const SQuaternion& q)
 {
-    constexpr float fNoAxis = 1.1920928955078125e-7f; // 2^-23
-    if (std::fabs(q.x) <= fNoAxis && std::fabs(q.y) <= fNoAxis && std::fabs(q.z) <= fNoAxis)
-        return {};
-    const SAxisAngle a = ToAxisAngle(q);
-    return {static_cast<float>(a.x), static_cast<float>(a.y), static_cast<float>(a.z), static_cast<float>(a.fAngle)};
+    float4 result = QuaternionToAxis(q);
+    result.w = HasNoAxis(q) ? 0.0f : static_cast<float>(AngleOf(AxisOf(q), q));
+    return result;
 }
 
 float4 QuaternionToRotationVector(const SQuaternion& q)
 {
-    const SAxisAngle a = ToAxisAngle(q.w < 0.0f ? SQuaternion{-q.x, -q.y, -q.z, -q.w} : q);
-    return {static_cast<float>(a.x * a.fAngle), static_cast<float>(a.y * a.fAngle), static_cast<float>(a.z * a.fAngle),
-            0.0f};
+    const SQuaternion nearer = q.w < 0.0f ? SQuaternion{-q.x, -q.y, -q.z, -q.w} : q;
+    const SAxis a = AxisOf(nearer);
+    const double fAngle = AngleOf(a, nearer);
+    return {static_cast<float>(a.x * fAngle), static_cast<float>(a.y * fAngle), static_cast<float>(a.z * fAngle), 0.0f};
 }
 
 SQuaternion QuaternionFromRotationVector(const float4& v)

@@ -75,6 +75,9 @@ struct SMatrix43
 /// where no component of the vector part is above 2^-23.
 Z_EXPORT float4 QuaternionToAxisAngle(const SQuaternion& q);
 
+/// The first three of QuaternionToAxisAngle, w 0: the axis alone, for code that asks for many.
+Z_EXPORT float4 QuaternionToAxis(const SQuaternion& q);
+
 /// Axis times angle, with the angle of the nearer of the two turns that q may stand for (at most PI); w is 0.
 Z_EXPORT float4 QuaternionToRotationVector(const SQuaternion& q);
 Z_EXPORT SQuaternion QuaternionFromRotationVector(const float4& v);

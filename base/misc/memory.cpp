@@ -1,5 +1,7 @@
 #include "base/misc/memory.h"
 
+#include "base/misc/assert.h"
+
 #include <atomic>
 #include <cstdlib>
 
@@ -16,6 +18,12 @@ public:
 };
 
 } // namespace
+
+size_t CheckStackArray(size_t nBytes, const char* szAssertion)
+{
+    ZASSERT_OR_HALT_TEXT(nBytes <= C_MAX_STACK_ARRAY_ALLOCATION, szAssertion);
+    return nBytes != 0 ? nBytes : 1;
+}
 
 void* ZMemoryManager::Allocate(size_t nSize, size_t nAlignment)
 {

@@ -9,6 +9,13 @@
 /// The stack arrays that size themselves by data stay below this many bytes.
 constexpr size_t C_MAX_STACK_ARRAY_ALLOCATION = 131072;
 
+/// `count` elements on the stack of the calling function, not constructed. More than C_MAX_STACK_ARRAY_ALLOCATION bytes
+/// fail the assertion, whose text is the caller's, and halt.
+#define Z_STACK_ARRAY(type, count, assertionText)                                                                      \
+    static_cast<type*>(__builtin_alloca_with_align(CheckStackArray((count) * sizeof(type), assertionText),             \
+                                                   8 * (alignof(type) > 16 ? alignof(type) : 16)))
+Z_EXPORT size_t CheckStackArray(size_t nBytes, const char* szAssertion);
+
 /// The one heap of a process, shared by host and modules. Safe for several threads.
 class ZMemoryManager
 {

@@ -8,6 +8,13 @@
 #include <cstdint>
 #include <utility>
 
+/// Uses of an object, and links to it; the uses hold one weak count together.
+struct SSharedCounts
+{
+    std::atomic<uint32_t> nUses{1};
+    std::atomic<uint32_t> nWeak{1};
+};
+
 /// Shared pointer of two words: the object and its counts. Counts are atomic, the object is not guarded.
 template <class T>
 class TSharedPtr
@@ -35,7 +42,6 @@ public:
         if (m_pCounts != nullptr && m_pCounts->nUses.fetch_sub(1, std::memory_order_acq_rel) == 1)
         {
             ZDelete(m_pObject);
-            // The uses hold one weak count together.
             if (m_pCounts->nWeak.fetch_sub(1, std::memory_order_acq_rel) == 1)
                 ZDelete(m_pCounts);
         }
@@ -45,7 +51,7 @@ public:
     static TSharedPtr Create(TArgs&&... args)
     {
         TSharedPtr result;
-        SCounts* pCounts = ZNew<SCounts>();
+        SSharedCounts* pCounts = ZNew<SSharedCounts>();
         T* pObject = nullptr;
         try
         {
@@ -80,12 +86,57 @@ public:
     uint32_t UseCount() const { return m_pCounts != nullptr ? m_pCounts->nUses.load() : 0; }
 
 private:
-    struct SCounts
-    {
-        std::atomic<uint32_t> nUses{1};
-        std::atomic<uint32_t> nWeak{1};
-    };
+    template <class TOther>
+    friend class TWeakPtr;
 
     T* m_pObject = nullptr;
-    SCounts* m_pCounts = nullptr;
+    SSharedCounts* m_pCounts = nullptr;
+};
+
+/// A link that does not keep its object alive: back to a parent, say. Lock() gives null once the object is gone.
+template <class T>
+class TWeakPtr
+{
+public:
+    TWeakPtr() = default;
+    TWeakPtr(const TSharedPtr<T>& shared) : m_pObject(shared.m_pObject), m_pCounts(shared.m_pCounts) { Hold(); }
+    TWeakPtr(const TWeakPtr& other) : m_pObject(other.m_pObject), m_pCounts(other.m_pCounts) { Hold(); }
+    TWeakPtr& operator=(TWeakPtr other) noexcept
+    {
+        std::swap(m_pObject, other.m_pObject);
+        std::swap(m_pCounts, other.m_pCounts);
+        return *this;
+    }
+    ~TWeakPtr()
+    {
+        if (m_pCounts != nullptr && m_pCounts->nWeak.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            ZDelete(m_pCounts);
+    }
+
+    TSharedPtr<T> Lock() const
+    {
+        TSharedPtr<T> result;
+        if (m_pCounts == nullptr)
+            return result;
+        uint32_t nUses = m_pCounts->nUses.load();
+        while (nUses != 0 && !m_pCounts->nUses.compare_exchange_weak(nUses, nUses + 1))
+        {
+        }
+        if (nUses != 0)
+        {
+            result.m_pObject = m_pObject;
+            result.m_pCounts = m_pCounts;
+        }
+        return result;
+    }
+
+private:
+    void Hold()
+    {
+        if (m_pCounts != nullptr)
+            m_pCounts->nWeak.fetch_add(1, std::memory_order_relaxed);
+    }
+
+    T* m_pObject = nullptr;
+    SSharedCounts* m_pCounts = nullptr;
 };

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "base/misc/endian.h"
+#include "resource/animation/compress/defaultanalyzer.h"
+#include "system/animation/animationresourcedata.h"
+
+namespace ResourceAnimation
+{
+
+/// A number in a narrower field, guarded by the assertion "arg <= NumericLimits<Dest>::Max".
+template <class TDest, class TFrom>
+TDest NarrowTo(TFrom arg)
+{
+    ZASSERT_TEXT(arg <= static_cast<TFrom>(std::numeric_limits<TDest>::max()), "arg <= NumericLimits<Dest>::Max");
+    return static_cast<TDest>(arg);
+}
+
+/// Writes the track groups of one animation in ascending type; a class without bones leaves no trace.
+class ZTrackGroupWriter
+{
+public:
+    ZTrackGroupWriter(const Import::ZAnimation& animation, EEndian eEndian,
+                      TArray<SystemAnimation::STrackGroup>& trackGroups)
+        : m_animation(animation), m_eEndian(eEndian), m_trackGroups(trackGroups)
+    {
+    }
+    void Write(const SAnimationAnalysis& analysis);
+
+private:
+    /// Null when the list is empty.
+    SystemAnimation::STrackGroup* AddGroup(int32_t nType, const SAnimationAnalysis::TList& tracks);
+    void WriteConstantRotations(const SAnimationAnalysis::TList& tracks);
+    void WriteConstantTranslations(const SAnimationAnalysis::TList& tracks);
+    void WriteRotations64(const SAnimationAnalysis::TList& tracks);
+    void WriteRotations32(const SAnimationAnalysis::TList& tracks);
+    void WriteSingleAxisRotations(const SAnimationAnalysis::TList& tracks);
+    void WriteTranslations(const SAnimationAnalysis::TList& tracks);
+
+    const Import::ZAnimatedBone& BoneOf(const SBoneTrackRef& track) const
+    {
+        return *m_animation.AnimatedBones()[static_cast<size_t>(track.nAnimationBone)];
+    }
+    /// Keys of each track, long enough for every frame.
+    template <class TKey>
+    TArray<const TKey*> KeysOf(const SAnimationAnalysis::TList& tracks,
+                               const TArray<TKey>& (Import::ZAnimatedBone::*pKeys)() const) const;
+
+    const Import::ZAnimation& m_animation;
+    EEndian m_eEndian;
+    TArray<SystemAnimation::STrackGroup>& m_trackGroups;
+};
+
+} // namespace ResourceAnimation
