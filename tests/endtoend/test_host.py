@@ -1,0 +1,379 @@
+"""The command line's promises: exit codes, clean output, lookups, what is packed when, scans."""
+
+import json
+import os
+import pty
+import re
+import select
+import shutil
+import signal
+import subprocess
+import time
+import xml.etree.ElementTree
+
+import host
+import make_samples
+import resourcefile
+
+WALK = "assembly:/characters/scout/moves.fbx?/walk.take"
+LEVER = "assembly:/props/lever.fbx?/pull.take"
+DOOR = "assembly:/props/door.fbx?/open.take"
+COLOUR = re.compile(rb"\x1b\[[0-9;]*m")
+
+
+class ExitTest(host.HostTest):
+    def test_success_and_help(self):
+        self.pack(LEVER)
+        for words in (["--help"], ["--version"], ["pack", "--help"], ["build", "--help"], ["inspect", "--help"]):
+            result = host.execute(*words)
+            self.assertEqual(result.code, 0, result)
+            self.assertTrue(result.stdout.strip(), words)
+        for command in ("scan", "pack", "build", "inspect", "scene", "stats", "verify", "mark"):
+            self.assertIn(command, host.execute("--help").stdout)
+
+    def test_wrong_usage(self):
+        for words in ([], ["conjure"], ["pack"], ["pack", LEVER], ["--colour-me"], ["build", "--no-such-option"],
+                      ["inspect"], ["pack", LEVER, "animation", "-j", "many"]):
+            result = host.execute(*words)
+            self.assertEqual(result.code, 2, result)
+            self.assertTrue(result.stderr.strip(), result)
+            self.assertEqual(result.stdout, "", result)
+
+    def test_failed_assets(self):
+        for source, extension in ((DOOR, "animation"), ("assembly:/props/none.fbx?/open.take", "animation"),
+                                  ("assembly:/props/lever.fbx?/none.rig", "animationrig")):
+            result = self.run_host("pack", source, extension)
+            self.assertEqual(result.code, 1, result)
+            self.assertEqual(result.jobs[-1]["status"], "failed")
+            self.assertTrue(result.jobs[-1]["messages"], result)
+
+    def test_no_place_to_write(self):
+        """Nothing can be packed below a file: the host cannot go on."""
+        blocked = os.path.join(self.work, "file")
+        with open(blocked, "w", encoding="utf-8"):
+            pass
+        result = self.run_host("build", "assembly:/props/lever.fbx", out=os.path.join(blocked, "packed"))
+        self.assertEqual(result.code, 3, result)
+        self.assertTrue(result.stderr.strip())
+
+    def test_unknown_platform(self):
+        for platform in ("PC", "toaster"):
+            result = self.run_host("pack", LEVER, "animation", platform=platform)
+            self.assertNotEqual(result.code, 0, result)
+            self.assertEqual(self.files_of(), [])
+
+    def test_inspecting_what_is_no_packed_file(self):
+        for path in (os.path.join(host.TREE, "props/lever.fbx"), os.path.join(self.work, "absent"),
+                     os.path.join(host.BAD, "empty.fbx")):
+            result = self.run_host("inspect", path)
+            self.assertIn(result.code, (1, 2), result)
+        packed = host.content(self.pack(LEVER)["file"])
+        for size in (3, 23, 40, len(packed) // 2, len(packed) - 1):
+            short = os.path.join(self.work, "short")
+            with open(short, "wb") as f:
+                f.write(packed[:size])
+            result = self.run_host("inspect", short, "--frames", "0", timeout=30, limit=True)
+            self.assertEqual(result.code, 1, result)
+
+    def test_inspecting_damaged_files(self):
+        """Any byte of a packed file may be wrong: it is refused or shown, and that is all."""
+        packed = bytearray(host.content(self.pack(LEVER)["file"]))
+        damaged = os.path.join(self.work, "damaged")
+        for at in list(range(4, len(packed), max(1, len(packed) // 60))):
+            for value in (0xFF, 0x7F):
+                with open(damaged, "wb") as f:
+                    f.write(packed[:at] + bytes([value]) * 4 + packed[at + 4:])
+                result = self.run_host("inspect", damaged, "--frames", "0,39", timeout=30, limit=True)
+                self.assertIn(result.code, (0, 1), "byte %d: %s" % (at, result))
+
+
+class CleanOutputTest(host.HostTest):
+    def test_json_lines_alone(self):
+        """Standard output holds JSON lines and nothing else, whatever happens."""
+        for words in (["build", "assembly:/props/lever.fbx"], ["build", "assembly:/props/door.fbx"], ["scan"],
+                      ["pack", DOOR, "animation"], ["pack", LEVER, "animation", "--progress", "always", "--color",
+                                                    "always"]):
+            result = self.run_host(*words)
+            self.assertTrue(result.lines, result)
+            self.assertNotIn("\x1b", result.stdout)
+
+    def test_job_lines(self):
+        result = self.run_host("pack", LEVER, "animation")
+        job = result.job("AnimationPacker")
+        self.assertEqual(job["source"].lower(), LEVER)
+        self.assertEqual((job["status"], job["bytes"]), ("packed", os.path.getsize(job["file"])))
+        self.assertGreaterEqual(job["seconds"], 0)
+        for message in job["messages"]:
+            self.assertIn(message["severity"], ("info", "warning", "error"))
+        failed = self.run_host("pack", DOOR, "animation").job("AnimationPacker")
+        self.assertIsNone(failed["file"])
+        self.assertIn("error", [m["severity"] for m in failed["messages"]])
+
+    def test_diagnostics(self):
+        """IDENTIFIER: error: TEXT on standard error, one that editors can find; plain without a terminal."""
+        result = self.run_host("pack", DOOR, "animation", json_lines=False)
+        self.assertEqual(result.code, 1)
+        line, = [x for x in result.stderr.splitlines() if ": error: " in x]
+        self.assertTrue(line.startswith("assembly:/props/door.fbx"), line)
+        self.assertIn("Error when packing animation: No Rig is referenced", line)
+        self.assertNotIn("\x1b", result.stderr + result.stdout)
+
+    def test_pack_prints_its_file(self):
+        result = self.run_host("pack", LEVER, "animation", json_lines=False)
+        self.assertTrue(os.path.isfile(result.stdout.strip().splitlines()[-1]), result)
+
+    def on_terminal(self, *words, **env):
+        """Standard error as a terminal sees it."""
+        master, slave = pty.openpty()
+        command = [host.PROGRAM, *words, "--assets", host.TREE, "--out", self.out, "-t:pc"]
+        clean = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "TERM", "CLICOLOR", "CLICOLOR_FORCE")}
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=slave,
+                                   env={**clean, "TERM": "xterm-256color", **env})
+        os.close(slave)
+        seen = b""
+        end = time.monotonic() + 60
+        while time.monotonic() < end:
+            if not select.select([master], [], [], 0.2)[0]:
+                if process.poll() is not None:
+                    break
+                continue
+            try:
+                part = os.read(master, 65536)
+            except OSError:         # what a closed terminal reads as
+                break
+            if not part:
+                break
+            seen += part
+        os.close(master)
+        self.assertIn(process.wait(10), (0, 1))
+        return seen
+
+    def test_colour(self):
+        failing = ("pack", DOOR, "animation")
+        self.assertRegex(self.on_terminal(*failing), COLOUR)
+        self.assertNotRegex(self.on_terminal(*failing, NO_COLOR="1"), COLOUR)
+        self.assertNotRegex(self.on_terminal(*failing, "--color", "never"), COLOUR)
+        forced = self.run_host(*failing, "--color", "always", json_lines=False)
+        self.assertRegex(forced.stderr.encode(), COLOUR)
+
+
+class LookupTest(host.HostTest):
+    def test_case_of_files_and_takes(self):
+        tree = self.copy_tree("props/lever.fbx", "characters/scout/scout.rig.fbx", "characters/scout/moves.fbx")
+        os.rename(os.path.join(tree, "props/lever.fbx"), os.path.join(tree, "props/LeVer.FBX"))
+        os.rename(os.path.join(tree, "props"), os.path.join(tree, "Props"))
+        os.rename(os.path.join(tree, "characters/scout/scout.rig.fbx"),
+                  os.path.join(tree, "characters/scout/Scout.Rig.fbx"))
+        os.rename(os.path.join(tree, "characters"), os.path.join(tree, "Characters"))
+        lever = host.content(self.pack("assembly:/props/LEVER.fbx?/PULL.take", assets=tree)["file"])
+        self.assertEqual(lever, host.content(self.pack(LEVER, out=os.path.join(self.work, "plain"))["file"]))
+        self.pack(WALK, assets=tree)
+
+    def test_two_files_of_one_name(self):
+        tree = self.copy_tree("props/lever.fbx")
+        folder = os.path.join(tree, "props")
+        shutil.copyfile(os.path.join(folder, "lever.fbx"), os.path.join(folder, "LEVER.fbx"))
+        os.rename(os.path.join(folder, "lever.fbx"), os.path.join(folder, "Lever.fbx"))
+        result = self.run_host("pack", LEVER, "animation", assets=tree)
+        self.assertEqual(result.code, 1, result)
+        told = result.stderr + "\n".join(result.messages)
+        self.assertIn("Lever.fbx", told)
+        self.assertIn("LEVER.fbx", told)
+
+    def test_no_way_out_of_the_tree(self):
+        tree = self.copy_tree("props/lever.fbx")
+        result = self.run_host("pack", "assembly:/../../../../../..%s/props/lever.fbx?/pull.take" % tree, "animation",
+                               assets=os.path.join(tree, "props"))
+        self.assertEqual(result.code, 1, result)
+
+
+class OnDemandTest(host.HostTest):
+    def kinds(self):
+        return sorted(resourcefile.parse_file(p).kind for p in self.files_of())
+
+    def test_rig_comes_with_the_take(self):
+        self.pack(WALK)
+        self.assertEqual(self.kinds(), ["ARTY", "RRTY"])
+
+    def test_a_missing_rig_is_packed_again(self):
+        self.pack(WALK)
+        rig, = [p for p in self.files_of() if resourcefile.parse_file(p).kind == "RRTY"]
+        before = host.content(rig)
+        os.remove(rig)
+        self.pack("assembly:/characters/scout/moves.fbx?/run.take")
+        self.assertEqual(host.content(rig), before)
+
+    def test_rig_document(self):
+        """A packed rig as XML: the skeleton's own nesting, from the identifier that packing it gave."""
+        rig = self.pack("assembly:/characters/scout/scout.rig.fbx?/scout.rig", "animationrig")
+        root = xml.etree.ElementTree.parse(self.pack(rig["id"], "rigxml")["file"]).getroot()
+        self.assertEqual(root.tag, "RigDefinition")
+        bones = {b["index"]: b for b in self.inspect(rig["file"])["rig"]["bones"]}
+        seen = []
+
+        def walk(element, parent):
+            for child in element.findall("Bone"):
+                bone = bones[int(child.get("Index"))]
+                self.assertEqual((child.get("Name"), int(child.get("UniqueId")), bone["parent"]),
+                                 (bone["name"], bone["uid"] & 0xFFFFFFFF, parent))
+                self.assertEqual(len(re.findall(r"-?\d[\d.e+-]*", child.get("AbsoluteLocation"))), 12)
+                seen.append(bone["index"])
+                walk(child, bone["index"])
+
+        walk(root, -1)
+        self.assertEqual(sorted(seen), sorted(bones))
+
+
+class BuildTest(host.HostTest):
+    def setUp(self):
+        super().setUp()
+        self.tree = self.copy_tree("characters/crate_rider/rider.fbx", "characters/crate_rider/rider.rig.fbx",
+                                   "props/lever.fbx",
+                                   "props/drift.fbx", "animations/_common/trajectoryrig.rig.fbx")
+
+    def build(self, *words, code=0, **more):
+        result = self.run_host("build", *words, assets=self.tree, timeout=300, **more)
+        self.assertEqual(result.code, code, result)
+        states = {}
+        for job in result.jobs:
+            states.setdefault(job["status"], []).append(job["source"].lower())
+        for state in ("packed", "upToDate", "failed", "crashed"):
+            self.assertEqual(result.summary[state], len(states.get(state, [])), result)
+        return states
+
+    def test_only_what_changed(self):
+        first = self.build()
+        self.assertNotIn("failed", first)
+        self.assertEqual(sum(s.endswith(".take") for s in first["packed"]), 4)
+        self.assertEqual(sum(s.endswith(".rig") for s in set(sum(first.values(), []))), 3)
+        stamps = {p: os.stat(p).st_mtime_ns for p in self.files_of()}
+
+        self.assertEqual(set(self.build()), {"upToDate"})
+        self.assertEqual(stamps, {p: os.stat(p).st_mtime_ns for p in self.files_of()}, "nothing is written anew")
+        self.assertLessEqual(set(first["packed"]), set(self.build("--force")["packed"]))
+
+        # A rig with another rest pose: it and the takes on it, nothing else.
+        scene = make_samples.rider(True)
+        scene.find("Bip01_Head").rest["Lcl Translation"] = (7.0, 0.0, 1.0)
+        scene.write(os.path.join(self.tree, "characters/crate_rider/rider.rig.fbx"))
+        changed = self.build()
+        self.assertEqual([s for s in changed["packed"] if "crate_rider" not in s], [])
+        self.assertLessEqual({"ride.take", "brake.take"}, {s.rsplit("/", 1)[1] for s in changed["packed"]})
+        self.assertTrue(any("lever" in s for s in changed["upToDate"]), changed)
+
+    def test_lost_output_and_new_take(self):
+        self.build()
+        lost = next(p for p in self.files_of() if resourcefile.parse_file(p).kind == "ARTY")
+        before = host.content(lost)
+        os.remove(lost)
+        self.assertEqual(len(self.build()["packed"]), 1)
+        self.assertEqual(host.content(lost), before)
+
+        scene = make_samples.drift()
+        scene.take(scene.nodes[0], "second", 10, 20)
+        scene.write(os.path.join(self.tree, "props/drift.fbx"))
+        self.assertIn("assembly:/props/drift.fbx?/second.take", self.build()["packed"])
+
+    def test_several_platforms(self):
+        result = self.run_host("build", "assembly:/props/lever.fbx", platform=("pc", "ps3"), assets=self.tree)
+        self.assertEqual(result.code, 0, result)
+        orders = [resourcefile.parse_file(p).big_endian for p in self.files_of()]
+        self.assertEqual((orders.count(True), orders.count(False)), (2, 2))
+
+    def test_one_failure_among_others(self):
+        """A take without a rig fails; what stands before and behind it in the tree is done."""
+        for name in ("props/door.fbx", "props/door.rig.fbx"):
+            shutil.copyfile(os.path.join(host.TREE, name), os.path.join(self.tree, name))
+        states = self.build(code=1)
+        self.assertEqual(sorted(s.rsplit("/", 1)[1] for s in states["failed"]), ["open.take", "slam.take"])
+        done = set(states["packed"]) | set(states.get("upToDate", ()))
+        self.assertEqual((sum(s.endswith(".take") for s in done), sum(s.endswith(".rig") for s in done)), (4, 4))
+
+    def test_killed_in_the_middle(self):
+        """Whatever is there after a kill is whole, and the next build completes it."""
+        full = os.path.join(self.work, "full")
+        self.build(out=full)
+        wanted = {os.path.relpath(p, full): host.content(p) for p in self.files_of(full)}
+        command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
+        for delay in (0.01, 0.03, 0.06, 0.1, 0.2):
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                       stderr=subprocess.DEVNULL)
+            time.sleep(delay)
+            process.send_signal(signal.SIGKILL)
+            process.wait(30)
+            for name, data in wanted.items():
+                path = os.path.join(self.out, name)
+                if os.path.exists(path):
+                    self.assertEqual(host.content(path), data, name)
+        self.build()
+        self.assertEqual({n: host.content(os.path.join(self.out, n)) for n in wanted}, wanted)
+
+    def test_two_builds_at_once(self):
+        command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
+        both = [subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                 stderr=subprocess.PIPE) for _ in range(2)]
+        for process in both:
+            told = process.communicate(timeout=120)
+            self.assertIn(process.returncode, (0, 3), told)     # the second may say that it cannot go on meanwhile
+        self.assertIn(0, [p.returncode for p in both])
+        self.assertEqual(set(self.build()), {"upToDate"})
+
+
+class ScanTest(host.HostTest):
+    def scanned(self, name):
+        result = self.run_host("scan", "assembly:/" + name)
+        self.assertEqual(result.code, 0, result)
+        line, = result.lines
+        self.assertEqual((line["ok"], line["error"], line["references"]), (True, None, []))
+        return line["subResources"]
+
+    def test_takes_then_rigs(self):
+        entries = self.scanned("props/lever.fbx")
+        self.assertEqual([e["id"] for e in entries], [LEVER, "assembly:/props/lever.fbx?/lever.rig"])
+        self.assertEqual({e["source"] for e in entries}, {"assembly:/props/lever.fbx"})
+        self.assertEqual(entries[1]["properties"], {})
+
+    def test_take_properties(self):
+        expected = host.load(os.path.join(host.EXPECTED, "moves.json"))
+        entries = {e["properties"]["TakeName"]: e["properties"] for e in self.scanned("characters/scout/moves.fbx")}
+        self.assertEqual(list(entries), [t["name"] for t in expected["takes"]])
+        for take in expected["takes"]:
+            p = entries[take["name"]]
+            count = take["endFrame"] - take["startFrame"] + 1
+            self.assertEqual(p["SequenceDuration"], "%d/30FPS" % (count - 1))
+            self.assertAlmostEqual(float(p["DurationSeconds"]), count / 30, places=4)
+            self.assertEqual(float(p["FPS"]), 30.0)
+            self.assertEqual(p["CutsequenceRigResource"], "assembly:/characters/scout/scout.rig.fbx?/scout.rig")
+            self.assertEqual(p["SequenceTrackTypes"], "Trajectory|Bones")
+            path = float(p["ACD_TotalLinearDelta"])
+            self.assertAlmostEqual(path, take["pathMetres"], delta=2e-4 * take["pathMetres"] + 1e-4)
+            speed = float(p["ACD_AverageLinearVelocity"]) * (count - 1) / 30
+            self.assertAlmostEqual(speed, take["pathMetres"], delta=1e-3 * take["pathMetres"] + 1e-3)
+            self.assertEqual([float(p[k]) for k in ("ACD_AimingYaw", "ACD_AimingPitch", "ACD_HeadYaw",
+                                                    "ACD_HeadPitch")], [0.0] * 4)
+        self.assertAlmostEqual(abs(float(entries["turn"]["ACD_TotalAngularDelta"])), 172 * 3.14159265 / 180, delta=0.01)
+        self.assertAlmostEqual(float(entries["run"]["ACD_TotalLinearYDelta"]), -5.2, delta=0.01)
+
+    def test_camera_and_attached(self):
+        kinds = {n: {e["properties"]["SequenceTrackTypes"] for e in self.scanned(n)}
+                 for n in ("cameras/shot.fbx", "props/drift.fbx", "props/door.fbx")}
+        self.assertEqual(kinds, {"cameras/shot.fbx": {"Trajectory|FieldOfView"}, "props/drift.fbx": {"Trajectory"},
+                                 "props/door.fbx": {"Trajectory"}})
+
+    def test_whole_tree(self):
+        result = self.run_host("scan")
+        self.assertEqual(result.code, 0, result)
+        self.assertEqual({line["source"] for line in result.lines}, {"assembly:/" + name for name in make_samples.TREE})
+        names = [e["id"] for line in result.lines for e in line["subResources"]]
+        self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (16, 5))
+        self.assertEqual(len(set(names)), len(names))
+        json.dumps(names)
+
+
+class StatsTest(host.HostTest):
+    def test_stats_of_what_is_packed(self):
+        self.pack(LEVER)
+        self.pack("assembly:/props/drift.fbx?/drift.take")
+        result = self.run_host("stats", json_lines=False)
+        self.assertEqual(result.code, 0, result)
+        self.assertTrue((result.stdout + result.stderr).strip())
