@@ -98,7 +98,10 @@ def turn_around(u):
 
 
 def jump(u):
-    crouch = max(0.0, math.sin(math.pi * u / 0.3)) if u < 0.3 else max(0.0, math.sin(math.pi * (u - 0.75) / 0.25))
+    crouch = 0.0
+    for start, end in ((0.0, 0.3), (0.75, 1.0)):
+        if start < u < end:
+            crouch = math.sin(math.pi * (u - start) / (end - start))
     flight = max(0.0, 1.0 - ((u - 0.525) / 0.225) ** 2)
     pose = {"ground": (0.0, -150.0 * smooth((u - 0.28) / 0.5), 0.0),
             "Bip01": (0.0, 6.0 * crouch, 46.0 * flight - 26.0 * crouch)}
