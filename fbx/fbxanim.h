@@ -8,6 +8,7 @@
 #include <vector>
 
 class FbxAnimCurve;
+class FbxAnimLayer;
 
 /// The animation of one property in one layer: up to four channels, each with a curve or a fixed value.
 class FbxAnimCurveNode
@@ -24,6 +25,9 @@ public:
     /// First and last key over all channels; false when there are no keys.
     bool GetAnimationInterval(FbxTimeSpan& span) const;
 
+    /// A layer may hold the node with others: a curve node that serves two takes is in a layer of each.
+    bool IsInLayer(const FbxAnimLayer* pLayer) const;
+
 private:
     friend class FbxAnimEvaluator;
     friend struct FbxAccess;
@@ -32,12 +36,14 @@ private:
     {
         const FbxAnimCurve* pCurve = nullptr;
         double fDefault = 0.0;
+        double fFactor = 1.0; ///< on the curve's values: -1 where the axis conversion turned it about
         bool bHasDefault = false;
     };
 
     std::array<SChannel, kMaxChannels> m_channels;
     size_t m_nChannels = 0;
-    int64_t m_nId = 0;
+    uint32_t m_nLinks = 0; ///< properties that it is connected to
+    std::vector<const FbxAnimLayer*> m_layers;
 };
 
 /// How a layer joins those below it.

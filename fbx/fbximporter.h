@@ -1,11 +1,12 @@
 #pragma once
 
+#include "fbx/fbxmanager.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
 
 class FbxIOSettings;
-class FbxManager;
 class FbxScene;
 
 /// Reads one file into one scene. Owned by its manager.
@@ -44,6 +45,7 @@ private:
     explicit FbxImporter(FbxManager* pManager);
     struct SState;
 
+    [[no_unique_address]] SFbxLiveCount m_live;
     FbxManager* m_pManager;
     std::unique_ptr<SState> m_pState;
 };

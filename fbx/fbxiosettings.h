@@ -1,9 +1,9 @@
 #pragma once
 
+#include "fbx/fbxmanager.h"
+
 #include <string>
 #include <vector>
-
-class FbxManager;
 
 /// Named switches for importing. Owned by its manager.
 ///
@@ -21,6 +21,7 @@ public:
 private:
     explicit FbxIOSettings(const char* szName);
 
+    [[no_unique_address]] SFbxLiveCount m_live;
     std::string m_sName;
     struct SSwitch
     {

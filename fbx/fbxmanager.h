@@ -8,6 +8,15 @@ class FbxIOSettings;
 class FbxScene;
 class FbxImporter;
 
+/// Adds to the process-wide count of live objects, for the time of its life.
+struct SFbxLiveCount
+{
+    SFbxLiveCount();
+    ~SFbxLiveCount();
+    SFbxLiveCount(const SFbxLiveCount&) = delete;
+    SFbxLiveCount& operator=(const SFbxLiveCount&) = delete;
+};
+
 /// Owns everything that is made under it. Holds no global state: managers on different threads do not meet.
 class FbxManager
 {
@@ -34,6 +43,7 @@ private:
     FbxManager();
     ~FbxManager();
 
+    [[no_unique_address]] SFbxLiveCount m_live;
     FbxIOSettings* m_pSettings = nullptr;
     std::unique_ptr<SOwned> m_pOwned;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fbx/fbxmanager.h"
 #include "fbx/fbxproperty.h"
 
 #include <cstddef>
@@ -57,6 +58,7 @@ private:
     void ListTemplateProperties() const;
     SFbxPropertyData& EditProperty(std::string_view name, EFbxType eType, std::string_view typeName);
 
+    [[no_unique_address]] SFbxLiveCount m_live;
     FbxScene* m_pScene;
     std::string m_sName;
     std::string m_sTypeText;

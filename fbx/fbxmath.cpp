@@ -1,0 +1,423 @@
+#include "fbx/fbxmath.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+void FbxSinCosDegrees(double fDegrees, double& fSin, double& fCos)
+{
+    // Beyond this a quarter turn can't be counted in a double's integers any more; fmod is exact.
+    if (!(std::fabs(fDegrees) < 1e9))
+        fDegrees = std::fmod(fDegrees, 360.0);
+
+    // Adding and taking away 1.5 * 2^52 rounds to the nearest integer.
+    constexpr double kRound = 6755399441055744.0;
+    const double fRounded = fDegrees * (1.0 / 90.0) + kRound;
+    const double fQuarters = fRounded - kRound;
+    const double x = (fDegrees - fQuarters * 90.0) * kFbxRadiansPerDegree;
+
+    // Taylor series; at a quarter of pi the first term left out is below 5e-17.
+    const double x2 = x * x;
+    const double x4 = x2 * x2;
+    const double x8 = x4 * x4;
+    const double s = ((-1.0 / 6.0 + x2 * (1.0 / 120.0)) + x4 * (-1.0 / 5040.0 + x2 * (1.0 / 362880.0))) +
+                     x8 * ((-1.0 / 39916800.0 + x2 * (1.0 / 6227020800.0)) + x4 * (-1.0 / 1307674368000.0));
+    const double c = ((-0.5 + x2 * (1.0 / 24.0)) + x4 * (-1.0 / 720.0 + x2 * (1.0 / 40320.0))) +
+                     x8 * ((-1.0 / 3628800.0 + x2 * (1.0 / 479001600.0)) +
+                           x4 * (-1.0 / 87178291200.0 + x2 * (1.0 / 20922789888000.0)));
+    const double fS = x + x * x2 * s;
+    const double fC = 1.0 + x2 * c;
+
+    const uint64_t nQuarter = std::bit_cast<uint64_t>(fRounded); // its low bits are the integer
+    const double a = nQuarter & 1 ? fC : fS;
+    const double b = nQuarter & 1 ? fS : fC;
+    fSin = nQuarter & 2 ? -a : a;
+    fCos = (nQuarter + 1) & 2 ? -b : b;
+}
+
+namespace
+{
+
+/// Of a number from 0 to 1.
+double Atan01(double x)
+{
+    // atan(x) = atan(c) + atan((x - c) / (1 + x c)) with c the nearest eighth, so that the rest is at most 1/16.
+    static constexpr double kEighths[] = {0.0,
+                                          0.12435499454676144,
+                                          0.24497866312686415,
+                                          0.35877067027057225,
+                                          0.4636476090008061,
+                                          0.5585993153435624,
+                                          0.6435011087932844,
+                                          0.7188299996216245,
+                                          0.7853981633974483};
+    const int n = static_cast<int>(x * 8.0 + 0.5);
+    const double c = n * 0.125;
+    const double d = (x - c) / (1.0 + x * c);
+    const double d2 = d * d;
+    const double f =
+        -1.0 / 3.0 + d2 * (1.0 / 5.0 + d2 * (-1.0 / 7.0 + d2 * (1.0 / 9.0 + d2 * (-1.0 / 11.0 + d2 * (1.0 / 13.0)))));
+    return kEighths[n] + (d + d * d2 * f);
+}
+
+} // namespace
+
+double FbxAtan2(double fY, double fX)
+{
+    constexpr double kPi = 3.14159265358979323846;
+    if (std::isnan(fY) || std::isnan(fX))
+        return std::numeric_limits<double>::quiet_NaN();
+    const double ay = std::fabs(fY);
+    const double ax = std::fabs(fX);
+    double f = 0.0;
+    if (std::isinf(ay) || std::isinf(ax))
+        f = std::isinf(ay) ? (std::isinf(ax) ? kPi / 4 : kPi / 2) : 0.0;
+    else if (ax >= ay)
+        f = ax > 0.0 ? Atan01(ay / ax) : 0.0;
+    else
+        f = kPi / 2 - Atan01(ax / ay);
+    if (std::signbit(fX))
+        f = kPi - f;
+    return std::signbit(fY) ? -f : f;
+}
+
+double FbxLog(double f)
+{
+    if (!(f > 0.0))
+        return f == 0.0 ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::quiet_NaN();
+    if (std::isinf(f))
+        return f;
+    int nExponent = 0;
+    double m = std::frexp(f, &nExponent); // 0.5 to 1
+    if (m < 0.70710678118654752440)
+    {
+        m *= 2.0;
+        --nExponent;
+    }
+    // log(m) = 2 atanh((m - 1) / (m + 1)), whose argument is at most 0.172 here.
+    const double s = (m - 1.0) / (m + 1.0);
+    const double s2 = s * s;
+    double fSum = 0.0;
+    for (int n = 25; n >= 3; n -= 2)
+        fSum = (fSum + 1.0 / n) * s2;
+    return nExponent * 0.69314718055994530942 + 2.0 * (s + s * fSum);
+}
+
+double FbxExp(double f)
+{
+    if (std::isnan(f))
+        return f;
+    if (f > 710.0)
+        return std::numeric_limits<double>::infinity();
+    if (f < -746.0)
+        return 0.0;
+    const double k = std::floor(f * 1.44269504088896340736 + 0.5);
+    // ln 2 in two parts: the first has so few bits that k times it is exact.
+    const double r = (f - k * 0.693147180369123816490) - k * 1.90821492927058770002e-10;
+    double fSum = 1.0;
+    for (int n = 14; n >= 1; --n)
+        fSum = 1.0 + fSum * r / n;
+    return std::ldexp(fSum, static_cast<int>(k));
+}
+
+FbxQuaternion FbxQuaternion::Inverse() const
+{
+    const double f = 1.0 / (x * x + y * y + z * z + w * w);
+    return {-x * f, -y * f, -z * f, w * f};
+}
+
+FbxQuaternion FbxQuaternion::Normalized() const
+{
+    const double f = 1.0 / std::sqrt(x * x + y * y + z * z + w * w);
+    return {x * f, y * f, z * f, w * f};
+}
+
+FbxVector3 FbxQuaternion::Rotate(const FbxVector3& v) const
+{
+    // v + 2 w (u x v) + 2 u x (u x v), with u the vector part.
+    const double tx = 2.0 * (y * v.z - z * v.y);
+    const double ty = 2.0 * (z * v.x - x * v.z);
+    const double tz = 2.0 * (x * v.y - y * v.x);
+    return {v.x + w * tx + (y * tz - z * ty), v.y + w * ty + (z * tx - x * tz), v.z + w * tz + (x * ty - y * tx)};
+}
+
+FbxQuaternion FbxQuaternion::FromEuler(const FbxVector3& degrees, EFbxRotationOrder eOrder)
+{
+    double sx, cx, sy, cy, sz, cz;
+    FbxSinCosDegrees(degrees.x * 0.5, sx, cx);
+    FbxSinCosDegrees(degrees.y * 0.5, sy, cy);
+    FbxSinCosDegrees(degrees.z * 0.5, sz, cz);
+    const FbxQuaternion qx{sx, 0.0, 0.0, cx};
+    const FbxQuaternion qy{0.0, sy, 0.0, cy};
+    const FbxQuaternion qz{0.0, 0.0, sz, cz};
+    switch (eOrder)
+    {
+    case EFbxRotationOrder::eXZY:
+        return qy * qz * qx;
+    case EFbxRotationOrder::eYZX:
+        return qx * qz * qy;
+    case EFbxRotationOrder::eYXZ:
+        return qz * qx * qy;
+    case EFbxRotationOrder::eZXY:
+        return qy * qx * qz;
+    case EFbxRotationOrder::eZYX:
+        return qx * qy * qz;
+    default:
+        // qz * qy * qx, written out.
+        return {cz * cy * sx - sz * sy * cx, cz * sy * cx + sz * cy * sx, sz * cy * cx - cz * sy * sx,
+                cz * cy * cx + sz * sy * sx};
+    }
+}
+
+FbxVector3 FbxQuaternion::ToEulerXYZ() const
+{
+    return FbxToEuler(*this, EFbxRotationOrder::eXYZ);
+}
+
+FbxVector3 FbxToEuler(const FbxQuaternion& q, EFbxRotationOrder eOrder)
+{
+    // First, second and third axis to act, and whether they follow each other like x, y, z.
+    static constexpr int kAxes[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {2, 1, 0}};
+    const int nOrder = static_cast<int>(eOrder);
+    const int* pAxes = kAxes[nOrder >= 0 && nOrder < 6 ? nOrder : 0];
+    const int i = pAxes[0];
+    const int j = pAxes[1];
+    const int k = pAxes[2];
+    const double fSign = (j - i + 3) % 3 == 1 ? 1.0 : -1.0;
+    const SFbxMatrix3 r = FbxMatrixOf(q);
+    const auto at = [&r](int nRow, int nColumn) { return r.m[nRow * 3 + nColumn]; };
+
+    // r = Rk Rj Ri, so its entry (k, i) is minus the sine of the middle angle, times the sign.
+    const double fCos = std::sqrt(at(i, i) * at(i, i) + at(j, i) * at(j, i));
+    double angles[3];
+    angles[j] = FbxAtan2(-fSign * at(k, i), fCos);
+    if (fCos > 1e-12)
+    {
+        angles[i] = FbxAtan2(fSign * at(k, j), at(k, k));
+        angles[k] = FbxAtan2(fSign * at(j, i), at(i, i));
+    }
+    else
+    {
+        // The outer axes coincide; all of the turn goes to the first one.
+        angles[i] = FbxAtan2(-fSign * at(j, k), at(j, j));
+        angles[k] = 0.0;
+    }
+    return {angles[0] * kFbxDegreesPerRadian, angles[1] * kFbxDegreesPerRadian, angles[2] * kFbxDegreesPerRadian};
+}
+
+FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f)
+{
+    FbxQuaternion d = a.Conjugate() * b;
+    if (d.w < 0.0)
+        d = {-d.x, -d.y, -d.z, -d.w};
+    const double fLength = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
+    double s, c;
+    FbxSinCosDegrees(FbxAtan2(fLength, d.w) * f * kFbxDegreesPerRadian, s, c);
+    const double k = fLength > 1e-300 ? s / fLength : 0.0;
+    return a * FbxQuaternion{d.x * k, d.y * k, d.z * k, c};
+}
+
+SFbxMatrix3 FbxMatrixOf(const FbxQuaternion& q)
+{
+    const double xx = 2.0 * q.x * q.x, yy = 2.0 * q.y * q.y, zz = 2.0 * q.z * q.z;
+    const double xy = 2.0 * q.x * q.y, xz = 2.0 * q.x * q.z, yz = 2.0 * q.y * q.z;
+    const double wx = 2.0 * q.w * q.x, wy = 2.0 * q.w * q.y, wz = 2.0 * q.w * q.z;
+    return {{1.0 - yy - zz, xy - wz, xz + wy, xy + wz, 1.0 - xx - zz, yz - wx, xz - wy, yz + wx, 1.0 - xx - yy}};
+}
+
+FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& r)
+{
+    // Starts from the largest of the four components, so that nothing is divided by a small number.
+    const double* m = r.m;
+    const double fTrace = m[0] + m[4] + m[8];
+    FbxQuaternion q;
+    if (fTrace >= m[0] && fTrace >= m[4] && fTrace >= m[8])
+        q = {m[7] - m[5], m[2] - m[6], m[3] - m[1], 1.0 + fTrace};
+    else if (m[0] >= m[4] && m[0] >= m[8])
+        q = {1.0 + m[0] - m[4] - m[8], m[1] + m[3], m[2] + m[6], m[7] - m[5]};
+    else if (m[4] >= m[8])
+        q = {m[1] + m[3], 1.0 + m[4] - m[0] - m[8], m[5] + m[7], m[2] - m[6]};
+    else
+        q = {m[2] + m[6], m[5] + m[7], 1.0 + m[8] - m[0] - m[4], m[3] - m[1]};
+    return q.Normalized();
+}
+
+SFbxMatrix3 operator*(const SFbxMatrix3& a, const SFbxMatrix3& b)
+{
+    SFbxMatrix3 r;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            r.m[i * 3 + j] = a.m[i * 3] * b.m[j] + a.m[i * 3 + 1] * b.m[3 + j] + a.m[i * 3 + 2] * b.m[6 + j];
+    return r;
+}
+
+FbxVector3 operator*(const SFbxMatrix3& a, const FbxVector3& v)
+{
+    return {a.m[0] * v.x + a.m[1] * v.y + a.m[2] * v.z, a.m[3] * v.x + a.m[4] * v.y + a.m[5] * v.z,
+            a.m[6] * v.x + a.m[7] * v.y + a.m[8] * v.z};
+}
+
+SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a)
+{
+    return {{a.m[0], a.m[3], a.m[6], a.m[1], a.m[4], a.m[7], a.m[2], a.m[5], a.m[8]}};
+}
+
+double FbxDeterminant(const SFbxMatrix3& a)
+{
+    const double* m = a.m;
+    return m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) + m[2] * (m[3] * m[7] - m[4] * m[6]);
+}
+
+SFbxMatrix3 FbxInverse(const SFbxMatrix3& a)
+{
+    const double* m = a.m;
+    const double f = 1.0 / FbxDeterminant(a);
+    return {{(m[4] * m[8] - m[5] * m[7]) * f, (m[2] * m[7] - m[1] * m[8]) * f, (m[1] * m[5] - m[2] * m[4]) * f,
+             (m[5] * m[6] - m[3] * m[8]) * f, (m[0] * m[8] - m[2] * m[6]) * f, (m[2] * m[3] - m[0] * m[5]) * f,
+             (m[3] * m[7] - m[4] * m[6]) * f, (m[1] * m[6] - m[0] * m[7]) * f, (m[0] * m[4] - m[1] * m[3]) * f}};
+}
+
+SFbxMatrix3 FbxScaled(const SFbxMatrix3& a, const FbxVector3& s)
+{
+    return {{a.m[0] * s.x, a.m[1] * s.y, a.m[2] * s.z, a.m[3] * s.x, a.m[4] * s.y, a.m[5] * s.z, a.m[6] * s.x,
+             a.m[7] * s.y, a.m[8] * s.z}};
+}
+
+namespace
+{
+
+double Dot(const FbxVector3& a, const FbxVector3& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+FbxVector3 Cross(const FbxVector3& a, const FbxVector3& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+/// Any unit vector across a unit vector.
+FbxVector3 Across(const FbxVector3& a)
+{
+    const FbxVector3 axis = std::fabs(a.x) < 0.6 ? FbxVector3{1, 0, 0} : FbxVector3{0, 1, 0};
+    const FbxVector3 c = Cross(a, axis);
+    return c * (1.0 / std::sqrt(Dot(c, c)));
+}
+
+} // namespace
+
+void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
+{
+    FbxVector3 x{a.m[0], a.m[3], a.m[6]};
+    FbxVector3 y{a.m[1], a.m[4], a.m[7]};
+    FbxVector3 z{a.m[2], a.m[5], a.m[8]};
+    s = {std::sqrt(Dot(x, x)), std::sqrt(Dot(y, y)), std::sqrt(Dot(z, z))};
+    if (FbxDeterminant(a) < 0.0)
+    {
+        s = -s;
+        x = -x;
+        y = -y;
+        z = -z;
+    }
+
+    // The first axis keeps its direction, the second its side of the first, the third follows. An axis without a
+    // length takes whatever direction the others leave.
+    const double fX = std::fabs(s.x);
+    const double fY = std::fabs(s.y);
+    const double fZ = std::fabs(s.z);
+    if (fX > 0.0)
+        x = x * (1.0 / fX);
+    else
+        x = fY > 0.0 && fZ > 0.0 ? Cross(y * (1.0 / fY), z * (1.0 / fZ)) : FbxVector3{0, 0, 0};
+    double f = Dot(x, x);
+    if (f > 0.0 && f != 1.0)
+        x = x * (1.0 / std::sqrt(f));
+    else if (f == 0.0)
+        x = fY > 0.0 ? Across(y * (1.0 / fY)) : fZ > 0.0 ? Across(z * (1.0 / fZ)) : FbxVector3{1, 0, 0};
+    if (fY > 0.0)
+        y = y * (1.0 / fY);
+    else
+        y = fZ > 0.0 ? Cross(z * (1.0 / fZ), x) : Across(x);
+    y = y - x * Dot(x, y);
+    f = Dot(y, y);
+    if (f == 0.0)
+        y = Across(x);
+    else
+        y = y * (1.0 / std::sqrt(f));
+    const FbxVector3 third = Cross(x, y);
+    q = FbxQuaternionOf({{x.x, y.x, third.x, x.y, y.y, third.y, x.z, y.z, third.z}});
+}
+
+void FbxNormaliseSigns(FbxQuaternion& q, FbxVector3& s)
+{
+    if (s.x >= 0.0 && s.y >= 0.0 && s.z >= 0.0)
+    {
+        s = {s.x + 0.0, s.y + 0.0, s.z + 0.0}; // no negative zeros
+        return;
+    }
+    const bool bX = s.x < 0.0;
+    const bool bY = s.y < 0.0;
+    const bool bZ = s.z < 0.0;
+    const bool bZero = s.x == 0.0 || s.y == 0.0 || s.z == 0.0;
+    const bool bMirrored = (bX ^ bY ^ bZ) && !bZero;
+    // Axes that are turned about. An odd number of them is no rotation, so a zero axis turns with them.
+    bool tx = bX != bMirrored;
+    bool ty = bY != bMirrored;
+    bool tz = bZ != bMirrored;
+    if (tx ^ ty ^ tz)
+        (s.x == 0.0 ? tx : s.y == 0.0 ? ty : tz) ^= true;
+    if (ty && tz)
+        q = q * FbxQuaternion{1, 0, 0, 0};
+    else if (tx && tz)
+        q = q * FbxQuaternion{0, 1, 0, 0};
+    else if (tx && ty)
+        q = q * FbxQuaternion{0, 0, 1, 0};
+    const double f = bMirrored ? -1.0 : 1.0;
+    s = {std::fabs(s.x) * f, std::fabs(s.y) * f, std::fabs(s.z) * f};
+}
+
+FbxMatrix4 FbxMatrix4::FromTransform(const FbxTransform& transform)
+{
+    const SFbxMatrix3 a = FbxScaled(FbxMatrixOf(transform.q), transform.s);
+    FbxMatrix4 r;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            r.m[i][j] = a.m[j * 3 + i];
+    r.m[3][0] = transform.t.x;
+    r.m[3][1] = transform.t.y;
+    r.m[3][2] = transform.t.z;
+    return r;
+}
+
+void FbxMatrix4::Decompose(FbxTransform& transform) const
+{
+    FbxVector3 shear;
+    double fSign = 1.0;
+    Decompose(transform, shear, fSign);
+}
+
+void FbxMatrix4::Decompose(FbxTransform& transform, FbxVector3& shear, double& fSign) const
+{
+    SFbxMatrix3 a;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            a.m[j * 3 + i] = m[i][j];
+    transform.t = {m[3][0], m[3][1], m[3][2]};
+    FbxDecompose(a, transform.q, transform.s);
+    fSign = FbxDeterminant(a) < 0.0 ? -1.0 : 1.0;
+    // What the rotation does not explain: cosines between the axes.
+    const auto cosine = [&a](int i, int j, double fScale)
+    { return fScale != 0.0 ? (a.m[i] * a.m[j] + a.m[3 + i] * a.m[3 + j] + a.m[6 + i] * a.m[6 + j]) / fScale : 0.0; };
+    shear = {cosine(0, 1, transform.s.x * transform.s.y), cosine(0, 2, transform.s.x * transform.s.z),
+             cosine(1, 2, transform.s.y * transform.s.z)};
+}
+
+FbxMatrix4 operator*(const FbxMatrix4& a, const FbxMatrix4& b)
+{
+    FbxMatrix4 r;
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            r.m[i][j] = a.m[i][0] * b.m[0][j] + a.m[i][1] * b.m[1][j] + a.m[i][2] * b.m[2][j] + a.m[i][3] * b.m[3][j];
+    return r;
+}
