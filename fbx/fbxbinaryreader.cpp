@@ -263,5 +263,12 @@ bool FbxReadBinary(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFb
     tree.nVersion = head.nVersion;
     tree.bBinary = true;
     tree.bBigEndian = head.bBigEndian;
-    return BinaryReader(pData, nSize, head, tree, sError).Read();
+    if (!BinaryReader(pData, nSize, head, tree, sError).Read())
+        return false;
+    // Old writers left the head at the version of its layout; the header's record has the one that counts.
+    const SFbxRecord* pHeader = head.nVersion < 6000 ? tree.root.Find("FBXHeaderExtension") : nullptr;
+    const SFbxRecord* pVersion = pHeader ? pHeader->Find("FBXVersion") : nullptr;
+    if (pVersion && pVersion->Int(0) >= kFbxMinVersion && pVersion->Int(0) < 7000)
+        tree.nVersion = static_cast<int>(pVersion->Int(0));
+    return true;
 }

@@ -82,17 +82,16 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
     const FbxAnimCurveNode* curveNodes[3] = {};
     for (size_t p = 0; p < 3; ++p)
     {
-        for (const FbxObject::SCurveNodeLink& link : node.m_curveNodes)
+        for (const FbxAnimLayer* pLayer : layers)
         {
-            if (link.property != kMain[p])
+            const auto link =
+                std::find_if(node.m_curveNodes.begin(), node.m_curveNodes.end(),
+                             [&](const auto& candidate)
+                             { return candidate.property == kMain[p] && candidate.pCurveNode->IsInLayer(pLayer); });
+            if (link == node.m_curveNodes.end())
                 continue;
-            for (const FbxAnimLayer* pLayer : layers)
-            {
-                if (!link.pCurveNode->IsInLayer(pLayer))
-                    continue;
-                plan.bSlow |= curveNodes[p] != nullptr || pLayer != pBaseLayer;
-                curveNodes[p] = link.pCurveNode;
-            }
+            plan.bSlow |= pLayer != pBaseLayer;
+            curveNodes[p] = link->pCurveNode;
         }
     }
     if (plan.bSlow)

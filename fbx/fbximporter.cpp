@@ -96,6 +96,7 @@ bool FbxImporter::Import(FbxScene* pScene)
         const size_t nSize = state.input.Size();
         bOk = state.head.eFormat == EFbxFormat::eBinary ? FbxReadBinary(pData, nSize, state.head, tree, state.sError)
                                                         : FbxReadText(pData, nSize, state.head, tree, state.sError);
+        state.head.nVersion = bOk ? tree.nVersion : state.head.nVersion;
         if (bOk)
         {
             const bool bAnimation =

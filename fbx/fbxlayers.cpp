@@ -65,8 +65,8 @@ void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::stri
     {
         const FbxAnimCurveNode* pNode = nullptr;
         for (const FbxObject::SCurveNodeLink& link : object.m_curveNodes)
-            if (link.property == property && link.pCurveNode->IsInLayer(pLayer))
-                pNode = link.pCurveNode;
+            if (!pNode && link.property == property && link.pCurveNode->IsInLayer(pLayer))
+                pNode = link.pCurveNode; // of several the first counts
         if (!pNode)
             continue;
 

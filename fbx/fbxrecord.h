@@ -94,7 +94,7 @@ EFbxScope FbxScopeOfChild(EFbxScope eParent, std::string_view name);
 
 /// Limits of both readers.
 constexpr size_t kFbxMaxDepth = 1000;
-constexpr int kFbxMinVersion = 5000;
+constexpr int kFbxMinVersion = 3000; // what files of version 5 have in their binary head
 constexpr int kFbxMaxVersion = 7799;
 
 /// What the bytes are, decided by their head alone.

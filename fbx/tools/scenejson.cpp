@@ -56,6 +56,14 @@ public:
         char buffer[40];
         m_sText.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, f).ptr);
     }
+    /// Nine digits: a span is for people, and for comparing with tables that have no more.
+    void Seconds(FbxTime time)
+    {
+        Separate();
+        char buffer[40];
+        const double f = time.GetSecondDouble();
+        m_sText.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, f, std::chars_format::general, 9).ptr);
+    }
     void Integer(int64_t n)
     {
         Separate();
@@ -249,9 +257,9 @@ std::string FbxSceneJson(FbxScene& scene, const FbxImporter& importer, const std
         json.Key("name");
         json.Text(stack.GetName());
         json.Key("start");
-        json.Number(stack.GetLocalTimeSpan().start.GetSecondDouble());
+        json.Seconds(stack.GetLocalTimeSpan().start);
         json.Key("stop");
-        json.Number(stack.GetLocalTimeSpan().stop.GetSecondDouble());
+        json.Seconds(stack.GetLocalTimeSpan().stop);
         json.Key("layers");
         json.Integer(static_cast<int64_t>(stack.GetLayerCount()));
         json.Close('}');
