@@ -1,5 +1,7 @@
 #include "system/animation/quaternioncomp.h"
 
+#include "tests/system/animation/testclip.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,39 +14,6 @@ namespace
 {
 
 constexpr double DEGREES = 57.29577951308232;
-
-/// SplitMix64: the same numbers everywhere, unlike the standard distributions.
-class ZRandom
-{
-public:
-    explicit ZRandom(uint64_t nSeed) : m_nState(nSeed) {}
-    uint64_t Bits()
-    {
-        uint64_t n = (m_nState += 0x9e3779b97f4a7c15u);
-        n = (n ^ n >> 30) * 0xbf58476d1ce4e5b9u;
-        n = (n ^ n >> 27) * 0x94d049bb133111ebu;
-        return n ^ n >> 31;
-    }
-    /// In [-1, 1).
-    double Signed() { return static_cast<double>(static_cast<int64_t>(Bits()) >> 11) / 4503599627370496.0; }
-    /// Uniform over all rotations: points of a ball in four dimensions, brought to its surface.
-    SQuaternion Rotation()
-    {
-        for (;;)
-        {
-            const double x = Signed(), y = Signed(), z = Signed(), w = Signed();
-            const double fSquare = x * x + y * y + z * z + w * w;
-            if (fSquare > 1.0 || fSquare < 0.01)
-                continue;
-            const double f = 1.0 / std::sqrt(fSquare);
-            return {static_cast<float>(x * f), static_cast<float>(y * f), static_cast<float>(z * f),
-                    static_cast<float>(w * f)};
-        }
-    }
-
-private:
-    uint64_t m_nState;
-};
 
 SQuaternion Negated(const SQuaternion& q)
 {
