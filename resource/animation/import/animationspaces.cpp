@@ -116,7 +116,7 @@ ZAnimation::TPtr ZAnimation::CreateRelativeTrajectoryAnimation(TPtr pAnimation, 
 {
     const SBoneId trajectory = rig.TrajectoryIndex();
     // None is beyond every rig, and fails the bounds check of the names.
-    const size_t nTrajectory = trajectory.IsValid() ? trajectory : SBoneId::INVALID_ID32;
+    const size_t nTrajectory = trajectory.IsValid() ? size_t{trajectory} : size_t{SBoneId::INVALID_ID32};
     if (rig.Names()[nTrajectory].ICompare(pAnimation->m_rootBoneName) != 0)
         throw ZAnimationPackerException("Trajectory bone mismatch.");
     if (pAnimation->m_eSpace == eSpace_Character)
