@@ -45,8 +45,9 @@ function(z_library name)
     # What is not marked for export stays inside, template instances and linked archives included.
     if(NOT Z_EXPORTS)
       set(Z_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+      target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
     endif()
-    target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL -Wl,--version-script=${Z_EXPORTS})
+    target_link_options(${name} PRIVATE -Wl,--version-script=${Z_EXPORTS})
     set_target_properties(${name} PROPERTIES LINK_DEPENDS ${Z_EXPORTS})
     if(NOT Z_SANITIZE) # whose runtime stands in the program
       target_link_options(${name} PRIVATE -Wl,--no-undefined)

@@ -24,9 +24,10 @@ public:
     static constexpr size_t NOT_FOUND = static_cast<size_t>(-1);
 
     ZString() = default;
-    /// Borrows: for literals.
+    /// Borrows: for literals. A static string made so exists before any code runs.
     template <size_t N>
-    ZString(const char (&szLiteral)[N]) : ZString(szLiteral, N - 1, BORROWED_BIT)
+    constexpr ZString(const char (&szLiteral)[N])
+        : m_pText(const_cast<char*>(szLiteral)), m_nLength(static_cast<uint32_t>(N - 1) | BORROWED_BIT)
     {
     }
     /// A buffer is not a literal: its length and its life are not known here.

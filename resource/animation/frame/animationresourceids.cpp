@@ -1,9 +1,9 @@
 #include "resource/animation/frame/animationresourceids.h"
 
-const ZString ANIMATION_DERIVED_RESOURCE_EXTENSION("animation");
-const ZString EVENT_TRACK_SUBRESOURCE_EXTENSION("eventtracks");
-const ZString FBX_RIG_SUBRESOURCE_EXTENSION("rig");
-const ZString FBX_TAKE_SUBRESOURCE_EXTENSION("take");
+constinit const ZString ANIMATION_DERIVED_RESOURCE_EXTENSION("animation");
+constinit const ZString EVENT_TRACK_SUBRESOURCE_EXTENSION("eventtracks");
+constinit const ZString FBX_RIG_SUBRESOURCE_EXTENSION("rig");
+constinit const ZString FBX_TAKE_SUBRESOURCE_EXTENSION("take");
 
 ZResourceID GenerateFbxRigResourceID(const ZResourceID& id, const ZString& name)
 {

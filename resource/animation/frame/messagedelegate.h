@@ -21,7 +21,8 @@ public:
 
     explicit ZMessageDelegate(FFree pFunction) : m_pFunction(pFunction) {}
 
-    template <class T, void (T::*METHOD)(const ZString&, int)>
+    /// METHOD is a member function of T that takes message and severity.
+    template <class T, auto METHOD>
     static ZMessageDelegate Bind(T* pObject)
     {
         ZMessageDelegate result(nullptr);

@@ -1,0 +1,110 @@
+#include "resource/animation/packer/rigpacker.h"
+
+#include "resource/animation/fbximport/fbxanimationimporter.h"
+#include "resource/animation/frame/platform.h"
+#include "resource/animation/packer/packedoutput.h"
+#include "resource/core/iresourcedatabase.h"
+
+namespace ResourceAnimation
+{
+
+using Import::ZBone;
+using Import::ZBoneHierarchy;
+
+namespace
+{
+
+constexpr float METRES_PER_UNIT = 0.01f;
+
+} // namespace
+
+bool ZRigPacker::PackResource(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target,
+                              const ZVariantRef&)
+{
+    try
+    {
+        const bool bUpdate = GetResourceDatabase()->BeginResourceUpdate(target, 0);
+        Pack(source, target);
+        if (bUpdate)
+            GetResourceDatabase()->EndResourceUpdate(0);
+        return true;
+    }
+    catch (const ZAnimationException& e)
+    {
+        // The update stays open: the host sees that it was cut short.
+        pContext->Error(ZString::Format("Error when packing rig: {0}", e.Message()));
+        return false;
+    }
+}
+
+void ZRigPacker::Pack(const ZResourceID& source, const ZResourceID& target)
+{
+    Import::ZFbxAnimationImporter importer(source);
+    const auto messages = ZMessageDelegate::Bind<ZRigPacker, &ZRigPacker::ReportMessage>(this);
+    TSharedPtr<ZBoneHierarchy> pHierarchy =
+        importer.ImportHierarchy(SubResourceName(source), METRES_PER_UNIT, &messages);
+    if (pHierarchy == nullptr)
+        throw ZRigPackerException("ERROR: No rig found in FBX source resource.");
+    RepairBiped(*pHierarchy);
+    if (const auto pConverted = pHierarchy->ToSpace(Import::eSpace_Parent, true))
+        pHierarchy = pConverted;
+    const ZAnimationRig rig = BuildRig(*pHierarchy);
+
+    const ZString platform = GetTargetPlatform();
+    const EEndian eEndian = GetPlatformClass(platform);
+    const TArray<uint8_t> bytes = SerializeAndReadBack(rig, eEndian, false);
+    const TComponentScope<IOutputStream> stream(GetResourceDatabase()->OpenOutputStream(target));
+    if (!stream || !stream->IsOpen())
+        throw ZRigPackerException(ZString::Format("ERROR: Failed to create output resource: {0}", target));
+    WriteResource(stream.Get(), RESOURCE_CODE_RIG, platform, eEndian, {}, bytes.Ref());
+}
+
+void RepairBiped(ZBoneHierarchy& hierarchy)
+{
+    const SBoneId biped = hierarchy.GetBoneId("Bip01");
+    if (!biped.IsValid())
+        return;
+    const TSharedPtr<ZBone>& pBiped = hierarchy.Bones()[biped];
+    const TSharedPtr<ZBone> pParent = pBiped->Parent();
+    if (hierarchy.Space() == Import::eSpace_Character && pParent)
+        pBiped->SetTransform(pParent->Translation(), pParent->Rotation());
+    else
+        pBiped->SetTransform(SVector3(), SQuaternion());
+    hierarchy.MakeSiblingOf("Bip01_LUpArmTwist", "Bip01_L_UpperArm");
+    hierarchy.MakeSiblingOf("Bip01_RUpArmTwist", "Bip01_R_UpperArm");
+    hierarchy.MakeSiblingOf("Bip01_LThighTwist", "Bip01_L_Thigh");
+    hierarchy.MakeSiblingOf("Bip01_RThighTwist", "Bip01_R_Thigh");
+}
+
+ZAnimationRig BuildRig(const ZBoneHierarchy& hierarchy)
+{
+    const uint32_t nBones = hierarchy.Bones().Size();
+    TArray<SBoneId> roots;
+    TArray<SBoneId> parents;
+    TArray<uint32_t> uniqueIds;
+    TArray<SQV> bindPose;
+    TArray<ZString> names;
+    parents.Reserve(nBones);
+    uniqueIds.Reserve(nBones);
+    bindPose.Reserve(nBones);
+    names.Reserve(nBones);
+    for (const uint32_t nRoot : hierarchy.RootIndices())
+        roots.Add(SBoneId(nRoot));
+    for (const int32_t nParent : hierarchy.ParentIndices())
+        parents.Add(SBoneId(nParent));
+    for (const TSharedPtr<ZBone>& pBone : hierarchy.Bones())
+    {
+        const SVector3& t = pBone->Translation();
+        uniqueIds.Add(pBone->Uid());
+        bindPose.Add({pBone->Rotation().GetConjugate(), {t.x, t.y, t.z, 1.0f}});
+        names.Add(pBone->Name());
+    }
+    return {hierarchy.GetBoneId(hierarchy.TrajectoryName()),
+            roots.Ref(),
+            parents.Ref(),
+            uniqueIds.Ref(),
+            bindPose.Ref(),
+            names.Ref()};
+}
+
+} // namespace ResourceAnimation
