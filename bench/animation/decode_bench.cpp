@@ -1,7 +1,8 @@
-/// Decoding packed animations: frames into local poses, and on into character space, beside two references.
+/// Decoding packed animations: frames into local poses, and on into character space, beside references.
 ///
 ///   Copy     the same frame bytes copied to one place: what reading them alone costs
 ///   Naive    for each bone, search the groups for its tracks and unpack the value: the plain way to read the format
+///   Scalar   group by group, one Unpack call a value
 ///   Sample   ZAnimationSampler, local pose
 ///   Pose     Sample, then character space
 ///
@@ -168,11 +169,11 @@ SQV NaiveBone(const SClip& clip, uint32_t nBone, uint32_t nFrame)
             break;
         case eTrack_SingleAxisRotation:
             std::memcpy(&uiCode16, p + 12 * n + 2 * nKey, 2);
-            std::memcpy(&v.x, p + 12 * i, 12);
+            std::memcpy(static_cast<void*>(&v), p + 12 * i, 12);
             pose.rotation = SQuaternionSingleAxisComp16::Unpack(v, uiCode16);
             break;
         case eTrack_Translation:
-            std::memcpy(&v.x, p + 12 * nKey, 12);
+            std::memcpy(static_cast<void*>(&v), p + 12 * nKey, 12);
             pose.translation = {v.x, v.y, v.z, 1.0f};
             break;
         default:
@@ -194,6 +195,61 @@ void Naive(benchmark::State& state)
     {
         for (uint32_t nBone = 0; nBone < BONES; ++nBone)
             pose[nBone] = NaiveBone(clip, nBone, nFrame);
+        benchmark::DoNotOptimize(pose.GetStart());
+        benchmark::ClobberMemory();
+        nFrame = (nFrame + nStep) % nFrames;
+    }
+    SetRates(state, clip);
+}
+
+void Scalar(benchmark::State& state)
+{
+    const auto nFrames = static_cast<uint32_t>(state.range(0));
+    const auto nStep = static_cast<uint32_t>(state.range(1));
+    const SClip& clip = Clip(nFrames);
+    TArray<SQV> pose(clip.rig.Bones());
+    uint32_t nFrame = 0;
+    for (auto _ : state)
+    {
+        SQV* pPose = pose.GetStart();
+        for (const STrackGroup& group : clip.data.trackGroups)
+        {
+            const uint16_t* pBones = group.boneIndices.GetStart();
+            const uint8_t* pData = group.data.GetStart();
+            const uint32_t n = group.boneIndices.Size();
+            const uint64_t nFirst = static_cast<uint64_t>(nFrame) * n;
+            for (uint32_t i = 0; i < n; ++i)
+            {
+                SQV& bone = pPose[pBones[i]];
+                uint64_t uiCode64;
+                uint32_t uiCode32;
+                uint16_t uiCode16;
+                SVector3 v;
+                switch (group.type)
+                {
+                case eTrack_ConstantRotation:
+                case eTrack_Rotation64:
+                    std::memcpy(&uiCode64, pData + 8 * (group.type == eTrack_Rotation64 ? nFirst + i : i), 8);
+                    bone.rotation = SQuaternionComp64::Unpack(uiCode64);
+                    break;
+                case eTrack_Rotation32:
+                    std::memcpy(&uiCode32, pData + 4 * (nFirst + i), 4);
+                    bone.rotation = SQuaternionComp32::Unpack(uiCode32);
+                    break;
+                case eTrack_SingleAxisRotation:
+                    std::memcpy(&uiCode16, pData + 12 * n + 2 * (nFirst + i), 2);
+                    std::memcpy(static_cast<void*>(&v), pData + 12 * i, 12);
+                    bone.rotation = SQuaternionSingleAxisComp16::Unpack(v, uiCode16);
+                    break;
+                case eTrack_Translation:
+                    std::memcpy(static_cast<void*>(&v), pData + 12 * (nFirst + i), 12);
+                    bone.translation = {v.x, v.y, v.z, 1.0f};
+                    break;
+                default:
+                    break;
+                }
+            }
+        }
         benchmark::DoNotOptimize(pose.GetStart());
         benchmark::ClobberMemory();
         nFrame = (nFrame + nStep) % nFrames;
@@ -248,7 +304,7 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs)
             if (!run.error_occurred)
-                m_seconds[run.run_name.function_name] = run.GetAdjustedRealTime();
+                m_seconds[run.run_name.function_name] = run.GetAdjustedCPUTime();
     }
     void Finalize() override
     {
@@ -257,6 +313,7 @@ public:
         {
             const std::string set = szSet;
             Print(set + "/Sample", set + "/Naive");
+            Print(set + "/Sample", set + "/Scalar");
             Print(set + "/Sample", set + "/Copy");
             Print(set + "/Pose", set + "/Naive");
         }
@@ -292,6 +349,7 @@ int main(int argc, char** argv)
         };
         add("Copy", &Copy);
         add("Naive", &Naive);
+        add("Scalar", &Scalar);
         add("Sample", &Play<false>);
         add("Pose", &Play<true>);
     }

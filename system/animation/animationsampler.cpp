@@ -268,9 +268,9 @@ ZObjectRef ZAnimationSampler::PropertyAt(size_t nProperty, uint32_t nFrame) cons
     std::memcpy(&keys, pKeys, sizeof keys);
     if (keys.uiCount == 0)
         return {};
-    const auto* pFirst = (keys.uiCapacity & TArray<uint8_t>::INLINE_BIT) != 0
-                             ? static_cast<const uint8_t*>(pKeys)
-                             : reinterpret_cast<const uint8_t*>(static_cast<uintptr_t>(keys.nPointerOrElements));
+    const uint8_t* pFirst = static_cast<const uint8_t*>(pKeys);
+    if ((keys.uiCapacity & TArray<uint8_t>::INLINE_BIT) == 0)
+        std::memcpy(&pFirst, &keys.nPointerOrElements, sizeof pFirst);
     const uint32_t nKey = nFrame < keys.uiCount ? nFrame : keys.uiCount - 1;
     return {pFirst + static_cast<size_t>(nKey) * pElement->Size(), track.typeId};
 }

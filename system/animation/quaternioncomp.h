@@ -10,7 +10,8 @@
 /// Sign       q and -q are one rotation and get one code; what comes back may be either of them.
 /// Accuracy   worst error of the rotation's angle over all rotations, in degrees:
 ///                64 bits 0.00008    32 bits 0.119    one axis, 16 bits 0.00276
-/// Exactness  the identity has code 0 and comes back exactly. Packing what Unpack gave gives the same code.
+/// Exactness  the identity has code 0 and comes back exactly, as do half turns about x, y and z. What Unpack makes of a
+///            code that Pack gave packs to that code again.
 /// Errors     none: a rotation that is zero or not a number packs as the identity, one of another length as if it had
 ///            been normalised; every number unpacks to something finite.
 /// Portable   Unpack takes only + - * / and the square root, in an order that is the same everywhere, and the decoder
