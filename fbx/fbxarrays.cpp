@@ -131,6 +131,33 @@ bool FbxArrayReader::Decode(const SPayload& payload, void* pOut)
     return true;
 }
 
+namespace
+{
+
+template <class To, class From>
+To ConvertElement(From value)
+{
+    if constexpr (std::is_integral_v<From>)
+        return static_cast<To>(value);
+    else
+    {
+        const double f = static_cast<double>(value);
+        if constexpr (std::is_same_v<To, uint32_t>)
+        {
+            // Text files write the bits as integers; in a list with fractions they stand among plain numbers.
+            const bool bBits = std::fabs(f) >= 16777216.0 && std::fabs(f) < 4294967296.0 && f == std::floor(f);
+            return bBits ? static_cast<uint32_t>(static_cast<int64_t>(f))
+                         : std::bit_cast<uint32_t>(static_cast<float>(f));
+        }
+        else if constexpr (std::is_integral_v<To>)
+            return f > -9.2e18 && f < 9.2e18 ? static_cast<To>(f) : To(0);
+        else
+            return static_cast<To>(f);
+    }
+}
+
+} // namespace
+
 template <class T>
 bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
 {
@@ -143,18 +170,7 @@ bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
         {
             From value;
             std::memcpy(&value, m_scratch.data() + n * sizeof(From), sizeof value);
-            if constexpr (std::is_same_v<T, uint32_t> && std::is_floating_point_v<From>)
-            {
-                // Text files write the bits as integers; in a list with fractions they stand among plain numbers.
-                const double f = static_cast<double>(value);
-                const bool bBits = std::fabs(f) >= 16777216.0 && std::fabs(f) < 4294967296.0 && f == std::floor(f);
-                pOut[n] = bBits ? static_cast<uint32_t>(static_cast<int64_t>(f))
-                                : std::bit_cast<uint32_t>(static_cast<float>(f));
-            }
-            else if constexpr (std::is_integral_v<T> && std::is_floating_point_v<From>)
-                pOut[n] = value > From(-9.2e18) && value < From(9.2e18) ? static_cast<T>(value) : T(0);
-            else
-                pOut[n] = static_cast<T>(value);
+            pOut[n] = ConvertElement<T>(value);
         }
     };
     switch (payload.type)

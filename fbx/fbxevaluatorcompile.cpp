@@ -140,7 +140,7 @@ void FbxAnimEvaluator::SState::CompileInheritance()
     constexpr uint8_t kUnit = 1;
     constexpr uint8_t kScaled = 2;
     std::vector<uint8_t> states(plans.size(), kUnknown);
-    const auto ownUnit = [this](const SFbxNodePlan& plan)
+    const auto ownUnit = [](const SFbxNodePlan& plan)
     {
         const FbxVector3 one{1, 1, 1};
         return !plan.bSlow && (plan.nMoving >> 6) == 0 && plan.pieces.s == one && plan.restPieces.s == one;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
 /// A point in scene time, counted in ticks: 46186158000 of them make a second, a number that all film, video and
