@@ -1,0 +1,78 @@
+#include "base/misc/zresourceid.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+TEST(ZResourceID, TakesFormsApart)
+{
+    const struct
+    {
+        const char* szText;
+        bool bValid;
+        const char* szRoot;
+        const char* szParameters;
+        const char* szExtension;
+    } cases[] = {
+        {"assembly:/a/run.fbx", true, "assembly:/a/run.fbx", "", "fbx"},
+        {"assembly:/a/run.fbx?/walk.take", true, "assembly:/a/run.fbx", "/walk.take", "take"},
+        {"assembly:/a (1)/run.x.FBX", true, "assembly:/a (1)/run.x.FBX", "", "FBX"},
+        {"assembly:/a.b/run", true, "assembly:/a.b/run", "", ""},
+        {"<assembly:/a.fbx?/w.take>.pc.animation", true, "assembly:/a.fbx", "/w.take", "animation"},
+        {"<<assembly:/a.fbx>.pc.animationrig>(x|y).pc.rigxml", true, "assembly:/a.fbx", "", "rigxml"},
+        {"", false, "", "", ""},
+        {"run.fbx", false, "run.fbx", "", "fbx"},
+        {"assembly:/", false, "assembly:/", "", ""},
+        {"assembly:/?/walk.take", false, "assembly:/", "/walk.take", "take"},
+        {"assembly:/a<b.fbx", false, "assembly:/a<b.fbx", "", "fbx"},
+        {"<run.fbx>.pc.animation", false, "run.fbx", "", "animation"},
+        {"<assembly:/a.fbx>.pc.", false, "assembly:/a.fbx", "", ""},
+        {"<assembly:/a.fbx>", false, "<assembly:/a.fbx>", "", "fbx>"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szText);
+        const ZResourceID id(ZString::ReferenceCString(c.szText));
+        EXPECT_EQ(id.IsValid(), c.bValid);
+        EXPECT_STREQ(id.GetRoot().ToString().ToCString(), c.szRoot);
+        EXPECT_STREQ(id.GetRootParameters().ToCString(), c.szParameters);
+        EXPECT_STREQ(id.GetExtension().ToCString(), c.szExtension);
+    }
+    EXPECT_TRUE(ZResourceID().IsEmpty());
+}
+
+TEST(ZResourceID, DerivedFormKeepsEveryPart)
+{
+    const ZResourceID source("assembly:/Chars (old)/Hero.fbx?/Run_01.take");
+    const ZResourceID rig = ZResourceID("assembly:/a.rig.fbx").CreateDerivedResourceID("animationrig", "p|q", "pc");
+    const ZString parameters = ZString::Format("noevents|{0}|assembly:/b (2).rig", rig);
+    const ZResourceID derived = source.CreateDerivedResourceID("animation", parameters, "ps3");
+
+    // Lower-casing is the first thing that happens to an identifier in a packer.
+    for (const ZResourceID& id : {derived, ZResourceID(derived.ToString().CopyToLower())})
+    {
+        EXPECT_TRUE(id.IsValid() && id.IsDerived());
+        EXPECT_EQ(id.GetSourceResourceID().ToString().ICompare(source.ToString()), 0);
+        EXPECT_STREQ(id.GetExtension().ToCString(), "animation");
+        EXPECT_STREQ(id.GetPlatformFromExtension().ToCString(), "ps3");
+        ASSERT_EQ(id.GetParameterCount(), 3u);
+        EXPECT_TRUE(id.GetParameter(0) == "noevents");
+        EXPECT_TRUE(id.GetParameter(1) == rig.ToString());
+        EXPECT_TRUE(id.GetParameter(2) == "assembly:/b (2).rig");
+    }
+    EXPECT_STREQ(derived.ReplacePlatform("pc").GetPlatformFromExtension().ToCString(), "pc");
+    EXPECT_TRUE(derived.ReplacePlatform("pc").GetSourceResourceID() == source);
+    EXPECT_TRUE(source.ReplacePlatform("pc") == source);
+}
+
+TEST(ZResourceID, ReplacesExtensionAndParameters)
+{
+    EXPECT_TRUE(ZResourceID("assembly:/a/foo.xml").ReplaceExtension("fbx") == ZString("assembly:/a/foo.fbx"));
+    EXPECT_TRUE(ZResourceID("assembly:/a.b/foo").ReplaceExtension("fbx") == ZString("assembly:/a.b/foo.fbx"));
+    EXPECT_TRUE(ZResourceID("assembly:/a.fbx?/x.take").ReplaceExtension("rig") == ZString("assembly:/a.fbx?/x.rig"));
+    EXPECT_TRUE(ZResourceID("assembly:/a.fbx?/x.take").ReplaceRootParameters("/y.rig") ==
+                ZString("assembly:/a.fbx?/y.rig"));
+}
+
+} // namespace
