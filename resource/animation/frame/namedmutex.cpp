@@ -58,7 +58,8 @@ SSharedMutex* OpenShared(const ZString& name)
         munmap(pMemory, sizeof(SSharedMutex));
         pShared = nullptr;
     }
-    close(nFile); // ends the file lock, not the mapping
+    flock(nFile, LOCK_UN); // closing would not end it: the mapping keeps the open file
+    close(nFile);
     return pShared;
 }
 
