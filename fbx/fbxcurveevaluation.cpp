@@ -53,21 +53,6 @@ void Find(const SFbxTimeline& timeline, int64_t nTicks, int64_t nNear, SFbxLocat
     }
 }
 
-double Value(const float* pValues, const SFbxSegment* pSegments, EFbxSegment eOnly, const SFbxLocation& location)
-{
-    const double fValue = static_cast<double>(pValues[location.nKey]);
-    if (location.eWhere != SFbxLocation::eBetween)
-        return fValue;
-    if (!pSegments)
-    {
-        if (eOnly == EFbxSegment::eStep)
-            return fValue;
-        return fValue + (static_cast<double>(pValues[location.nKey + 1]) - fValue) * location.u;
-    }
-    return FbxEvaluateSegment(pSegments[location.nKey], fValue, static_cast<double>(pValues[location.nKey + 1]),
-                              location.fSeconds, location.u);
-}
-
 } // namespace
 
 void FbxAnimEvaluator::SState::SetTime(FbxTime time)
@@ -89,16 +74,6 @@ const SFbxLocation& FbxAnimEvaluator::SState::Locate(const SFbxTimeline& timelin
     return location;
 }
 
-double FbxAnimEvaluator::SState::Evaluate(const SFbxChannelPlan& channel)
-{
-    const SFbxLocation& location = locations[channel.nTimeline].nStamp == now.nStamp
-                                       ? locations[channel.nTimeline]
-                                       : Locate(*channel.pCurve->pTimeline);
-    if (location.eWhere >= SFbxLocation::eBefore)
-        return channel.fFactor * Extrapolate(*channel.pCurve, location.eWhere == SFbxLocation::eBefore);
-    return channel.fFactor * Value(channel.pValues, channel.pSegments, channel.eOnly, location);
-}
-
 double FbxAnimEvaluator::SState::Evaluate(const FbxAnimCurve& curve)
 {
     const SFbxLocation& location = Locate(*curve.pTimeline);
@@ -106,7 +81,7 @@ double FbxAnimEvaluator::SState::Evaluate(const FbxAnimCurve& curve)
         return Extrapolate(curve, location.eWhere == SFbxLocation::eBefore);
     EFbxSegment eOnly;
     const SFbxSegment* pSegments = curve.GetSegments(eOnly);
-    return Value(curve.pValues, pSegments, eOnly, location);
+    return FbxValueAt(curve.pValues, pSegments, eOnly, location);
 }
 
 double FbxAnimEvaluator::SState::EvaluateAt(const FbxAnimCurve& curve, int64_t nTicks, int64_t nNear)
@@ -115,7 +90,7 @@ double FbxAnimEvaluator::SState::EvaluateAt(const FbxAnimCurve& curve, int64_t n
     Find(*curve.pTimeline, nTicks, nNear, location);
     EFbxSegment eOnly;
     const SFbxSegment* pSegments = curve.GetSegments(eOnly);
-    return Value(curve.pValues, pSegments, eOnly, location);
+    return FbxValueAt(curve.pValues, pSegments, eOnly, location);
 }
 
 double FbxAnimEvaluator::SState::Extrapolate(const FbxAnimCurve& curve, bool bBefore)

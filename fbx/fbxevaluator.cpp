@@ -14,10 +14,11 @@ void FbxAnimEvaluator::Invalidate()
 namespace
 {
 
-SFbxLocal MakeLocal(const SFbxPieces& pieces, const FbxVector3& t, const FbxVector3& r, const FbxVector3& s)
+inline SFbxLocal MakeLocal(const SFbxPieces& pieces, const FbxVector3& t, const FbxVector3& r, const FbxVector3& s)
 {
     SFbxLocal local;
-    local.q = FbxQuaternion::FromEuler(r, pieces.eOrder);
+    local.q =
+        pieces.eOrder == EFbxRotationOrder::eXYZ ? FbxQuaternionOfXYZ(r) : FbxQuaternion::FromEuler(r, pieces.eOrder);
     if (pieces.bPre)
         local.q = pieces.pre * local.q;
     if (pieces.bPost)

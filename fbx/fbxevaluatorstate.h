@@ -23,6 +23,18 @@ struct SFbxLocation
     EWhere eWhere = eOnKey;
 };
 
+inline double FbxValueAt(const float* pValues, const SFbxSegment* pSegments, EFbxSegment eOnly,
+                         const SFbxLocation& location)
+{
+    const double fValue = static_cast<double>(pValues[location.nKey]);
+    if (location.eWhere != SFbxLocation::eBetween || (!pSegments && eOnly == EFbxSegment::eStep))
+        return fValue;
+    const double fNext = static_cast<double>(pValues[location.nKey + 1]);
+    if (!pSegments)
+        return fValue + (fNext - fValue) * location.u;
+    return FbxEvaluateSegment(pSegments[location.nKey], fValue, fNext, location.fSeconds, location.u);
+}
+
 /// One number that may move: a curve, or its fixed value.
 struct SFbxChannelPlan
 {
@@ -103,7 +115,14 @@ struct FbxAnimEvaluator::SState
 
     const SFbxLocation& Locate(const SFbxTimeline& timeline);
     double Evaluate(const FbxAnimCurve& curve);
-    double Evaluate(const SFbxChannelPlan& channel);
+    double Evaluate(const SFbxChannelPlan& channel)
+    {
+        const SFbxLocation& known = locations[channel.nTimeline];
+        const SFbxLocation& location = known.nStamp == now.nStamp ? known : Locate(*channel.pCurve->pTimeline);
+        if (location.eWhere >= SFbxLocation::eBefore)
+            return channel.fFactor * Extrapolate(*channel.pCurve, location.eWhere == SFbxLocation::eBefore);
+        return channel.fFactor * FbxValueAt(channel.pValues, channel.pSegments, channel.eOnly, location);
+    }
     double Extrapolate(const FbxAnimCurve& curve, bool bBefore);
     double EvaluateAt(const FbxAnimCurve& curve, int64_t nTicks, int64_t nNear);
 

@@ -7,33 +7,15 @@
 
 void FbxSinCosDegrees(double fDegrees, double& fSin, double& fCos)
 {
-    // Beyond this a quarter turn can't be counted in a double's integers any more; fmod is exact.
-    if (!(std::fabs(fDegrees) < 1e9))
-        fDegrees = std::fmod(fDegrees, 360.0);
+    SFbxTwo sine, cosine;
+    FbxSinCosDegrees(SFbxTwo{fDegrees, fDegrees}, sine, cosine);
+    fSin = sine[0];
+    fCos = cosine[0];
+}
 
-    // Adding and taking away 1.5 * 2^52 rounds to the nearest integer.
-    constexpr double kRound = 6755399441055744.0;
-    const double fRounded = fDegrees * (1.0 / 90.0) + kRound;
-    const double fQuarters = fRounded - kRound;
-    const double x = (fDegrees - fQuarters * 90.0) * kFbxRadiansPerDegree;
-
-    // Taylor series; at a quarter of pi the first term left out is below 5e-17.
-    const double x2 = x * x;
-    const double x4 = x2 * x2;
-    const double x8 = x4 * x4;
-    const double s = ((-1.0 / 6.0 + x2 * (1.0 / 120.0)) + x4 * (-1.0 / 5040.0 + x2 * (1.0 / 362880.0))) +
-                     x8 * ((-1.0 / 39916800.0 + x2 * (1.0 / 6227020800.0)) + x4 * (-1.0 / 1307674368000.0));
-    const double c = ((-0.5 + x2 * (1.0 / 24.0)) + x4 * (-1.0 / 720.0 + x2 * (1.0 / 40320.0))) +
-                     x8 * ((-1.0 / 3628800.0 + x2 * (1.0 / 479001600.0)) +
-                           x4 * (-1.0 / 87178291200.0 + x2 * (1.0 / 20922789888000.0)));
-    const double fS = x + x * x2 * s;
-    const double fC = 1.0 + x2 * c;
-
-    const uint64_t nQuarter = std::bit_cast<uint64_t>(fRounded); // its low bits are the integer
-    const double a = nQuarter & 1 ? fC : fS;
-    const double b = nQuarter & 1 ? fS : fC;
-    fSin = nQuarter & 2 ? -a : a;
-    fCos = (nQuarter + 1) & 2 ? -b : b;
+double FbxReduceDegrees(double fDegrees)
+{
+    return std::fmod(fDegrees, 360.0);
 }
 
 namespace
@@ -133,17 +115,10 @@ FbxQuaternion FbxQuaternion::Normalized() const
     return {x * f, y * f, z * f, w * f};
 }
 
-FbxVector3 FbxQuaternion::Rotate(const FbxVector3& v) const
-{
-    // v + 2 w (u x v) + 2 u x (u x v), with u the vector part.
-    const double tx = 2.0 * (y * v.z - z * v.y);
-    const double ty = 2.0 * (z * v.x - x * v.z);
-    const double tz = 2.0 * (x * v.y - y * v.x);
-    return {v.x + w * tx + (y * tz - z * ty), v.y + w * ty + (z * tx - x * tz), v.z + w * tz + (x * ty - y * tx)};
-}
-
 FbxQuaternion FbxQuaternion::FromEuler(const FbxVector3& degrees, EFbxRotationOrder eOrder)
 {
+    if (eOrder == EFbxRotationOrder::eXYZ)
+        return FbxQuaternionOfXYZ(degrees);
     double sx, cx, sy, cy, sz, cz;
     FbxSinCosDegrees(degrees.x * 0.5, sx, cx);
     FbxSinCosDegrees(degrees.y * 0.5, sy, cy);
@@ -164,9 +139,7 @@ FbxQuaternion FbxQuaternion::FromEuler(const FbxVector3& degrees, EFbxRotationOr
     case EFbxRotationOrder::eZYX:
         return qx * qy * qz;
     default:
-        // qz * qy * qx, written out.
-        return {cz * cy * sx - sz * sy * cx, cz * sy * cx + sz * cy * sx, sz * cy * cx - cz * sy * sx,
-                cz * cy * cx + sz * sy * sx};
+        return FbxQuaternionOfXYZ(degrees);
     }
 }
 
@@ -218,14 +191,6 @@ FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f)
     return a * FbxQuaternion{d.x * k, d.y * k, d.z * k, c};
 }
 
-SFbxMatrix3 FbxMatrixOf(const FbxQuaternion& q)
-{
-    const double xx = 2.0 * q.x * q.x, yy = 2.0 * q.y * q.y, zz = 2.0 * q.z * q.z;
-    const double xy = 2.0 * q.x * q.y, xz = 2.0 * q.x * q.z, yz = 2.0 * q.y * q.z;
-    const double wx = 2.0 * q.w * q.x, wy = 2.0 * q.w * q.y, wz = 2.0 * q.w * q.z;
-    return {{1.0 - yy - zz, xy - wz, xz + wy, xy + wz, 1.0 - xx - zz, yz - wx, xz - wy, yz + wx, 1.0 - xx - yy}};
-}
-
 FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& r)
 {
     // Starts from the largest of the four components, so that nothing is divided by a small number.
@@ -241,21 +206,6 @@ FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& r)
     else
         q = {m[2] + m[6], m[5] + m[7], 1.0 + m[8] - m[0] - m[4], m[3] - m[1]};
     return q.Normalized();
-}
-
-SFbxMatrix3 operator*(const SFbxMatrix3& a, const SFbxMatrix3& b)
-{
-    SFbxMatrix3 r;
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            r.m[i * 3 + j] = a.m[i * 3] * b.m[j] + a.m[i * 3 + 1] * b.m[3 + j] + a.m[i * 3 + 2] * b.m[6 + j];
-    return r;
-}
-
-FbxVector3 operator*(const SFbxMatrix3& a, const FbxVector3& v)
-{
-    return {a.m[0] * v.x + a.m[1] * v.y + a.m[2] * v.z, a.m[3] * v.x + a.m[4] * v.y + a.m[5] * v.z,
-            a.m[6] * v.x + a.m[7] * v.y + a.m[8] * v.z};
 }
 
 SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a)
@@ -276,12 +226,6 @@ SFbxMatrix3 FbxInverse(const SFbxMatrix3& a)
     return {{(m[4] * m[8] - m[5] * m[7]) * f, (m[2] * m[7] - m[1] * m[8]) * f, (m[1] * m[5] - m[2] * m[4]) * f,
              (m[5] * m[6] - m[3] * m[8]) * f, (m[0] * m[8] - m[2] * m[6]) * f, (m[2] * m[3] - m[0] * m[5]) * f,
              (m[3] * m[7] - m[4] * m[6]) * f, (m[1] * m[6] - m[0] * m[7]) * f, (m[0] * m[4] - m[1] * m[3]) * f}};
-}
-
-SFbxMatrix3 FbxScaled(const SFbxMatrix3& a, const FbxVector3& s)
-{
-    return {{a.m[0] * s.x, a.m[1] * s.y, a.m[2] * s.z, a.m[3] * s.x, a.m[4] * s.y, a.m[5] * s.z, a.m[6] * s.x,
-             a.m[7] * s.y, a.m[8] * s.z}};
 }
 
 namespace
@@ -326,11 +270,27 @@ void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
     const double fX = std::fabs(s.x);
     const double fY = std::fabs(s.y);
     const double fZ = std::fabs(s.z);
+    double f = 0.0;
+    if (fX > 0.0 && fY > 0.0)
+    {
+        x = x * (1.0 / fX);
+        y = y - x * Dot(x, y);
+        f = Dot(y, y);
+        if (f > 0.0)
+        {
+            y = y * (1.0 / std::sqrt(f));
+            const FbxVector3 last = Cross(x, y);
+            q = FbxQuaternionOf({{x.x, y.x, last.x, x.y, y.y, last.y, x.z, y.z, last.z}});
+            return;
+        }
+        y = Across(x) * fY;
+        x = x * fX;
+    }
     if (fX > 0.0)
         x = x * (1.0 / fX);
     else
         x = fY > 0.0 && fZ > 0.0 ? Cross(y * (1.0 / fY), z * (1.0 / fZ)) : FbxVector3{0, 0, 0};
-    double f = Dot(x, x);
+    f = Dot(x, x);
     if (f > 0.0 && f != 1.0)
         x = x * (1.0 / std::sqrt(f));
     else if (f == 0.0)
@@ -349,13 +309,8 @@ void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
     q = FbxQuaternionOf({{x.x, y.x, third.x, x.y, y.y, third.y, x.z, y.z, third.z}});
 }
 
-void FbxNormaliseSigns(FbxQuaternion& q, FbxVector3& s)
+void FbxTurnNegativeScales(FbxQuaternion& q, FbxVector3& s)
 {
-    if (s.x >= 0.0 && s.y >= 0.0 && s.z >= 0.0)
-    {
-        s = {s.x + 0.0, s.y + 0.0, s.z + 0.0}; // no negative zeros
-        return;
-    }
     const bool bX = s.x < 0.0;
     const bool bY = s.y < 0.0;
     const bool bZ = s.z < 0.0;

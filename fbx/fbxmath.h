@@ -5,8 +5,60 @@
 /// Functions that differ between the mathematics libraries of machines, written with the four operations and the
 /// square root alone, so that equal input gives equal bits everywhere. Errors are a few units in the last place.
 
-/// Of an angle in degrees. The reduction to a quarter turn is exact, and so are the results at multiples of 90.
+/// Two numbers that go through the same operations at once; each gets the bits it would get alone.
+using SFbxTwo = double __attribute__((vector_size(16)));
+using SFbxTwoBits = long long __attribute__((vector_size(16)));
+
+/// An angle whose quarter turns a double can't count, within one turn; not a number for infinities.
+double FbxReduceDegrees(double fDegrees);
+
+/// Of two angles in degrees. The reduction to a quarter turn is exact, and so are the results at multiples of 90.
+inline void FbxSinCosDegrees(SFbxTwo degrees, SFbxTwo& sine, SFbxTwo& cosine)
+{
+    for (int n = 0; n < 2; ++n)
+        if (!(degrees[n] < 1e9 && degrees[n] > -1e9))
+            degrees[n] = FbxReduceDegrees(degrees[n]);
+
+    // Adding and taking away 1.5 * 2^52 rounds to the nearest integer, which is left in the low bits.
+    constexpr double kRound = 6755399441055744.0;
+    const SFbxTwo rounded = degrees * (1.0 / 90.0) + kRound;
+    const SFbxTwo quarters = rounded - kRound;
+    const SFbxTwo x = (degrees - quarters * 90.0) * 0.017453292519943295769236907684886;
+
+    // Taylor series; at a quarter of pi the first term left out is below 5e-17.
+    const SFbxTwo x2 = x * x;
+    const SFbxTwo x4 = x2 * x2;
+    const SFbxTwo x8 = x4 * x4;
+    const SFbxTwo s = ((-1.0 / 6.0 + x2 * (1.0 / 120.0)) + x4 * (-1.0 / 5040.0 + x2 * (1.0 / 362880.0))) +
+                      x8 * ((-1.0 / 39916800.0 + x2 * (1.0 / 6227020800.0)) + x4 * (-1.0 / 1307674368000.0));
+    const SFbxTwo c = ((-0.5 + x2 * (1.0 / 24.0)) + x4 * (-1.0 / 720.0 + x2 * (1.0 / 40320.0))) +
+                      x8 * ((-1.0 / 3628800.0 + x2 * (1.0 / 479001600.0)) +
+                            x4 * (-1.0 / 87178291200.0 + x2 * (1.0 / 20922789888000.0)));
+    const SFbxTwoBits sineBits = reinterpret_cast<SFbxTwoBits>(x + x * x2 * s);
+    const SFbxTwoBits cosineBits = reinterpret_cast<SFbxTwoBits>(1.0 + x2 * c);
+
+    // Odd quarters swap the two, the second bit turns the sign.
+    const SFbxTwoBits quarter = reinterpret_cast<SFbxTwoBits>(rounded);
+    const SFbxTwoBits swap = -(quarter & 1);
+    const SFbxTwoBits a = (sineBits & ~swap) | (cosineBits & swap);
+    const SFbxTwoBits b = (cosineBits & ~swap) | (sineBits & swap);
+    sine = reinterpret_cast<SFbxTwo>(a ^ (quarter & 2) << 62);
+    cosine = reinterpret_cast<SFbxTwo>(b ^ ((quarter + 1) & 2) << 62);
+}
 void FbxSinCosDegrees(double fDegrees, double& fSin, double& fCos);
+
+/// Euler angles in degrees, x first.
+inline FbxQuaternion FbxQuaternionOfXYZ(const FbxVector3& degrees)
+{
+    SFbxTwo sineXY, cosineXY, sineZ, cosineZ;
+    FbxSinCosDegrees(SFbxTwo{degrees.x * 0.5, degrees.y * 0.5}, sineXY, cosineXY);
+    FbxSinCosDegrees(SFbxTwo{degrees.z * 0.5, degrees.z * 0.5}, sineZ, cosineZ);
+    const double sx = sineXY[0], sy = sineXY[1], sz = sineZ[0];
+    const double cx = cosineXY[0], cy = cosineXY[1], cz = cosineZ[0];
+    // qz * qy * qx, written out.
+    return {cz * cy * sx - sz * sy * cx, cz * sy * cx + sz * cy * sx, sz * cy * cx - cz * sy * sx,
+            cz * cy * cx + sz * sy * sx};
+}
 double FbxAtan2(double fY, double fX); ///< radians
 double FbxLog(double f);               ///< natural logarithm of a positive number
 double FbxExp(double f);
@@ -24,16 +76,47 @@ struct SFbxMatrix3
 {
     double m[9];
 };
-SFbxMatrix3 FbxMatrixOf(const FbxQuaternion& q);
-FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& rotation);
-SFbxMatrix3 operator*(const SFbxMatrix3& a, const SFbxMatrix3& b);
-FbxVector3 operator*(const SFbxMatrix3& a, const FbxVector3& v);
+inline SFbxMatrix3 FbxMatrixOf(const FbxQuaternion& q)
+{
+    const double x = 2.0 * q.x, y = 2.0 * q.y, z = 2.0 * q.z;
+    const double xx = x * q.x, yy = y * q.y, zz = z * q.z;
+    const double xy = x * q.y, xz = x * q.z, yz = y * q.z;
+    const double wx = x * q.w, wy = y * q.w, wz = z * q.w;
+    return {{1.0 - yy - zz, xy - wz, xz + wy, xy + wz, 1.0 - xx - zz, yz - wx, xz - wy, yz + wx, 1.0 - xx - yy}};
+}
+inline SFbxMatrix3 operator*(const SFbxMatrix3& a, const SFbxMatrix3& b)
+{
+    SFbxMatrix3 r;
+    for (int i = 0; i < 9; i += 3)
+        for (int j = 0; j < 3; ++j)
+            r.m[i + j] = a.m[i] * b.m[j] + a.m[i + 1] * b.m[3 + j] + a.m[i + 2] * b.m[6 + j];
+    return r;
+}
+inline FbxVector3 operator*(const SFbxMatrix3& a, const FbxVector3& v)
+{
+    return {a.m[0] * v.x + a.m[1] * v.y + a.m[2] * v.z, a.m[3] * v.x + a.m[4] * v.y + a.m[5] * v.z,
+            a.m[6] * v.x + a.m[7] * v.y + a.m[8] * v.z};
+}
+/// Columns times the components of s.
+inline SFbxMatrix3 FbxScaled(const SFbxMatrix3& a, const FbxVector3& s)
+{
+    return {{a.m[0] * s.x, a.m[1] * s.y, a.m[2] * s.z, a.m[3] * s.x, a.m[4] * s.y, a.m[5] * s.z, a.m[6] * s.x,
+             a.m[7] * s.y, a.m[8] * s.z}};
+}
 SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a);
 SFbxMatrix3 FbxInverse(const SFbxMatrix3& a); ///< not a number where it is singular
 double FbxDeterminant(const SFbxMatrix3& a);
-/// Columns times the components of s.
-SFbxMatrix3 FbxScaled(const SFbxMatrix3& a, const FbxVector3& s);
+FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& rotation);
 /// Rotation and scale as FbxTransform tells them.
 void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s);
+void FbxTurnNegativeScales(FbxQuaternion& q, FbxVector3& s);
 /// A rotation with scales of any sign, as FbxTransform tells them.
-void FbxNormaliseSigns(FbxQuaternion& q, FbxVector3& s);
+inline void FbxNormaliseSigns(FbxQuaternion& q, FbxVector3& s)
+{
+    if (s.x > 0.0 && s.y > 0.0 && s.z > 0.0)
+        return;
+    if (s.x >= 0.0 && s.y >= 0.0 && s.z >= 0.0)
+        s = {s.x + 0.0, s.y + 0.0, s.z + 0.0}; // no negative zeros
+    else
+        FbxTurnNegativeScales(q, s);
+}

@@ -62,7 +62,14 @@ struct FbxQuaternion
     FbxQuaternion Normalized() const;
 
     /// q v conj(q), for a unit quaternion.
-    FbxVector3 Rotate(const FbxVector3& v) const;
+    FbxVector3 Rotate(const FbxVector3& v) const
+    {
+        // v + 2 w (u x v) + 2 u x (u x v), with u the vector part.
+        const double tx = 2.0 * (y * v.z - z * v.y);
+        const double ty = 2.0 * (z * v.x - x * v.z);
+        const double tz = 2.0 * (x * v.y - y * v.x);
+        return {v.x + w * tx + (y * tz - z * ty), v.y + w * ty + (z * tx - x * tz), v.z + w * tz + (x * ty - y * tx)};
+    }
 
     /// Angles in degrees. Exact for multiples of 90 degrees.
     static FbxQuaternion FromEuler(const FbxVector3& degrees, EFbxRotationOrder eOrder = EFbxRotationOrder::eXYZ);

@@ -1,0 +1,119 @@
+#include "bench/fbx/benchscenes.h"
+
+#include "tests/fbx/fbxfile.h"
+
+#include <cmath>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+
+namespace
+{
+
+using namespace fbxfile;
+
+std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAttribute& kind)
+{
+    Scene scene;
+    const int64_t nLayer = scene.Layer("Base", scene.Stack("Take", 0, static_cast<int64_t>(nFrames) * kSecond / 30));
+    std::vector<int64_t> times;
+    for (size_t n = 0; n < nFrames; n += nStep)
+        times.push_back(static_cast<int64_t>(n) * kSecond / 30);
+    std::vector<int64_t> models;
+    for (size_t nNode = 0; nNode < nNodes; ++nNode)
+    {
+        const int64_t nParent = nNode == 0 ? 0 : models[(nNode - 1) / 2];
+        const int64_t nModel = scene.Model("node" + std::to_string(nNode), "LimbNode", nParent);
+        models.push_back(nModel);
+        static const char* const properties[] = {"Lcl Translation", "Lcl Rotation", "Lcl Scaling"};
+        for (size_t p = 0; p < 3; ++p)
+        {
+            const double fRest = p == 2 ? 1.0 : 0.0;
+            const int64_t nCurveNode = scene.CurveNode(nLayer, nModel, properties[p], {fRest, fRest, fRest});
+            for (size_t c = 0; c < 3; ++c)
+            {
+                std::vector<double> values;
+                for (const int64_t nTime : times)
+                {
+                    const double t = static_cast<double>(nTime) / static_cast<double>(kSecond);
+                    const double f = static_cast<double>(nNode * 7 + c * 3 + 1);
+                    const bool bMoves = p == 1 || (p == 0 && nNode == 0);
+                    // Noise in the last digits, as captured motion has it: smooth curves would pack unlike real ones.
+                    values.push_back(bMoves ? 40.0 * std::sin(t * (1.0 + f * 0.01) + f) + 0.01 * std::sin(t * 977.0 * f)
+                                     : p == 0 ? f
+                                              : 1.0);
+                }
+                KeyAttribute attribute = kind;
+                attribute.nCount = static_cast<int64_t>(times.size());
+                static const char* const channels[] = {"d|X", "d|Y", "d|Z"};
+                scene.Curve(nCurveNode, channels[c], times, values, {attribute});
+            }
+        }
+    }
+    return scene.Write({7400, false, false, true});
+}
+
+} // namespace
+
+std::string MakeBakedScene(size_t nNodes, size_t nFrames)
+{
+    return MakeMotion(nNodes, nFrames, 1, {kLinear, 0, 0, 218434821, 1});
+}
+
+std::string MakeCubicScene(size_t nNodes, size_t nFrames)
+{
+    return MakeMotion(nNodes, nFrames, 8, {kCubicAuto | 0x6000, 0, 0, 218434821, 1});
+}
+
+std::string MakeMeshScene(size_t nMeshBytes)
+{
+    Scene scene;
+    const int64_t nModel = scene.Model("mesh", "Mesh");
+    std::vector<double> vertices(nMeshBytes / 8);
+    for (size_t n = 0; n < vertices.size(); ++n)
+        vertices[n] = std::sin(static_cast<double>(n));
+    Record mesh{"Geometry", {L(77), Name("shape", "Geometry"), S("Mesh")}, {}};
+    mesh.Add("Vertices", {Doubles(std::move(vertices))});
+    scene.objects.push_back(std::move(mesh));
+    scene.Connect("OO", 77, nModel);
+    return scene.Write({7500, false, false, false});
+}
+
+std::string MakeNodeScene(size_t nNodes)
+{
+    Scene scene;
+    int64_t nParent = 0;
+    for (size_t n = 0; n < nNodes; ++n)
+    {
+        const int64_t nModel = scene.Model("node" + std::to_string(n), "Null", nParent);
+        if (n % 10 == 0)
+            nParent = nModel;
+        scene.Vector(nModel, "Lcl Translation", 1, 2, 3);
+        scene.Vector(nModel, "Lcl Rotation", 10, 20, 30);
+        scene.Vector(nModel, "Lcl Scaling", 1, 1, 1);
+        scene.Integer(nModel, "DefaultAttributeIndex", 0);
+        scene.Property(nModel, "MaxHandle", "int", "UH", {I(static_cast<int64_t>(n))});
+    }
+    return scene.Write({7400, false, false, true});
+}
+
+std::string ReadShared(const std::string& sPath)
+{
+    std::ifstream file(std::string(Z_SOURCE_DIR "/../shared/") + sPath, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+double ThreadSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+LoadedScene::LoadedScene(const std::string& sFile)
+    : m_pManager(FbxManager::Create()), m_pScene(FbxScene::Create(m_pManager, ""))
+{
+    FbxImporter* pImporter = FbxImporter::Create(m_pManager, "");
+    m_bLoaded = pImporter->InitializeFromMemory(sFile.data(), sFile.size()) && pImporter->Import(m_pScene);
+    pImporter->Destroy();
+}
