@@ -1,0 +1,129 @@
+#include "resource/animation/fbximport/fbxanimationimporter.h"
+
+#include "fbx/fbx.h"
+#include "resource/animation/frame/animationexception.h"
+#include "tests/support/memoryresourcedatabase.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace ResourceAnimation;
+using Import::ZFbxAnimationImporter;
+
+class SceneReader : public testing::Test
+{
+protected:
+    void SetUp() override { m_database.Mount(ZString::Format("{0}/samples/assembly", Z_SOURCE_DIR)); }
+
+    ZMemoryResourceDatabase m_database;
+};
+
+TEST_F(SceneReader, FindsGroundsAndTakes)
+{
+    ZFbxSceneReader reader(ZResourceID("assembly:/characters/scout/moves.fbx"));
+    EXPECT_EQ(reader.m_takeCount, 6u);
+    EXPECT_EQ(reader.m_rigCount, 0u);
+    ZFbxTakeData* pTake = reader.FindTake("STRAFE");
+    ASSERT_NE(pTake, nullptr);
+    EXPECT_EQ(pTake->m_startFrame, 330);
+    EXPECT_EQ(pTake->m_frameCount, 50);
+    EXPECT_EQ(pTake->m_frameRate, 30.0f);
+    EXPECT_TRUE(pTake->m_bHasSequenceOrigin);
+    EXPECT_EQ(reader.FindTake("crawl"), nullptr);
+    EXPECT_EQ(reader.GetTakeAt(6), nullptr);
+    EXPECT_EQ(pTake->m_pGround, reader.GetGroundAt(0));
+    EXPECT_TRUE(pTake->m_pGround->m_rigResource == ZString("assembly:/characters/scout/scout.rig.fbx?/scout.rig"));
+    EXPECT_FALSE(reader.FindTake("wave")->m_partialList.IsEmpty());
+
+    ZFbxSceneReader rig(ZResourceID("assembly:/characters/scout/scout.rig.fbx"));
+    EXPECT_EQ(rig.m_rigCount, 1u);
+    ASSERT_NE(rig.GetRigAt(0), nullptr);
+    EXPECT_TRUE(rig.GetRigAt(0)->GetDisplayName() == "scout");
+    EXPECT_EQ(rig.GetRigAt(1), nullptr);
+    EXPECT_EQ(rig.FindGround("SCOUT"), rig.GetRigAt(0));
+}
+
+TEST_F(SceneReader, StraightensCamerasAndSeesTheirFieldOfView)
+{
+    ZFbxSceneReader reader(ZResourceID("assembly:/cameras/shot.fbx"));
+    const ZFbxGround* pCamera = reader.GetGroundAt(0);
+    EXPECT_EQ(pCamera->m_eKind, eGround_Camera);
+    EXPECT_FALSE(pCamera->m_pFbxNode->GetRotationActive());
+    EXPECT_TRUE(reader.FindTake("shot")->m_bFieldOfViewAnimated);
+    // Take nodes have left the tree; nothing below the camera is a bone.
+    EXPECT_EQ(pCamera->m_pFbxNode->GetChildCount(), 0u);
+}
+
+TEST_F(SceneReader, ImportsTheRestOfTheModel)
+{
+    ZFbxAnimationImporter importer(ZResourceID("assembly:/characters/crate_rider/rider.fbx"));
+    const TArray<ZString> takes = importer.GetTakeNames();
+    EXPECT_TRUE(takes == (TArray<ZString>{"ride", "brake"}));
+    const auto pRide = importer.ImportAnimation("RIDE", Import::eSpace_Parent, 0.01f, false);
+    ASSERT_TRUE(pRide != nullptr);
+    EXPECT_TRUE(importer.ImportAnimation("absent", Import::eSpace_Parent, 0.01f, false) == nullptr);
+    for (const auto& pBone : pRide->AnimatedBones())
+        EXPECT_EQ(pBone->Name().IndexOf(':'), ZString::NOT_FOUND) << pBone->Name().ToCString();
+    // The ground's own bone first, then the trees that it names.
+    EXPECT_TRUE(pRide->AnimatedBones()[0]->Name() == pRide->RootBoneName());
+    EXPECT_TRUE(pRide->AnimatedBones()[1]->Name() == "Bip01");
+
+    // In character space every bone goes by its absolute transform: the two agree at the top.
+    const auto pCharacter = importer.ImportAnimation("ride", Import::eSpace_Character, 0.01f, false);
+    const auto& ground = *pRide->AnimatedBones()[0];
+    const auto& biped = *pRide->AnimatedBones()[1];
+    const Import::SBoneTransform absolute = Import::Compose(ground.Key(10), biped.Key(10));
+    const SVector3 d = absolute.t - pCharacter->AnimatedBones()[1]->Translations()[10];
+    EXPECT_LT(std::abs(d.x) + std::abs(d.y) + std::abs(d.z), 1e-5f);
+}
+
+TEST_F(SceneReader, PropertiesAreTypedAndFiltered)
+{
+    ZFbxAnimationImporter importer(ZResourceID("assembly:/characters/scout/moves.fbx"));
+    const auto pWalk = importer.ImportAnimation("walk", Import::eSpace_Parent, 0.01f, true);
+    ZString found;
+    for (const auto& pBone : pWalk->AnimatedBones())
+        for (const auto& pProperty : pBone->Properties())
+        {
+            found.Append(ZString::Format("{0} {1} {2} {3}|", pBone->Name(), pProperty->Name(),
+                                         pProperty->GetTypeID()->m_szName, pProperty->Values().Size()));
+        }
+    EXPECT_STREQ(found.ToCString(),
+                 "scout_ground export_contact bool 60|scout_ground export_gait int32 60|scout_ground TotalLinearDelta "
+                 "float32 1|Bip01_Spine2 export_lean SVector3 60|Bip01_Head export_blink float32 60|");
+}
+
+TEST_F(SceneReader, FaultsOfTheSceneComeAsOneKind)
+{
+    m_database.Mount(ZString::Format("{0}/samples/bad", Z_SOURCE_DIR));
+    const struct
+    {
+        const char* szFile;
+        const char* szStart;
+    } cases[] = {
+        {"take_json_is_array", "JSON error: expected an object, found an array"},
+        {"take_without_data", "FBX error: '"},
+        {"double_is_rig", "FBX error: FbxProperty 'IsRig', in '"},
+        {"not_fbx", "FBX error: "},
+        {"parent_cycle", "FBX error: "},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szFile);
+        try
+        {
+            ZFbxSceneReader reader(ZResourceID(ZString::Format("assembly:/{0}.fbx", c.szFile)));
+            ADD_FAILURE() << "reads";
+        }
+        catch (const ZAnimationException& e)
+        {
+            EXPECT_EQ(e.Message().View().find(c.szStart), 0u) << e.Message().ToCString();
+        }
+    }
+    EXPECT_THROW(ZFbxSceneReader reader(ZResourceID("assembly:/take_json_no_partial_list.fbx")), zhalt_exception);
+    EXPECT_EQ(FbxManager::LiveObjectCount(), 0u);
+}
+
+} // namespace
