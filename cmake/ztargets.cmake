@@ -95,6 +95,7 @@ function(z_fuzz name)
   cmake_parse_arguments(Z "" "CORPUS" "SOURCES;LINKS;THIRDPARTY" ${ARGN})
   if(Z_FUZZ)
     add_executable(fuzz.${name} ${Z_SOURCES})
+    file(WRITE ${CMAKE_BINARY_DIR}/fuzz/${name}.corpus "${Z_CORPUS}\n") # scripts/fuzz starts from it
     target_link_options(fuzz.${name} PRIVATE -fsanitize=fuzzer)
     target_link_libraries(fuzz.${name} PRIVATE ${Z_LINKS} ${Z_THIRDPARTY})
     target_include_directories(fuzz.${name} PRIVATE ${PROJECT_SOURCE_DIR})
