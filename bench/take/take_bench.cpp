@@ -1,7 +1,7 @@
 /// One take from file to packed bytes, and the stages on its way, over the sample character: 82 bones, 60 frames.
 ///
 ///   Load        the scene reader: file, scene, grounds, takes
-///   Import      load, and every bone sampled at every frame
+///   Sample      load, and every bone sampled at every frame
 ///   Whole       all of it: import, rig, compression, serialising, reading back, header and body (in memory)
 ///
 /// Bone-frames a second of processor time; each stage's share of the whole is printed from the same run.
@@ -50,7 +50,7 @@ void Load(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * BONE_FRAMES);
 }
 
-void Import(benchmark::State& state)
+void Sample(benchmark::State& state)
 {
     ZBenchHost host;
     for (auto _ : state)
@@ -95,7 +95,7 @@ private:
 } // namespace
 
 BENCHMARK(Load)->Unit(benchmark::kMicrosecond);
-BENCHMARK(Import)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Sample)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Whole)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv)

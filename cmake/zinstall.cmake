@@ -1,0 +1,20 @@
+# What a studio gets: bin/animpack, lib/ with the module and the engine libraries, and, for modules of its own, the
+# headers under include/orvel with a package file: find_package(orvel) gives orvel::resource.animation and the libraries
+# that it stands on.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS orvelbase system.io system.serializer system.animation resource.core resource.animation
+        EXPORT orvel LIBRARY DESTINATION lib)
+if(TARGET animpack)
+  install(TARGETS animpack RUNTIME DESTINATION bin)
+endif()
+
+foreach(folder IN ITEMS base system resource/core resource/_shared resource/animation/frame)
+  install(DIRECTORY ${folder}/ DESTINATION include/orvel/${folder} FILES_MATCHING PATTERN "*.h")
+endforeach()
+
+install(EXPORT orvel NAMESPACE orvel:: DESTINATION lib/cmake/orvel FILE orvelTargets.cmake)
+file(WRITE ${CMAKE_BINARY_DIR}/orvelConfig.cmake "include(\${CMAKE_CURRENT_LIST_DIR}/orvelTargets.cmake)\n")
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/orvelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/orvelConfig.cmake ${CMAKE_BINARY_DIR}/orvelConfigVersion.cmake
+        DESTINATION lib/cmake/orvel)
