@@ -34,7 +34,8 @@ int64_t FbxTime::GetFrameCount(double fFramesPerSecond) const
     if (!(fFramesPerSecond > 0.0) || fFramesPerSecond > 1e9)
         return 0;
     const double fFrame = GetSecondDouble() * fFramesPerSecond;
-    const double fFloor = std::floor(fFrame + 1e-3);
+    // Times come through 32-bit numbers: the slack grows with what those lose.
+    const double fFloor = std::floor(fFrame + 1e-3 + std::fabs(fFrame) * (1.0 / 8388608.0));
     if (fFloor >= 9.2e18)
         return 0x7fffffffffffffff;
     if (fFloor <= -9.2e18)

@@ -22,8 +22,9 @@ public:
     constexpr int64_t Get() const { return m_nTicks; }
     constexpr bool IsInfinite() const { return m_nTicks == Infinite().m_nTicks; }
 
-    /// Number of the frame that this time lies in, rounded down; a time within a thousandth of a frame before the
-    /// next one counts as that one. Zero for a rate that is not above zero.
+    /// Number of the frame that this time lies in, rounded down; a time that comes before the next one by less
+    /// than a thousandth of a frame, or than a 32-bit float's rounding, counts as that one. Zero for a rate that is not
+    /// above zero.
     int64_t GetFrameCount(double fFramesPerSecond) const;
 
     /// Frames a second of a time mode as files number it (0..17). Mode 14 gives fCustom when that is above zero;

@@ -1,0 +1,138 @@
+#include "tests/fbx/loadscene.h"
+#include "tests/fbx/samplescenes.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace
+{
+
+using namespace fbxfile;
+
+/// Everything that a reader of a scene can see, as text.
+std::string Describe(FbxScene& scene)
+{
+    std::string s;
+    const auto number = [&s](double f) { s += std::to_string(f) + ' '; };
+    const auto transform = [&number](const FbxTransform& t)
+    {
+        for (const double f : {t.t.x, t.t.y, t.t.z, t.q.x, t.q.y, t.q.z, t.q.w, t.s.x, t.s.y, t.s.z})
+            number(f);
+    };
+    for (size_t n = 0; n < scene.GetNodeCount(); ++n)
+    {
+        FbxNode& node = *scene.GetNode(n);
+        s += std::string(node.GetName()) + '/' + node.GetTypeText() + '/' +
+             (node.GetParent() ? node.GetParent()->GetName() : "") + ": ";
+        for (const FbxTime time :
+             {FbxTime::Infinite(), FbxTime(), FbxTime::FromSeconds(0.4), FbxTime::FromSeconds(2.7)})
+        {
+            transform(node.EvaluateLocalTransform(time));
+            transform(node.EvaluateGlobalTransform(time));
+        }
+        const FbxObject* objects[] = {&node, node.GetNodeAttributeCount() ? node.GetNodeAttribute(0) : nullptr};
+        for (const FbxObject* pObject : objects)
+        {
+            for (size_t i = 0; pObject && i < pObject->GetPropertyCount(); ++i)
+            {
+                const FbxProperty property = pObject->GetProperty(i);
+                double values[4];
+                scene.GetAnimationEvaluator()->EvaluateProperty(property, FbxTime::FromSeconds(0.6), values);
+                s += std::string("\n  ") + property.GetName() + ' ' + property.GetTypeName() + ' ' +
+                     property.GetFlagsText() + ' ' + property.GetString() + ' ';
+                number(values[0]);
+                number(property.GetMatrix().m[2][1]);
+                s += property.GetCurveNode() ? "animated" : "";
+            }
+        }
+        s += '\n';
+    }
+    for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
+        s += std::string(scene.GetAnimStack(n)->GetName()) + std::to_string(scene.GetAnimStack(n)->GetLayerCount()) +
+             ' ' + std::to_string(scene.GetAnimStack(n)->GetLocalTimeSpan().stop.Get()) + '\n';
+    return s;
+}
+
+TEST(Format, AllKindsOfFilesGiveOneScene)
+{
+    const Scene rich = RichScene();
+    LoadedScene plain(rich.Write());
+    ASSERT_TRUE(plain.IsLoaded()) << plain.Error();
+    ASSERT_EQ(plain->GetNodeCount(), 4u);
+    const std::string sExpected = Describe(*plain.Get());
+    const struct
+    {
+        const char* szLabel;
+        Format format;
+    } cases[] = {
+        {"7.1", {7100, false, false, false}},        {"7.7", {7700, false, false, false}},
+        {"big endian", {7400, false, true, false}},  {"7.5 big endian, deflated", {7500, false, true, true}},
+        {"deflated", {7400, false, false, true}},    {"text", {7400, true, false, false}},
+        {"text of 7.7", {7700, true, false, false}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szLabel);
+        LoadedScene scene(rich.Write(c.format));
+        ASSERT_TRUE(scene.IsLoaded()) << scene.Error();
+        EXPECT_EQ(scene.Version(), c.format.nVersion);
+        EXPECT_EQ(Describe(*scene.Get()), sExpected);
+    }
+}
+
+TEST(Format, FilesOnDisk)
+{
+    char szName[] = "/tmp/fbxtestXXXXXX";
+    const int nFile = mkstemp(szName);
+    ASSERT_GE(nFile, 0);
+    ::close(nFile);
+    // Once read and once mapped: a mesh that is stepped over makes the file long.
+    for (const size_t nMesh : {size_t(10), size_t(1) << 20})
+    {
+        Scene scene = RichScene();
+        Record mesh{"Geometry", {L(77), Name("shape", "Geometry"), S("Mesh")}, {}};
+        mesh.Add("Vertices", {Doubles(std::vector<double>(nMesh, 1.0))});
+        scene.objects.push_back(mesh);
+        std::ofstream(szName, std::ios::binary) << scene.Write();
+        FbxManager* pManager = FbxManager::Create();
+        FbxImporter* pImporter = FbxImporter::Create(pManager, "");
+        FbxScene* pScene = FbxScene::Create(pManager, "");
+        EXPECT_TRUE(pImporter->Initialize(szName, -1, nullptr)) << pImporter->GetErrorText();
+        EXPECT_TRUE(pImporter->IsBinary() && !pImporter->IsBigEndian() && pImporter->IsFBX());
+        EXPECT_TRUE(pImporter->Import(pScene)) << pImporter->GetErrorText();
+        EXPECT_EQ(pScene->GetNodeCount(), 4u);
+        EXPECT_FALSE(pImporter->Import(pScene)) << "a file is read once";
+        pManager->Destroy();
+    }
+    std::remove(szName);
+
+    FbxManager* pManager = FbxManager::Create();
+    FbxImporter* pImporter = FbxImporter::Create(pManager, "");
+    for (const char* szPath : {static_cast<const char*>(szName), "/tmp", ""})
+    {
+        EXPECT_FALSE(pImporter->Initialize(szPath, -1, nullptr)) << szPath;
+        EXPECT_STRNE(pImporter->GetErrorText(), "");
+        EXPECT_FALSE(pImporter->IsFBX());
+    }
+    pManager->Destroy();
+    EXPECT_EQ(FbxManager::LiveObjectCount(), 0u);
+}
+
+TEST(Format, AnimationCanBeLeftOut)
+{
+    const std::string sFile = RichScene().Write();
+    FbxManager* pManager = FbxManager::Create();
+    FbxIOSettings* pSettings = FbxIOSettings::Create(pManager, "IOSRoot");
+    pSettings->SetBoolProp("Import|AdvOptGrp|FileFormat|Fbx|Animation", false);
+    pManager->SetIOSettings(pSettings);
+    FbxImporter* pImporter = FbxImporter::Create(pManager, "");
+    FbxScene* pScene = FbxScene::Create(pManager, "");
+    ASSERT_TRUE(pImporter->InitializeFromMemory(sFile.data(), sFile.size()) && pImporter->Import(pScene));
+    EXPECT_EQ(pScene->GetAnimStackCount(), 0u);
+    EXPECT_EQ(pScene->GetNodeCount(), 4u);
+    pManager->Destroy();
+}
+
+} // namespace
