@@ -73,6 +73,7 @@ void RegisterSystemAnimationTypes()
             RegisterArray<SVector2>();
             RegisterArray<SVector3>();
             RegisterArray<SVector4>();
+            RegisterArray<SQuaternion>();
             static const STypeField s_propertyFields[] = {
                 Z_FIELD(SPropertyTrack, boneId), Z_FIELD(SPropertyTrack, name), Z_FIELD(SPropertyTrack, typeId),
                 Z_FIELD(SPropertyTrack, flags), Z_FIELD(SPropertyTrack, keys)};

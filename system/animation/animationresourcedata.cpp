@@ -81,7 +81,8 @@ STypeID* PropertyArrayType(STypeID* pElementType)
                  {GetTypeID<float>(), GetTypeID<TArray<float>>()},
                  {GetTypeID<SVector2>(), GetTypeID<TArray<SVector2>>()},
                  {GetTypeID<SVector3>(), GetTypeID<TArray<SVector3>>()},
-                 {GetTypeID<SVector4>(), GetTypeID<TArray<SVector4>>()}};
+                 {GetTypeID<SVector4>(), GetTypeID<TArray<SVector4>>()},
+                 {GetTypeID<SQuaternion>(), GetTypeID<TArray<SQuaternion>>()}};
     for (const auto& type : types)
         if (type.pElement == pElementType)
             return type.pArray;

@@ -76,7 +76,8 @@ static_assert(sizeof(STrackGroup) == 40 && offsetof(STrackGroup, boneIndices) ==
 ///   offset size field
 ///      0     1  boneId   rig index
 ///      4     4  name     hash of the property's name
-///      8     8  typeId   element type of the keys: bool, int, unsigned int, float, SVector2, SVector3 or SVector4
+///      8     8  typeId   element type of the keys: bool, int, unsigned int, float, SVector2, SVector3, SVector4 or
+///                         SQuaternion
 ///     16     4  flags    0
 ///     24    16  keys     holds one TArray of the element type; its length need not be the animation's
 struct SPropertyTrack

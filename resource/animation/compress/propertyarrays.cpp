@@ -35,8 +35,9 @@ TMap<STypeID*, FArrayConversion> MakeArrayConversions()
 void AppendPropertyTracks(const Import::ZAnimation& animation, const ZAnimationRig& rig,
                           TArray<SystemAnimation::SPropertyTrack>& properties)
 {
+    // Quaternions come from events only; the other seven are what a scene's properties can be.
     const auto arrayConversionFunctor =
-        MakeArrayConversions<bool, int32_t, uint32_t, float, SVector2, SVector3, SVector4>();
+        MakeArrayConversions<bool, int32_t, uint32_t, float, SVector2, SVector3, SVector4, SQuaternion>();
     for (const TSharedPtr<Import::ZAnimatedBone>& pBone : animation.AnimatedBones())
     {
         if (pBone->Properties().IsEmpty())

@@ -2,6 +2,7 @@
 
 #include "resource/animation/fbximport/fbxanimationimporter.h"
 #include "resource/animation/frame/platform.h"
+#include "resource/animation/packer/animposepropertyevents.h"
 #include "resource/animation/packer/eventtracks.h"
 #include "resource/animation/packer/packedoutput.h"
 #include "resource/core/iresourcedatabase.h"
@@ -53,6 +54,7 @@ void ZAnimationPacker::Pack(IResourcePackerContext* pContext, const ZResourceID&
 
     const ZResourceID eventTrackID = MakeEventTrackResourceID(source, takeName);
     const int nEventReference = ReferEventTracks(source, takeName, eventTrackID);
+    ReadAnimPosePropertyEvents(pAnimation, eventTrackID);
 
     const ZString platform = GetTargetPlatform();
     const EEndian eEndian = GetPlatformClass(platform);
