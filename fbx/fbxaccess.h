@@ -50,7 +50,7 @@ struct FbxAccess
     }
     static size_t& ChannelCount(FbxAnimCurveNode& node) { return node.m_nChannels; }
     static uint32_t& Links(FbxAnimCurveNode& node) { return node.m_nLinks; }
-    static std::vector<const FbxAnimLayer*>& Layers(FbxAnimCurveNode& node) { return node.m_layers; }
+    static std::vector<FbxAnimLayer*>& Layers(FbxAnimCurveNode& node) { return node.m_layers; }
 
     static std::vector<FbxAnimLayer*>& Layers(FbxAnimStack& stack) { return stack.m_layers; }
     static FbxTimeSpan& Span(FbxAnimStack& stack) { return stack.m_span; }

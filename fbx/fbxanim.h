@@ -15,6 +15,7 @@ class FbxAnimCurveNode
 {
 public:
     static constexpr size_t kMaxChannels = 4;
+    static constexpr size_t kMaxLayers = 64; ///< further connections of one node to layers are left out
 
     size_t GetChannelCount() const { return m_nChannels; }
     /// Null when the channel has no curve.
@@ -43,7 +44,7 @@ private:
     std::array<SChannel, kMaxChannels> m_channels;
     size_t m_nChannels = 0;
     uint32_t m_nLinks = 0; ///< properties that it is connected to
-    std::vector<const FbxAnimLayer*> m_layers;
+    std::vector<FbxAnimLayer*> m_layers;
 };
 
 /// How a layer joins those below it.
@@ -74,6 +75,7 @@ private:
     int m_nScaleMode = 0;    ///< scales 0 multiply, 1 add
     bool m_bMute = false;
     bool m_bSolo = false;
+    int m_nPlace = -1; ///< in the current stack, as the evaluator sees it; -1 when it does not count
 };
 
 /// One animation of a scene: its layers, lowest first.

@@ -11,6 +11,12 @@ void FbxAnimEvaluator::Invalidate()
     m_pState->bCompiled = false;
 }
 
+void FbxAnimEvaluator::Prepare()
+{
+    if (!m_pState->bCompiled)
+        m_pState->Compile();
+}
+
 namespace
 {
 

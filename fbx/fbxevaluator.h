@@ -31,6 +31,8 @@ public:
 
     /// Must be called when nodes, properties, curves or stacks change; the library's own setters do.
     void Invalidate();
+    /// Works out what the current stack animates, unless that is known. The evaluating calls do this by themselves.
+    void Prepare();
 
 private:
     struct SState;

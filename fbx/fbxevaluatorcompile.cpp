@@ -82,17 +82,11 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
     const FbxAnimCurveNode* curveNodes[3] = {};
     for (size_t p = 0; p < 3; ++p)
     {
-        for (const FbxAnimLayer* pLayer : layers)
-        {
-            const auto link =
-                std::find_if(node.m_curveNodes.begin(), node.m_curveNodes.end(),
-                             [&](const auto& candidate)
-                             { return candidate.property == kMain[p] && candidate.pCurveNode->IsInLayer(pLayer); });
-            if (link == node.m_curveNodes.end())
-                continue;
-            plan.bSlow |= pLayer != pBaseLayer;
-            curveNodes[p] = link->pCurveNode;
-        }
+        const auto [pFirst, pLast] = node.ActiveLinks(kMain[p]);
+        if (pFirst == pLast)
+            continue;
+        plan.bSlow |= pLast - pFirst > 1 || layers[pFirst->nLayer] != pBaseLayer;
+        curveNodes[p] = pFirst->pCurveNode;
     }
     if (plan.bSlow)
         return;
@@ -166,9 +160,10 @@ void FbxAnimEvaluator::SState::CompileInheritance()
     }
 }
 
-void FbxAnimEvaluator::SState::Compile()
+void FbxAnimEvaluator::SState::CompileLayers()
 {
-    bCompiled = true;
+    for (FbxAnimLayer* pLayer : layers)
+        pLayer->m_nPlace = -1;
     layers.clear();
     pBaseLayer = nullptr;
     if (const FbxAnimStack* pStack = pScene->GetCurrentAnimStack())
@@ -178,13 +173,41 @@ void FbxAnimEvaluator::SState::Compile()
             bSolo |= pStack->GetLayer(n)->GetSolo();
         for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
         {
-            const FbxAnimLayer* pLayer = pStack->GetLayer(n);
-            if (bSolo ? pLayer->GetSolo() : !pLayer->GetMute())
-                layers.push_back(pLayer);
+            FbxAnimLayer* pLayer = pStack->GetLayer(n);
+            if ((bSolo ? !pLayer->GetSolo() : pLayer->GetMute()) || pLayer->m_nPlace >= 0)
+                continue;
+            pLayer->m_nPlace = static_cast<int>(layers.size());
+            layers.push_back(pLayer);
         }
         pBaseLayer = pStack->GetLayerCount() > 0 ? pStack->GetLayer(0) : nullptr;
     }
+}
 
+void FbxAnimEvaluator::SState::CompileLinks(FbxObject& object) const
+{
+    std::vector<FbxObject::SActiveLink>& active = object.m_activeLinks;
+    active.clear();
+    for (const FbxObject::SCurveNodeLink& link : object.m_curveNodes)
+        for (const FbxAnimLayer* pLayer : link.pCurveNode->m_layers)
+            if (pLayer->m_nPlace >= 0)
+                active.push_back({link.property, static_cast<uint32_t>(pLayer->m_nPlace), link.pCurveNode});
+    const auto before = [](const FbxObject::SActiveLink& a, const FbxObject::SActiveLink& b)
+    { return a.property != b.property ? a.property < b.property : a.nLayer < b.nLayer; };
+    std::stable_sort(active.begin(), active.end(), before);
+    // Of several curve nodes for one property in one layer the first connected counts.
+    const auto last =
+        std::unique(active.begin(), active.end(),
+                    [](const auto& a, const auto& b) { return a.nLayer == b.nLayer && a.property == b.property; });
+    active.erase(last, active.end());
+}
+
+void FbxAnimEvaluator::SState::Compile()
+{
+    bCompiled = true;
+    CompileLayers();
+    for (const std::unique_ptr<FbxObject>& pObject : pScene->m_pStorage->objects)
+        if (!pObject->m_curveNodes.empty())
+            CompileLinks(*pObject);
     const size_t nNodes = pScene->GetNodeCount();
     locations.assign(pScene->m_pStorage->nTimelines, SFbxLocation());
     channels.clear();

@@ -129,7 +129,13 @@ struct FbxAnimEvaluator::SState
     /// Mixes the layers of a property; channels hold the static value before.
     void EvaluateLayers(const FbxObject& object, std::string_view property, double* pChannels, int nChannels);
     double EvaluateWeight(const FbxAnimLayer& layer);
-    bool IsAnimated(const FbxObject& object, std::string_view property) const;
+    bool IsAnimated(const FbxObject& object, std::string_view property) const
+    {
+        const auto [pFirst, pLast] = object.ActiveLinks(property);
+        return pFirst != pLast;
+    }
+    void CompileLayers();
+    void CompileLinks(FbxObject& object) const;
     FbxVector3 ReadVector(const FbxNode& node, std::string_view property, const FbxVector3& fallback, bool bAnimated);
     void ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated);
 
@@ -146,8 +152,8 @@ struct FbxAnimEvaluator::SState
     SFbxMoment now;
     std::vector<SFbxNodePlan> plans;
     std::vector<SFbxChannelPlan> channels;
-    std::vector<SFbxLocation> locations;     ///< one a timeline
-    std::vector<const FbxAnimLayer*> layers; ///< of the current stack, those that count
+    std::vector<SFbxLocation> locations; ///< one a timeline
+    std::vector<FbxAnimLayer*> layers;   ///< of the current stack, those that count
     const FbxAnimLayer* pBaseLayer = nullptr;
     std::vector<uint32_t> chain;
 };

@@ -34,11 +34,10 @@ double FbxAnimEvaluator::SState::EvaluateWeight(const FbxAnimLayer& layer)
 {
     // The weight's own curve is taken as it is, in whatever layer it lies: weights of weights have no end.
     double fWeight = layer.m_fWeight;
-    for (const FbxObject::SCurveNodeLink& link : layer.m_curveNodes)
+    const auto [pFirst, pLast] = layer.ActiveLinks("Weight");
+    if (pFirst != pLast)
     {
-        if (link.property != "Weight")
-            continue;
-        const FbxAnimCurveNode::SChannel& channel = link.pCurveNode->m_channels[0];
+        const FbxAnimCurveNode::SChannel& channel = pFirst->pCurveNode->m_channels[0];
         if (channel.pCurve && channel.pCurve->GetKeyCount() > 0)
             fWeight = Evaluate(*channel.pCurve);
     }
@@ -46,30 +45,16 @@ double FbxAnimEvaluator::SState::EvaluateWeight(const FbxAnimLayer& layer)
     return f < 0.0 ? 0.0 : f > 0.99999 ? 1.0 : f;
 }
 
-bool FbxAnimEvaluator::SState::IsAnimated(const FbxObject& object, std::string_view property) const
-{
-    for (const FbxObject::SCurveNodeLink& link : object.m_curveNodes)
-        if (link.property == property)
-            for (const FbxAnimLayer* pLayer : layers)
-                if (link.pCurveNode->IsInLayer(pLayer))
-                    return true;
-    return false;
-}
-
 void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::string_view property, double* pChannels,
                                               int nChannels)
 {
     const bool bRotation = property == "Lcl Rotation";
     const bool bScale = property == "Lcl Scaling";
-    for (const FbxAnimLayer* pLayer : layers)
+    const auto [pFirst, pLast] = object.ActiveLinks(property);
+    for (const FbxObject::SActiveLink* pLink = pFirst; pLink != pLast; ++pLink)
     {
-        const FbxAnimCurveNode* pNode = nullptr;
-        for (const FbxObject::SCurveNodeLink& link : object.m_curveNodes)
-            if (!pNode && link.property == property && link.pCurveNode->IsInLayer(pLayer))
-                pNode = link.pCurveNode; // of several the first counts
-        if (!pNode)
-            continue;
-
+        const FbxAnimLayer* pLayer = layers[pLink->nLayer];
+        const FbxAnimCurveNode* pNode = pLink->pCurveNode;
         double values[4] = {};
         bool bPresent[4] = {};
         for (int n = 0; n < nChannels; ++n)

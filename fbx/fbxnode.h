@@ -6,7 +6,8 @@
 
 class FbxCamera;
 
-/// A node of the scene's tree. Its transforms come from the scene's evaluator on the scene's current stack.
+/// A node of the scene's tree. One that a file connects to several parents stands below the first of them, one that it
+/// connects to none below the root. Its transforms come from the scene's evaluator on the scene's current stack.
 class FbxNode : public FbxObject
 {
 public:

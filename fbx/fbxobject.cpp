@@ -3,6 +3,9 @@
 #include "fbx/fbxaccess.h"
 #include "fbx/fbxpropertytypes.h"
 
+#include <algorithm>
+#include <bit>
+
 namespace
 {
 
@@ -40,32 +43,68 @@ FbxProperty FbxObject::FindProperty(std::string_view name, bool bCaseSensitive) 
     return pData ? FbxProperty(const_cast<FbxObject*>(this), pData) : FbxProperty();
 }
 
-void FbxObject::ListTemplateProperties() const
+void FbxObject::MarkOverridden() const
 {
-    m_bTemplateListed = true;
-    m_templateOnly.clear();
+    m_bMarked = true;
+    m_nTemplateOnly = 0;
+    m_overridden.clear();
     if (!m_pTemplate)
         return;
-    for (uint32_t n = 0; n < m_pTemplate->properties.size(); ++n)
-        if (!Find(m_properties, m_pTemplate->properties[n].name, true))
-            m_templateOnly.push_back(n);
+    const std::vector<SFbxPropertyData>& defaults = m_pTemplate->properties;
+    std::vector<std::string_view> names;
+    names.reserve(m_properties.size());
+    for (const SFbxPropertyData& data : m_properties)
+        names.push_back(data.name);
+    std::sort(names.begin(), names.end());
+    m_overridden.resize((defaults.size() + 63) / 64, 0);
+    for (size_t n = 0; n < defaults.size(); ++n)
+    {
+        if (std::binary_search(names.begin(), names.end(), defaults[n].name))
+            m_overridden[n / 64] |= uint64_t(1) << n % 64;
+        else
+            ++m_nTemplateOnly;
+    }
 }
 
 size_t FbxObject::GetPropertyCount() const
 {
-    if (!m_bTemplateListed)
-        ListTemplateProperties();
-    return m_properties.size() + m_templateOnly.size();
+    if (!m_bMarked)
+        MarkOverridden();
+    return m_properties.size() + m_nTemplateOnly;
 }
 
 FbxProperty FbxObject::GetProperty(size_t nIndex) const
 {
     if (nIndex >= GetPropertyCount())
         return {};
-    const SFbxPropertyData* pData = nIndex < m_properties.size()
-                                        ? &m_properties[nIndex]
-                                        : &m_pTemplate->properties[m_templateOnly[nIndex - m_properties.size()]];
-    return FbxProperty(const_cast<FbxObject*>(this), pData);
+    FbxObject* pThis = const_cast<FbxObject*>(this);
+    if (nIndex < m_properties.size())
+        return {pThis, &m_properties[nIndex]};
+    // The so many'th property of the template whose bit is not set.
+    size_t nLeft = nIndex - m_properties.size();
+    for (size_t nWord = 0;; ++nWord)
+    {
+        uint64_t nFree = ~m_overridden[nWord];
+        const size_t nHere = static_cast<size_t>(std::popcount(nFree));
+        if (nLeft >= nHere)
+        {
+            nLeft -= nHere;
+            continue;
+        }
+        for (; nLeft > 0; --nLeft)
+            nFree &= nFree - 1;
+        return {pThis, &m_pTemplate->properties[nWord * 64 + static_cast<size_t>(std::countr_zero(nFree))]};
+    }
+}
+
+std::pair<const FbxObject::SActiveLink*, const FbxObject::SActiveLink*>
+FbxObject::ActiveLinks(std::string_view property) const
+{
+    const auto [first, last] =
+        std::equal_range(m_activeLinks.begin(), m_activeLinks.end(), SActiveLink{property, 0, nullptr},
+                         [](const SActiveLink& a, const SActiveLink& b) { return a.property < b.property; });
+    return {m_activeLinks.data() + (first - m_activeLinks.begin()),
+            m_activeLinks.data() + (last - m_activeLinks.begin())};
 }
 
 SFbxPropertyData& FbxObject::EditProperty(std::string_view name, EFbxType eType, std::string_view typeName)
@@ -73,7 +112,7 @@ SFbxPropertyData& FbxObject::EditProperty(std::string_view name, EFbxType eType,
     for (SFbxPropertyData& data : m_properties)
         if (data.name == name)
             return data;
-    m_bTemplateListed = false;
+    m_bMarked = false;
     const SFbxPropertyData* pDefault = m_pTemplate ? Find(m_pTemplate->properties, name, true) : nullptr;
     if (pDefault)
         return m_properties.emplace_back(*pDefault);

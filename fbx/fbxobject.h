@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class FbxScene;
@@ -55,7 +56,17 @@ private:
         FbxAnimCurveNode* pCurveNode;
     };
 
-    void ListTemplateProperties() const;
+    /// A curve node that the current stack uses for a property, in the layer of that place in the stack.
+    struct SActiveLink
+    {
+        std::string_view property;
+        uint32_t nLayer;
+        FbxAnimCurveNode* pCurveNode;
+    };
+
+    void MarkOverridden() const;
+    /// Those of one property, lowest layer first; an empty range where it is not animated.
+    std::pair<const SActiveLink*, const SActiveLink*> ActiveLinks(std::string_view property) const;
     SFbxPropertyData& EditProperty(std::string_view name, EFbxType eType, std::string_view typeName);
 
     [[no_unique_address]] SFbxLiveCount m_live;
@@ -65,7 +76,9 @@ private:
     int64_t m_nId = 0;
     const SFbxPropertyTemplate* m_pTemplate = nullptr;
     std::vector<SFbxPropertyData> m_properties;
-    std::vector<SCurveNodeLink> m_curveNodes; ///< in file order, over all stacks
-    mutable std::vector<uint32_t> m_templateOnly;
-    mutable bool m_bTemplateListed = false;
+    std::vector<SCurveNodeLink> m_curveNodes;   ///< in file order, over all stacks
+    std::vector<SActiveLink> m_activeLinks;     ///< by property, then layer; made by the evaluator
+    mutable std::vector<uint64_t> m_overridden; ///< a bit for each property of the template
+    mutable size_t m_nTemplateOnly = 0;
+    mutable bool m_bMarked = false;
 };

@@ -92,15 +92,9 @@ FbxAnimCurveNode* FbxProperty::GetCurveNode() const
 {
     if (!m_pData || !m_pObject || m_pObject->m_curveNodes.empty())
         return nullptr;
-    const FbxScene* pScene = m_pObject->GetScene();
-    const FbxAnimStack* pStack = pScene ? pScene->GetCurrentAnimStack() : nullptr;
-    if (!pStack)
-        return nullptr;
-    for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
-        for (const FbxObject::SCurveNodeLink& link : m_pObject->m_curveNodes)
-            if (link.property == m_pData->name && link.pCurveNode->IsInLayer(pStack->GetLayer(n)))
-                return link.pCurveNode;
-    return nullptr;
+    m_pObject->GetScene()->GetAnimationEvaluator()->Prepare();
+    const auto [pFirst, pLast] = m_pObject->ActiveLinks(m_pData->name);
+    return pFirst != pLast ? pFirst->pCurveNode : nullptr;
 }
 
 bool FbxProperty::GetBool() const

@@ -33,6 +33,10 @@ constexpr SFbxPropertyData Vector(std::string_view name, std::string_view typeNa
     return data;
 }
 
+/// Every object of a class shows all of its template's properties, so a long template would weigh a hundred
+/// thousandfold.
+constexpr size_t kMaxTemplateProperties = 4096;
+
 constexpr SFbxPropertyData kNodeProperties[] = {
     Vector("Lcl Translation", "Lcl Translation", 0, eFbxFlag_Animatable),
     Vector("Lcl Rotation", "Lcl Rotation", 0, eFbxFlag_Animatable),
@@ -130,7 +134,7 @@ const SFbxPropertyTemplate* FbxSceneBuilder::MakeTemplate(const SFbxRecord* pPro
     for (const SFbxRecord* p = pProperties ? pProperties->pChild : nullptr; p; p = p->pNext)
     {
         SFbxPropertyData data;
-        if (FbxParseProperty(*p, bLabel, Arena(), data))
+        if (made.properties.size() < kMaxTemplateProperties && FbxParseProperty(*p, bLabel, Arena(), data))
             made.properties.push_back(data);
     }
     const size_t nWritten = made.properties.size();
@@ -195,7 +199,8 @@ void FbxSceneBuilder::ConnectLayer(FbxAnimLayer& layer, FbxAnimStack& stack)
 
 void FbxSceneBuilder::ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxAnimLayer& layer)
 {
-    FbxAccess::Layers(curveNode).push_back(&layer);
+    if (FbxAccess::Layers(curveNode).size() < FbxAnimCurveNode::kMaxLayers)
+        FbxAccess::Layers(curveNode).push_back(&layer);
 }
 
 void FbxSceneBuilder::ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxObject& object, std::string_view property)
