@@ -30,6 +30,7 @@ struct FbxAccess
     static void SetTypeText(FbxObject& object, std::string_view text) { object.m_sTypeText = text; }
     static void SetId(FbxObject& object, int64_t nId) { object.m_nId = nId; }
     static void SetTemplate(FbxObject& object, const SFbxPropertyTemplate* p) { object.m_pTemplate = p; }
+    static const SFbxPropertyTemplate* Template(const FbxObject& object) { return object.m_pTemplate; }
     static std::vector<SFbxPropertyData>& Properties(FbxObject& object) { return object.m_properties; }
     static SFbxPropertyData& Edit(FbxObject& object, std::string_view name, EFbxType eType, std::string_view typeName)
     {

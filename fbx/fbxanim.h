@@ -84,9 +84,15 @@ class FbxAnimStack : public FbxObject
 public:
     explicit FbxAnimStack(FbxScene* pScene) : FbxObject(pScene) {}
 
+    /// A stack without layers that the scene owns and does not list: see FbxScene::ConnectAnimStack.
+    static FbxAnimStack* Create(FbxScene* pScene, std::string_view name);
+
     size_t GetLayerCount() const { return m_layers.size(); }
     FbxAnimLayer* GetLayer(size_t nIndex) const { return m_layers[nIndex]; }
+    /// Above the layers that it has. A layer of another stack is shared with that one.
+    void ConnectLayer(FbxAnimLayer* pLayer);
     FbxTimeSpan GetLocalTimeSpan() const { return m_span; }
+    void SetLocalTimeSpan(const FbxTimeSpan& span) { m_span = span; }
 
 private:
     friend class FbxAnimEvaluator;

@@ -14,6 +14,9 @@ public:
     explicit FbxNode(FbxScene* pScene);
     ~FbxNode() override;
 
+    /// A new node without attribute or transform: the last child of pContainer, and the last of its scene's nodes.
+    static FbxNode* Create(FbxNode* pContainer, std::string_view name);
+
     /// Null for the root, and for a node that was removed from the tree.
     FbxNode* GetParent() const { return m_pParent; }
     size_t GetChildCount() const { return m_children.size(); }

@@ -41,6 +41,10 @@ public:
     /// Written properties in file order, then those that only the class's template has.
     size_t GetPropertyCount() const;
     FbxProperty GetProperty(size_t nIndex) const;
+    /// The property of exactly this name, whatever its type; where the object has none, a new user property of the type
+    /// with a value of zero, "" or the identity. Invalid for types that only files make: enumerations, times, blobs and
+    /// the rarer widths.
+    FbxProperty CreateProperty(std::string_view name, EFbxType eType);
 
 protected:
     explicit FbxObject(FbxScene* pScene);

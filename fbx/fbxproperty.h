@@ -102,6 +102,12 @@ public:
     FbxVector3 GetVector3() const;
     FbxMatrix4 GetMatrix() const;
 
+    // Change the static value, converted to the property's type; false when that type can't hold it. The texts "true"
+    // and "false" stand for bools in text.
+    bool SetBool(bool bValue);
+    bool SetString(std::string_view text);
+    bool SetMatrix(const FbxMatrix4& matrix);
+
     /// 1 for single numbers, 2 to 4 for vectors, 16 for a matrix, 0 for text.
     int GetChannelCount() const;
     /// Static values of all channels; the rest of `out` is zero.
@@ -110,6 +116,8 @@ public:
     const SFbxPropertyData* GetData() const { return m_pData; }
 
 private:
+    SFbxPropertyData* Own();
+
     FbxObject* m_pObject = nullptr;
     const SFbxPropertyData* m_pData = nullptr;
 };

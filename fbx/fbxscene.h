@@ -36,6 +36,10 @@ public:
 
     size_t GetAnimStackCount() const { return m_stacks.size(); }
     FbxAnimStack* GetAnimStack(size_t nIndex) const { return m_stacks[nIndex]; }
+    /// Lists a stack of this scene, as the last one; the first to be listed becomes the current one.
+    void ConnectAnimStack(FbxAnimStack* pStack);
+    /// Takes a stack out of the list; it stays owned. The current one gives its place to the first that remains.
+    void DisconnectAnimStack(FbxAnimStack* pStack);
     /// The stack that the file names as active when it is there, else the first; null when there are none.
     FbxAnimStack* GetCurrentAnimStack() const { return m_pCurrentStack; }
     void SetCurrentAnimStack(FbxAnimStack* pStack);

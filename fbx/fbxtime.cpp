@@ -29,6 +29,19 @@ double FbxTime::GetSecondDouble() const
     return static_cast<double>(m_nTicks) / static_cast<double>(kTicksPerSecond);
 }
 
+FbxTime FbxTime::FromFrame(int64_t nFrame, double fFramesPerSecond)
+{
+    if (!(fFramesPerSecond > 0.0))
+        return {};
+    // Most rates divide the second's ticks; their frames lie on ticks, which doubles would miss far from zero.
+    const double fTicks = static_cast<double>(kTicksPerSecond) / fFramesPerSecond;
+    int64_t nTicks = 0;
+    if (fTicks < 1e12 && fTicks == std::floor(fTicks) &&
+        !__builtin_mul_overflow(nFrame, static_cast<int64_t>(fTicks), &nTicks) && nTicks != Infinite().m_nTicks)
+        return FbxTime(nTicks);
+    return FromSeconds(static_cast<double>(nFrame) / fFramesPerSecond);
+}
+
 int64_t FbxTime::GetFrameCount(double fFramesPerSecond) const
 {
     if (!(fFramesPerSecond > 0.0) || fFramesPerSecond > 1e9)

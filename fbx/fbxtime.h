@@ -13,6 +13,8 @@ public:
     constexpr FbxTime() = default;
     static constexpr FbxTime FromTicks(int64_t nTicks) { return FbxTime(nTicks); }
     static FbxTime FromSeconds(double fSeconds);
+    /// Where a frame begins; held at the ends like seconds. Zero for a rate that is not above zero.
+    static FbxTime FromFrame(int64_t nFrame, double fFramesPerSecond);
     /// The time that stands for "without animation": every property has its static value.
     static constexpr FbxTime Infinite() { return FbxTime(0x7fffffffffffffff); }
 

@@ -1,6 +1,7 @@
 #include "resource/animation/fbximport/fbxanimationscenereader.h"
 
 #include "resource/animation/fbximport/fbxanimationutils.h"
+#include "resource/animation/fbximport/fbxconverter.h"
 #include "resource/animation/fbximport/fbxsequenceorigin.h"
 #include "resource/animation/frame/animationexception.h"
 #include "resource/core/iresourcedatabase.h"
@@ -48,6 +49,8 @@ ZFbxSceneReader::ZFbxSceneReader(const ZResourceID& id)
         {
             m_pWrapper = TUniquePtr<ZFbxWrapper>(ZNew<ZFbxWrapper>());
             m_pWrapper->Load(SourceFilePath(id));
+            if (ZFbxConverter::IsOldFormat(Scene()))
+                ZFbxConverter::ConvertToNewPipeline(id, Scene());
             StraightenCameras();
             ReadGrounds();
         });
