@@ -54,6 +54,8 @@ public:
     {
         if (m_eFault != ZMemoryResourceDatabase::EOutputFault::eNone)
             return 0;
+        if (m_bytes.Size() + nSize > m_bytes.Capacity())
+            m_bytes.Reserve(2 * (m_bytes.Size() + nSize));
         m_bytes.Append(static_cast<const uint8_t*>(pBuffer), nSize);
         return nSize;
     }

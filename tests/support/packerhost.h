@@ -22,7 +22,7 @@ private:
 };
 
 /// The host's side of packers for the time of a scope: the engine's modules, the component
-/// "Resource.Core.PackerUtility" with the option "t", a context and a database. One at a time.
+/// "Resource.Core.PackerUtility" with the option "t", a context and a database. One packs at a time, the one made last.
 class ZPackerHost
 {
 public:
@@ -37,7 +37,9 @@ public:
     void SetContextAnswer(bool bAnswer);
 
     ZMemoryResourceDatabase& Database() { return m_database; }
+    const ZMemoryResourceDatabase& Database() const { return m_database; }
     ZRecordingContext& Context() { return m_context; }
+    const ZRecordingContext& Context() const { return m_context; }
 
     /// One job as a host runs it: create, Pack, Release.
     template <class TPacker>

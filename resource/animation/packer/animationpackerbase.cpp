@@ -1,7 +1,6 @@
 #include "resource/animation/packer/animationpackerbase.h"
 
 #include "base/component/componentbase.h"
-#include "base/component/componentmanager.h"
 #include "base/misc/trace.h"
 #include "base/pointers/tcomponentsharedptr.h"
 #include "resource/_shared/resourceheader.h"
@@ -12,16 +11,6 @@
 
 namespace ResourceAnimation
 {
-
-ZAnimationPackerBase::ZAnimationPackerBase() : m_pPackerUtility(CreateComponent<IPackerUtility>(PACKER_UTILITY))
-{
-    ZASSERT_OR_HALT(m_pPackerUtility != 0);
-}
-
-ZAnimationPackerBase::~ZAnimationPackerBase()
-{
-    m_pPackerUtility->Release();
-}
 
 ZObjectRef ZAnimationPackerBase::GetVariantRef()
 {
@@ -43,35 +32,6 @@ bool ZAnimationPackerBase::Pack(IResourcePackerContext* pContext, const ZResourc
     }
     return PackResource(pContext, ZResourceID(source.ToString().CopyToLower()),
                         ZResourceID(target.ToString().CopyToLower()), extra);
-}
-
-bool ZAnimationPackerBase::Initialize(IResourcePackerContext* pContext, const ZVariantRef&)
-{
-    m_pContext = pContext;
-    if (pContext == nullptr)
-    {
-        ZTRACE(ITraceListener::eTrace_Failure, "ZAnimationPackerBase",
-               "Invalid IResourcePackerContext pointer specified.");
-        return false;
-    }
-    if (!m_pPackerUtility->SetContext(pContext))
-        return false;
-    ZString platform;
-    if (!m_pPackerUtility->GetOption("t", platform))
-    {
-        ZTRACE(ITraceListener::eTrace_Failure, "ZAnimationPackerBase",
-               "No target platform specified. Use '-t:<platform_name>' when running this packer.");
-        return false;
-    }
-    return true;
-}
-
-ZString ZAnimationPackerBase::GetTargetPlatform()
-{
-    ZString platform;
-    const bool bSuccess = m_pPackerUtility->GetOption("t", platform);
-    ZASSERT(bSuccess);
-    return platform;
 }
 
 int ZAnimationPackerBase::AddReference(const ZResourceID& id)

@@ -3,7 +3,7 @@
 #include "base/collections/tarray.h"
 #include "base/misc/endian.h"
 #include "base/pointers/tuniqueptr.h"
-#include "resource/core/iresourcepacker.h"
+#include "resource/animation/packer/packerbinding.h"
 #include "system/animation/animationrig.h"
 
 namespace ResourceAnimation
@@ -14,15 +14,9 @@ namespace ResourceAnimation
 ///
 /// One object serves one host call: create, Pack, Release. Virtual operations stand in this order after those of
 /// IComponentInterface: Pack, PackResource, Initialize, GetTargetPlatform.
-class ZAnimationPackerBase : public IResourcePacker
+class ZAnimationPackerBase : public IResourcePacker, protected ZPackerBinding
 {
 public:
-    /// Assertion: "m_pPackerUtility != 0".
-    ZAnimationPackerBase();
-    ZAnimationPackerBase(const ZAnimationPackerBase&) = delete;
-    ZAnimationPackerBase& operator=(const ZAnimationPackerBase&) = delete;
-    ~ZAnimationPackerBase() override;
-
     ZObjectRef GetVariantRef() override;
     /// Counts nothing: one Release() ends the object.
     size_t AddRef() override { return static_cast<size_t>(-1); }
@@ -43,9 +37,9 @@ protected:
     virtual bool PackResource(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target,
                               const ZVariantRef& extra) = 0;
     /// Binds the context and checks that a platform was given. Misuse by the host is traced.
-    virtual bool Initialize(IResourcePackerContext* pContext, const ZVariantRef& extra);
+    virtual bool Initialize(IResourcePackerContext* pContext, const ZVariantRef&) { return Bind(pContext); }
     /// Value of the option "t". Assertion: "bSuccess".
-    virtual ZString GetTargetPlatform();
+    virtual ZString GetTargetPlatform() { return ReadTargetPlatform(); }
 
     /// Position of a derived resource among the references, which it joins when it is new. ZAnimationPackerException
     /// for an identifier that is not valid or not derived.
@@ -61,8 +55,6 @@ protected:
     /// Name of a take or rig in a source's root parameters: without slashes in front and extension behind, lower case.
     static ZString SubResourceName(const ZResourceID& source);
 
-    IPackerUtility* m_pPackerUtility; ///< owned
-    IResourcePackerContext* m_pContext = nullptr;
     TArray<ZResourceID> m_references; ///< in first-use order: the position is the number that packed data store
 };
 

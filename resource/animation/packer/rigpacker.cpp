@@ -1,8 +1,8 @@
 #include "resource/animation/packer/rigpacker.h"
 
 #include "resource/animation/fbximport/fbxanimationimporter.h"
-#include "resource/animation/frame/platform.h"
-#include "resource/animation/packer/packedoutput.h"
+#include "resource/animation/frame/animationexception.h"
+#include "resource/animation/packer/rigoutput.h"
 #include "resource/core/iresourcedatabase.h"
 
 namespace ResourceAnimation
@@ -48,15 +48,7 @@ void ZRigPacker::Pack(const ZResourceID& source, const ZResourceID& target)
     RepairBiped(*pHierarchy);
     if (const auto pConverted = pHierarchy->ToSpace(Import::eSpace_Parent, true))
         pHierarchy = pConverted;
-    const ZAnimationRig rig = BuildRig(*pHierarchy);
-
-    const ZString platform = GetTargetPlatform();
-    const EEndian eEndian = GetPlatformClass(platform);
-    const TArray<uint8_t> bytes = SerializeAndReadBack(rig, eEndian, false);
-    const TComponentScope<IOutputStream> stream(GetResourceDatabase()->OpenOutputStream(target));
-    if (!stream || !stream->IsOpen())
-        throw ZRigPackerException(ZString::Format("ERROR: Failed to create output resource: {0}", target));
-    WriteResource(stream.Get(), RESOURCE_CODE_RIG, platform, eEndian, {}, bytes.Ref());
+    WriteRigResource(BuildRig(*pHierarchy), GetTargetPlatform(), target, EReadBack::eCompare);
 }
 
 void RepairBiped(ZBoneHierarchy& hierarchy)
