@@ -156,6 +156,17 @@ To ConvertElement(From value)
     }
 }
 
+template <class To, class From>
+void ConvertElements(const std::byte* pFrom, uint32_t nCount, To* pTo)
+{
+    for (uint32_t n = 0; n < nCount; ++n)
+    {
+        From value;
+        std::memcpy(&value, pFrom + n * sizeof(From), sizeof value);
+        pTo[n] = ConvertElement<To>(value);
+    }
+}
+
 } // namespace
 
 template <class T>
@@ -164,31 +175,22 @@ bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
     m_scratch.resize(payload.nDecoded);
     if (!Decode(payload, m_scratch.data()))
         return false;
-    const auto copy = [&]<class From>(From)
-    {
-        for (uint32_t n = 0; n < payload.nCount; ++n)
-        {
-            From value;
-            std::memcpy(&value, m_scratch.data() + n * sizeof(From), sizeof value);
-            pOut[n] = ConvertElement<T>(value);
-        }
-    };
     switch (payload.type)
     {
     case 'i':
-        copy(int32_t());
+        ConvertElements<T, int32_t>(m_scratch.data(), payload.nCount, pOut);
         break;
     case 'l':
-        copy(int64_t());
+        ConvertElements<T, int64_t>(m_scratch.data(), payload.nCount, pOut);
         break;
     case 'f':
-        copy(float());
+        ConvertElements<T, float>(m_scratch.data(), payload.nCount, pOut);
         break;
     case 'd':
-        copy(double());
+        ConvertElements<T, double>(m_scratch.data(), payload.nCount, pOut);
         break;
     default:
-        copy(uint8_t());
+        ConvertElements<T, uint8_t>(m_scratch.data(), payload.nCount, pOut);
         break;
     }
     return true;

@@ -215,6 +215,15 @@ bool FbxAnimEvaluator::SState::RelativeLocal(size_t nNode, SFbxMoment& moment, S
         local.s = {global.s.x / parent.s.x, global.s.y / parent.s.y, global.s.z / parent.s.z};
         return true;
     }
+    if (!parent.bMatrix && !global.bMatrix)
+    {
+        // Both are rotation and scale, and the rotations differ by the local one.
+        matrix = FbxScaled(FbxMatrixOf(local.q), global.s);
+        const double inverse[3] = {1.0 / parent.s.x, 1.0 / parent.s.y, 1.0 / parent.s.z};
+        for (int n = 0; n < 9; ++n)
+            matrix.m[n] *= inverse[n / 3];
+        return false;
+    }
     matrix = FbxInverse(MatrixOf(parent)) * MatrixOf(global);
     return false;
 }

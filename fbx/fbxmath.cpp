@@ -34,13 +34,13 @@ double Atan01(double x)
                                           0.6435011087932844,
                                           0.7188299996216245,
                                           0.7853981633974483};
-    const int n = static_cast<int>(x * 8.0 + 0.5);
-    const double c = n * 0.125;
+    const double fEighths = std::floor(x * 8.0 + 0.5);
+    const double c = fEighths * 0.125;
     const double d = (x - c) / (1.0 + x * c);
     const double d2 = d * d;
     const double f =
         -1.0 / 3.0 + d2 * (1.0 / 5.0 + d2 * (-1.0 / 7.0 + d2 * (1.0 / 9.0 + d2 * (-1.0 / 11.0 + d2 * (1.0 / 13.0)))));
-    return kEighths[n] + (d + d * d2 * f);
+    return kEighths[static_cast<int>(fEighths)] + (d + d * d2 * f);
 }
 
 } // namespace
@@ -251,62 +251,73 @@ FbxVector3 Across(const FbxVector3& a)
 
 } // namespace
 
+namespace
+{
+
+/// With axes of length zero, or so long or short that squares do not tell: one of those takes whatever direction the
+/// others leave.
+void DecomposeFlat(FbxVector3 x, FbxVector3 y, FbxVector3 z, FbxQuaternion& q)
+{
+    const auto unit = [](const FbxVector3& v)
+    {
+        const double fLargest = std::fmax(std::fabs(v.x), std::fmax(std::fabs(v.y), std::fabs(v.z)));
+        if (!(fLargest > 0.0))
+            return FbxVector3();
+        const FbxVector3 scaled = v * (1.0 / fLargest);
+        return scaled * (1.0 / std::sqrt(Dot(scaled, scaled)));
+    };
+    x = unit(x);
+    y = unit(y);
+    z = unit(z);
+    const FbxVector3 none;
+    if (x == none)
+        x = unit(Cross(y, z));
+    if (x == none)
+        x = !(y == none) ? Across(y) : !(z == none) ? Across(z) : FbxVector3{1, 0, 0};
+    if (y == none)
+        y = Cross(z, x);
+    y = unit(y - x * Dot(x, y));
+    if (y == none)
+        y = Across(x);
+    const FbxVector3 last = Cross(x, y);
+    q = FbxQuaternionOf({{x.x, y.x, last.x, x.y, y.y, last.y, x.z, y.z, last.z}});
+}
+
+} // namespace
+
 void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
 {
-    FbxVector3 x{a.m[0], a.m[3], a.m[6]};
-    FbxVector3 y{a.m[1], a.m[4], a.m[7]};
-    FbxVector3 z{a.m[2], a.m[5], a.m[8]};
-    s = {std::sqrt(Dot(x, x)), std::sqrt(Dot(y, y)), std::sqrt(Dot(z, z))};
-    if (FbxDeterminant(a) < 0.0)
-    {
-        s = -s;
-        x = -x;
-        y = -y;
-        z = -z;
-    }
+    const FbxVector3 x{a.m[0], a.m[3], a.m[6]};
+    const FbxVector3 y{a.m[1], a.m[4], a.m[7]};
+    const FbxVector3 z{a.m[2], a.m[5], a.m[8]};
+    const double xx = Dot(x, x);
+    const double zz = Dot(z, z);
+    s = {std::sqrt(xx), std::sqrt(Dot(y, y)), std::sqrt(zz)};
 
-    // The first axis keeps its direction, the second its side of the first, the third follows. An axis without a
-    // length takes whatever direction the others leave.
-    const double fX = std::fabs(s.x);
-    const double fY = std::fabs(s.y);
-    const double fZ = std::fabs(s.z);
-    double f = 0.0;
-    if (fX > 0.0 && fY > 0.0)
+    // The first axis keeps its direction, the second its side of the first, the third follows. The part of the second
+    // that stands across the first is taken times the first's squared length: neither waits for the other's root.
+    const FbxVector3 across = y * xx - x * Dot(x, y);
+    const double fAcross = Dot(across, across);
+    if (!(fAcross > 1e-200 && fAcross < 1e200 && xx > 1e-100 && zz > 1e-200))
     {
-        x = x * (1.0 / fX);
-        y = y - x * Dot(x, y);
-        f = Dot(y, y);
-        if (f > 0.0)
-        {
-            y = y * (1.0 / std::sqrt(f));
-            const FbxVector3 last = Cross(x, y);
-            q = FbxQuaternionOf({{x.x, y.x, last.x, x.y, y.y, last.y, x.z, y.z, last.z}});
-            return;
-        }
-        y = Across(x) * fY;
-        x = x * fX;
+        const double fMirror = FbxDeterminant(a) < 0.0 ? -1.0 : 1.0;
+        DecomposeFlat(x * fMirror, y * fMirror, z * fMirror, q);
+        s = s * fMirror;
+        if (fMirror < 0.0)
+            s = {s.x == 0.0 ? 0.0 : s.x, s.y == 0.0 ? 0.0 : s.y, s.z == 0.0 ? 0.0 : s.z};
+        return;
     }
-    if (fX > 0.0)
-        x = x * (1.0 / fX);
-    else
-        x = fY > 0.0 && fZ > 0.0 ? Cross(y * (1.0 / fY), z * (1.0 / fZ)) : FbxVector3{0, 0, 0};
-    f = Dot(x, x);
-    if (f > 0.0 && f != 1.0)
-        x = x * (1.0 / std::sqrt(f));
-    else if (f == 0.0)
-        x = fY > 0.0 ? Across(y * (1.0 / fY)) : fZ > 0.0 ? Across(z * (1.0 / fZ)) : FbxVector3{1, 0, 0};
-    if (fY > 0.0)
-        y = y * (1.0 / fY);
-    else
-        y = fZ > 0.0 ? Cross(z * (1.0 / fZ), x) : Across(x);
-    y = y - x * Dot(x, y);
-    f = Dot(y, y);
-    if (f == 0.0)
-        y = Across(x);
-    else
-        y = y * (1.0 / std::sqrt(f));
-    const FbxVector3 third = Cross(x, y);
-    q = FbxQuaternionOf({{x.x, y.x, third.x, x.y, y.y, third.y, x.z, y.z, third.z}});
+    FbxVector3 first = x * (1.0 / s.x);
+    FbxVector3 second = across * (1.0 / std::sqrt(fAcross));
+    const FbxVector3 third = Cross(first, second);
+    if (Dot(third, z) < 0.0)
+    {
+        // Mirrored: all three axes are turned about, which leaves the third where it is.
+        s = -s;
+        first = -first;
+        second = -second;
+    }
+    q = FbxQuaternionOf({{first.x, second.x, third.x, first.y, second.y, third.y, first.z, second.z, third.z}});
 }
 
 void FbxTurnNegativeScales(FbxQuaternion& q, FbxVector3& s)

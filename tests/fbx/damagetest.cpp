@@ -264,6 +264,51 @@ TEST(Damage, DeepAndWideTrees)
     EXPECT_EQ(deep.Node("n19999").EvaluateGlobalTransform(FbxTime()).t.x, kDepth);
 }
 
+/// Counts that multiply when something is searched from the front: they would take minutes.
+TEST(Damage, ManyOfEverythingInOneObject)
+{
+    Scene scene;
+    constexpr int kMany = 5000;
+    scene.objects.reserve(4 * kMany);
+    Record defaults;
+    for (int n = 0; n < kMany; ++n)
+        defaults.Add("P", {S("default" + std::to_string(n)), S("int"), S(""), S(""), I(n)});
+    scene.Template("Model", "FbxNode", defaults);
+    const int64_t nModel = scene.Model("a");
+    Record& properties = scene.objects.back().children[0];
+    for (int n = 0; n < kMany; ++n)
+        properties.Add("P", {S("own" + std::to_string(n)), S("int"), S(""), S("U"), I(n)});
+    const int64_t nStack = scene.Stack("s", 0, 1);
+    for (int n = 0; n < kMany; ++n)
+    {
+        const int64_t nId = 100000 + n;
+        scene.objects.push_back({"AnimationLayer", {L(nId), Name("l", "AnimLayer"), S("")}, {}});
+        scene.Connect("OO", nId, nStack);
+        scene.objects.push_back({"AnimationCurveNode", {L(nId + kMany), Name("N", "AnimCurveNode"), S("")}, {}});
+        scene.objects.back().Add("Properties70").Add("P", {S("d|own"), S("Number"), S(""), S("A"), D(n)});
+        scene.Connect("OO", nId + kMany, nId);
+        scene.Connect("OP", nId + kMany, nModel, "own" + std::to_string(n));
+        scene.objects.push_back(
+            {"NodeAttribute", {L(nId + 2 * kMany), Name("", "NodeAttribute"), S("T" + std::to_string(n))}, {}});
+    }
+    LoadedScene loaded(scene.Write());
+    ASSERT_TRUE(loaded.IsLoaded()) << loaded.Error();
+    const FbxNode& node = loaded.Node("a");
+    EXPECT_GE(node.GetPropertyCount(), kMany + 4096u);
+    size_t nAnimated = 0;
+    double fSum = 0.0;
+    for (size_t n = 0; n < node.GetPropertyCount(); ++n)
+    {
+        const FbxProperty property = node.GetProperty(n);
+        nAnimated += property.GetCurveNode() != nullptr;
+        double value[4];
+        loaded->GetAnimationEvaluator()->EvaluateProperty(property, FbxTime::FromSeconds(1), value);
+        fSum += value[0];
+    }
+    EXPECT_EQ(nAnimated, static_cast<size_t>(kMany));
+    EXPECT_GT(fSum, 0.0);
+}
+
 TEST(Damage, NestedRecords)
 {
     for (const size_t nDepth : {size_t(400), size_t(100000)})
