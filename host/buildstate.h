@@ -1,0 +1,95 @@
+#pragma once
+
+#include "host/packjob.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace Host
+{
+
+/// What is known of one job that was done: a packed resource, or a scan.
+struct SBuildRecord
+{
+    std::string sId; ///< as in SJob
+    std::string sComponent;
+    std::string sTools; ///< hash of the tools that did it
+    std::string sFile;  ///< below the output folder; empty for a scan
+    SFileStamp stamp;   ///< of that file
+    uint64_t nHash = 0;
+    std::vector<SDependency> dependencies;
+    std::string sScan;
+};
+
+/// The state of the output folder between runs: one SQLite file in it. A job that failed has no record.
+///
+/// One process uses it at a time (ZOutputLock). Records are written in batches: after a kill some are lost, and what
+/// they told is done again.
+class ZBuildState
+{
+public:
+    using FNotice = std::function<void(const std::string&)>;
+
+    /// Opens or makes the file. One that is damaged or of another layout is made anew, with a notice. ZHostError when
+    /// there is no writing there. An empty path keeps all in memory.
+    ZBuildState(const std::string& sPath, const FNotice& notice);
+    ~ZBuildState();
+    ZBuildState(const ZBuildState&) = delete;
+    ZBuildState& operator=(const ZBuildState&) = delete;
+
+    bool Find(const std::string& sId, SBuildRecord& record);
+    void Save(const SBuildRecord& record);
+    void Remove(const std::string& sId);
+    /// Writes what is pending.
+    void Commit();
+
+    /// Whether the last run that wrote here was cut short. From here on it is this one that has to end well.
+    bool BeginRun();
+    void EndRun();
+
+private:
+    struct SDatabaseCloser
+    {
+        void operator()(sqlite3* pDatabase) const;
+    };
+    class ZStatement;
+
+    bool Open(const std::string& sPath, std::string& sWhy);
+    void Close();
+    void Execute(const char* szSql);
+    void Pending();
+    [[noreturn]] void Fail(const char* szWhat) const;
+
+    std::unique_ptr<sqlite3, SDatabaseCloser> m_pDatabase;
+    std::unique_ptr<ZStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
+        m_pRemoveDependencies;
+    size_t m_nPending = 0;
+};
+
+/// Keeps other runs of this program out of an output folder.
+class ZOutputLock
+{
+public:
+    /// Makes the folder and waits for a run that is at work there, with a notice. ZHostError when the folder can't be
+    /// made or written to.
+    ZOutputLock(const std::string& sOut, const ZBuildState::FNotice& notice);
+    /// Takes the lock if the folder is there and nobody is at work in it.
+    explicit ZOutputLock(const std::string& sOut);
+    ZOutputLock(const ZOutputLock&) = delete;
+    ZOutputLock& operator=(const ZOutputLock&) = delete;
+    ~ZOutputLock();
+
+    bool IsHeld() const { return m_bHeld; }
+
+private:
+    int m_nFile = -1;
+    bool m_bHeld = false;
+};
+
+constexpr const char STATE_FILE[] = "animpack.db";
+
+} // namespace Host

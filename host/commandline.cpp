@@ -1,0 +1,241 @@
+#include "host/commandline.h"
+
+#include "host/derivedkinds.h"
+#include "host/hosterror.h"
+#include "host/moduleloader.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <thread>
+
+namespace Host
+{
+
+namespace
+{
+
+constexpr const char* PLATFORMS[] = {"pc", "durango", "ps4", "xbox360", "ps3"};
+
+constexpr const char EXAMPLES[] = R"(
+Examples:
+  animpack build -t:pc -t:ps4 --assets art --out packed
+  animpack pack 'assembly:/characters/hero/moves.fbx?/walk.take' animation -t:pc
+  animpack inspect packed/pc/characters/hero/moves.fbx/walk.take.animation --frames 0,10
+  animpack scene art/characters/hero/moves.fbx
+
+A source is an identifier (assembly:/a/b.fbx, assembly:/a/b.fbx?/walk.take) or the path of a file in the asset tree.
+
+Exit status: 0 all done; 1 at least one asset failed (the others are done); 2 wrong usage; 3 the host could not go on.
+)";
+
+std::string DerivedKindsHelp()
+{
+    std::string sText = "\nExtensions:\n";
+    for (const SDerivedKind& kind : DerivedKinds())
+        if (!kind.component.empty())
+            sText += "  " + std::string(kind.extension) + std::string(20 - kind.extension.size(), ' ') +
+                     std::string(kind.description) + '\n';
+    return sText;
+}
+
+/// Comma separated numbers. Throws what CLI11 turns into wrong usage.
+template <class T>
+void ParseList(const std::string& sName, const std::string& sText, std::vector<T>& values)
+{
+    size_t nStart = 0;
+    while (nStart <= sText.size())
+    {
+        const size_t nEnd = std::min(sText.find(',', nStart), sText.size());
+        T value{};
+        const auto [pEnd, error] = std::from_chars(sText.data() + nStart, sText.data() + nEnd, value);
+        if (error != std::errc() || pEnd != sText.data() + nEnd)
+            throw CLI::ValidationError(sName, "'" + sText.substr(nStart, nEnd - nStart) + "' is no number here");
+        values.push_back(value);
+        nStart = nEnd + 1;
+    }
+}
+
+const std::map<std::string, EWhen> WHEN{{"auto", EWhen::eAuto}, {"always", EWhen::eAlways}, {"never", EWhen::eNever}};
+
+struct SRawOptions
+{
+    std::string sColor = "auto";
+    std::string sProgress = "auto";
+    std::string sSource; ///< of the commands that take one
+    std::string sFrames, sAt, sTicks;
+    uint64_t nMemoryMegabytes = 4096;
+};
+
+void AddOutputOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    command.add_flag("--json", options.bJson, "One JSON object a line on standard output, and nothing else there")
+        ->group("Messages");
+    command.add_flag("-v,--verbose", options.bVerbose, "Tell what is up to date, and the packers' notes")
+        ->group("Messages");
+    for (const auto& [szName, pText] : {std::pair("--color", &raw.sColor), std::pair("--progress", &raw.sProgress)})
+        command.add_option(szName, *pText, "auto: on a terminal, and colour only without NO_COLOR")
+            ->check(CLI::IsMember({"auto", "always", "never"}))
+            ->capture_default_str()
+            ->group("Messages");
+}
+
+void AddTreeOptions(CLI::App& command, SOptions& options)
+{
+    command.add_option("--assets", options.sAssets,
+                       "Folder behind assembly:/ [default: ./assembly if it is there, else the current folder]");
+    command.add_option("--out", options.sOut, "Folder for everything that is written")->capture_default_str();
+    command
+        .add_option("-t,--target", options.platforms,
+                    "Platform, also -t:NAME; several with commas or repeated [default: pc]")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(PLATFORMS), std::end(PLATFORMS))));
+}
+
+void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    command.add_option("-j,--jobs", options.nWorkers, "Worker processes [default: one for each core]")
+        ->check(CLI::Range(1u, 1024u))
+        ->group("Work");
+    command
+        .add_option("--job-timeout", options.fJobTimeout, "Seconds without a sign of life after which a job is ended")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str()
+        ->group("Work");
+    command.add_option("--memory-limit", raw.nMemoryMegabytes, "Megabytes that one worker may take; 0 for no limit")
+        ->check(CLI::Range(uint64_t(0), uint64_t(1) << 24))
+        ->capture_default_str()
+        ->group("Work");
+    command
+        .add_option("--module", options.sModule,
+                    "Module to load [default: ../lib/libresource.animation.so beside this program]")
+        ->group("Work");
+}
+
+void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
+{
+    const auto add = [&](const char* szName, const char* szWhat)
+    {
+        CLI::App* pCommand = app.add_subcommand(szName, szWhat);
+        AddOutputOptions(*pCommand, options, raw);
+        return pCommand;
+    };
+    CLI::App* pScan = add("scan", "Tell what sources hold: takes, rigs, references, properties");
+    pScan->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
+
+    CLI::App* pPack = add("pack", "Make one packed resource, and what it needs; print its file");
+    pPack->add_option("SOURCE", raw.sSource, "What to pack")->required();
+    pPack->add_option("EXTENSION", options.sExtension, "What to make of it, see below")->required();
+    pPack->add_option("--param", options.parameters, "Parameter of the packed resource; may be repeated")
+        ->allow_extra_args(false);
+    pPack->add_flag("--force", options.bForce, "Pack also what is up to date");
+    pPack->footer(DerivedKindsHelp());
+
+    CLI::App* pBuild = add("build", "Make everything that scanning finds, for each platform; only what changed");
+    pBuild->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
+    pBuild->add_flag("--force", options.bForce, "Pack also what is up to date");
+
+    CLI::App* pInspect = add("inspect", "Show what a packed file holds, from its header to its tracks");
+    pInspect->add_option("FILE", raw.sSource, "A packed file, or the identifier of a packed resource")->required();
+    pInspect->add_option("--frames", raw.sFrames, "Decode these frames against the rig, e.g. 0,10");
+
+    CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
+    pScene->add_option("FILE", raw.sSource, "The FBX file")->required();
+    pScene->add_option("--stack", options.sStack, "Evaluate this anim stack [default: the current one]");
+    pScene->add_option("--at", raw.sAt, "Show transforms at these seconds, e.g. 0,0.5");
+    pScene->add_option("--ticks", raw.sTicks, "The same for FBX ticks, 46186158000 a second");
+
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pInspect, pScene})
+        AddTreeOptions(*pCommand, options);
+    for (CLI::App* pCommand : {pScan, pPack, pBuild})
+        AddWorkOptions(*pCommand, options, raw);
+}
+
+void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
+{
+    const CLI::App& command = *app.get_subcommands().front();
+    options.sCommand = command.get_name();
+    if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene")
+        options.sources = {raw.sSource};
+    if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
+        throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
+    options.eColor = WHEN.at(raw.sColor);
+    options.eProgress = WHEN.at(raw.sProgress);
+    options.nMemoryLimit = raw.nMemoryMegabytes << 20;
+    options.bPlatformGiven = !options.platforms.empty();
+    if (options.platforms.empty())
+        options.platforms = {"pc"};
+    std::error_code error;
+    if (options.sAssets.empty())
+        options.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
+    if (options.sModule.empty())
+        options.sModule = DefaultModulePath();
+    if (options.sCommand == "inspect" && command.count("--frames") != 0)
+        ParseList("--frames", raw.sFrames, options.frames);
+    if (options.sCommand == "scene")
+    {
+        options.bStackGiven = command.count("--stack") != 0;
+        if (command.count("--at") != 0)
+            ParseList("--at", raw.sAt, options.seconds);
+        if (command.count("--ticks") != 0)
+            ParseList("--ticks", raw.sTicks, options.ticks);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> NormalizeArguments(int nArguments, const char* const* ppArguments)
+{
+    std::vector<std::string> arguments(ppArguments + std::min(nArguments, 1), ppArguments + nArguments);
+    for (std::string& sArgument : arguments)
+    {
+        if (sArgument == "--")
+            break;
+        if (sArgument.starts_with("-t:"))
+            sArgument = "--target=" + sArgument.substr(3);
+    }
+    return arguments;
+}
+
+bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode)
+{
+    CLI::App app("Packs the animations and rigs of FBX scenes for a game's runtime.", "animpack");
+    app.set_version_flag("--version", "animpack " ANIMPACK_VERSION);
+    app.set_help_all_flag("--help-all", "Print the options of all commands and exit");
+    app.require_subcommand(1);
+    app.footer(EXAMPLES);
+    options.sOut = "./packed";
+    options.nWorkers = std::max(1u, std::thread::hardware_concurrency());
+    options.fJobTimeout = 600.0;
+    SRawOptions raw;
+    AddCommands(app, options, raw);
+    try
+    {
+        std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
+        std::reverse(arguments.begin(), arguments.end());
+        app.parse(arguments);
+        FillIn(app, options, raw);
+        return true;
+    }
+    catch (const CLI::Success& e)
+    {
+        // Help and version.
+        app.exit(e, std::cout, std::cerr);
+        std::cout.flush();
+        nExitCode = eExit_Done;
+    }
+    catch (const CLI::ParseError& e)
+    {
+        const auto commands = app.get_subcommands();
+        std::cerr << "animpack: error: " << e.what() << "\nTry 'animpack "
+                  << (commands.empty() ? std::string() : commands.front()->get_name() + ' ') << "--help'.\n";
+        nExitCode = eExit_WrongUsage;
+    }
+    return false;
+}
+
+} // namespace Host

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// When to do something that suits a terminal.
+enum class EWhen
+{
+    eAuto, ///< on a terminal
+    eAlways,
+    eNever
+};
+
+/// The command line, read and checked. Texts that name files or identifiers are as the user wrote them.
+struct SOptions
+{
+    std::string sCommand;
+
+    std::string sAssets; ///< never empty: the default is filled in
+    std::string sOut;
+    std::string sModule;
+    std::vector<std::string> platforms;
+    bool bPlatformGiven = false;
+
+    unsigned int nWorkers = 1;
+    double fJobTimeout = 0.0;
+    uint64_t nMemoryLimit = 0; ///< bytes
+    bool bForce = false;
+
+    bool bJson = false;
+    bool bVerbose = false;
+    EWhen eColor = EWhen::eAuto;
+    EWhen eProgress = EWhen::eAuto;
+
+    std::vector<std::string> sources; ///< of scan and build; one for pack, inspect and scene
+    std::string sExtension;
+    std::vector<std::string> parameters;
+    std::vector<uint32_t> frames;
+    bool bStackGiven = false;
+    std::string sStack;
+    std::vector<double> seconds;
+    std::vector<int64_t> ticks;
+};
+
+/// True: run the command. False: `nExitCode` is what the program ends with; help, version or the message have been
+/// printed.
+bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode);
+
+/// `-t:pc`, as the pipeline spells it, is `--target=pc` to everything else here.
+std::vector<std::string> NormalizeArguments(int nArguments, const char* const* ppArguments);
+
+} // namespace Host

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "host/commandline.h"
+#include "host/console.h"
+
+namespace Host
+{
+
+// One function for each command of the program; each returns an EExitCode. ZHostError and ZUsageError pass through.
+
+int RunScan(const SOptions& options, ZConsole& console);
+int RunPack(const SOptions& options, ZConsole& console);
+int RunBuild(const SOptions& options, ZConsole& console);
+int RunInspect(const SOptions& options, ZConsole& console);
+int RunScene(const SOptions& options, ZConsole& console);
+
+/// The whole program.
+int RunProgram(int nArguments, const char* const* ppArguments);
+
+} // namespace Host

@@ -1,0 +1,58 @@
+#include "host/derivedkinds.h"
+
+#include "host/resourceids.h"
+
+namespace Host
+{
+
+namespace
+{
+
+constexpr SDerivedKind KINDS[] = {
+    {"animationrig", "RigPacker", "rig", "packed rig of an FBX file or of one of its rigs"},
+    {"animation", "AnimationPacker", "take", "packed animation of a take"},
+    {"animationdatabase", "AnimationDatabasePacker", "chartype", "packed animation set of a character"},
+    {"rigxml", "XmlRigPacker", "", "a packed rig as XML"},
+    {"metarig", "MetaRigPacker", "", "the packed rigs that its parameters name, merged"},
+    {"rtet", "", "", "event tracks of a take"},
+    {"rbs", "", "", "blend space"},
+};
+
+constexpr struct
+{
+    std::string_view extension;
+    std::string_view component;
+} SCANNERS[] = {
+    {"fbx", "AnimationScanner"},
+};
+
+} // namespace
+
+std::span<const SDerivedKind> DerivedKinds()
+{
+    return KINDS;
+}
+
+const SDerivedKind* FindDerivedKind(std::string_view extension)
+{
+    for (const SDerivedKind& kind : KINDS)
+        if (kind.extension == extension)
+            return &kind;
+    return nullptr;
+}
+
+std::string_view ScannerOf(std::string_view extension)
+{
+    const std::string sLower = ToLower(extension);
+    for (const auto& scanner : SCANNERS)
+        if (scanner.extension == sLower)
+            return scanner.component;
+    return {};
+}
+
+std::string_view DefaultScanner()
+{
+    return SCANNERS[0].component;
+}
+
+} // namespace Host

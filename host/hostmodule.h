@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/misc/trace.h"
+#include "resource/core/iresourcepacker.h"
+
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// Thrown from a failed assertion: the job that it happened in fails, the process goes on.
+struct SAssertionFailed
+{
+    std::string sExpression;
+};
+
+/// Registers the engine's modules and the host's own, which has the component PACKER_UTILITY, and takes the assertion
+/// handler. Once a process; safe to repeat.
+void RegisterHostModules();
+
+/// What PACKER_UTILITY tells packers for the time of a scope. Scopes nest; the innermost counts.
+class ZPackerOptionScope
+{
+public:
+    ZPackerOptionScope(const std::string& sName, const std::string& sValue);
+    ZPackerOptionScope(const ZPackerOptionScope&) = delete;
+    ZPackerOptionScope& operator=(const ZPackerOptionScope&) = delete;
+    ~ZPackerOptionScope();
+};
+
+/// Hears what modules trace. A module traces what it does not tell its user, so the lines matter when a job fails
+/// without a word.
+class ZTraceCollector final : public ITraceListener
+{
+public:
+    ZTraceCollector() { TraceCalls::AddListener(this); }
+    ZTraceCollector(const ZTraceCollector&) = delete;
+    ZTraceCollector& operator=(const ZTraceCollector&) = delete;
+    ~ZTraceCollector() { TraceCalls::RemoveListener(this); }
+
+    void OnTrace(const char* szFile, int nLine, ETraceLevel eLevel, const ZString& channel,
+                 const ZString& text) override;
+
+    /// Lines of failures since the last call, at most MOST_LINES.
+    std::vector<std::string> TakeFailures() { return std::exchange(m_failures, {}); }
+
+    static constexpr size_t MOST_LINES = 20;
+
+private:
+    std::vector<std::string> m_failures;
+};
+
+} // namespace Host

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/packedfile.h"
+#include "system/animation/animationsampler.h"
+
+#include <string>
+
+namespace Host
+{
+
+// Packed resources as people want to read them: where the bytes go, and what moves.
+
+std::string HeaderText(const ZPackedFile& file, const std::string& sPath, const std::string& sPlatform);
+std::string AnimationText(const SystemAnimation::SAnimationResourceData& animation);
+std::string RigText(const ZAnimationRig& rig);
+std::string FrameText(const ZAnimationSampler& sampler, const TSharedPtr<ZAnimPoseDescriptor>& pDescriptor,
+                      const ZAnimationRig& rig, uint32_t nFrame);
+
+} // namespace Host

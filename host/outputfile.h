@@ -1,0 +1,60 @@
+#pragma once
+
+#include "host/contenthash.h"
+#include "system/io/streams.h"
+
+#include <string>
+
+namespace Host
+{
+
+/// A file that appears complete or not at all: written under a passing name in its folder, flushed, then renamed.
+/// Ends in nothing unless Publish() was called.
+class ZOutputFile
+{
+public:
+    ZOutputFile() = default;
+    ZOutputFile(const ZOutputFile&) = delete;
+    ZOutputFile& operator=(const ZOutputFile&) = delete;
+    ~ZOutputFile() { Discard(); }
+
+    /// Makes the folders in between. What was opened before is discarded.
+    bool Open(const std::string& sPath);
+    bool Write(const void* pBytes, size_t nCount);
+    /// No more writes; the file still waits for Publish().
+    void Close();
+    /// The file stands at its path from here on, instead of one that was there. False, with Error() told, when a write
+    /// failed on the way, or nothing was opened.
+    bool Publish();
+    void Discard();
+
+    bool IsOpen() const { return m_nFile >= 0; }
+    /// Whether it was opened and closed again without a failure.
+    bool IsComplete() const { return m_bClosed && m_sError.empty(); }
+    const std::string& Error() const { return m_sError; }
+    const std::string& Path() const { return m_sPath; }
+    /// Of all that was written.
+    uint64_t Hash() const { return m_hash.Get(); }
+
+private:
+    bool Fail(const std::string& sWhat);
+
+    std::string m_sPath;
+    std::string m_sPassingPath;
+    std::string m_sError;
+    ZContentHash m_hash;
+    int m_nFile = -1;
+    bool m_bClosed = false;
+};
+
+/// Removes what ZOutputFile left below a folder when its process was killed.
+void RemovePassingFiles(const std::string& sFolder);
+
+/// What a packer writes to. Releasing it closes the file; whether that is published is the host's to decide.
+/// The file must outlive the stream.
+IOutputStream* CreateFileOutputStream(ZOutputFile& file);
+
+/// Null when the file can't be opened.
+IInputStream* OpenFileInputStream(const std::string& sPath);
+
+} // namespace Host

@@ -1,0 +1,108 @@
+#include "host/assettree.h"
+#include "host/hosterror.h"
+#include "host/resourceids.h"
+#include "tests/host/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+using namespace Host;
+using TState = ZAssetTree::SLookup;
+
+namespace
+{
+
+class AssetTreeTest : public testing::Test
+{
+protected:
+    AssetTreeTest()
+    {
+        folder.Write("tree/Characters/Hero/Moves.FBX", "moves");
+        folder.Write("tree/characters/other.fbx", "other");
+        folder.Write("tree/props/lever.fbx", "a");
+        folder.Write("tree/props/Lever.fbx", "b");
+        folder.Write("tree/props/Door.fbx", "c");
+        folder.Write("tree/props/DOOR.fbx", "d");
+        folder.Write("tree/props/notes.txt", "");
+        folder.Write("outside.fbx", "secret");
+    }
+
+    TState Find(const std::string& sId) const { return tree().Find(ToId(sId)); }
+    ZAssetTree tree() const { return ZAssetTree(folder / "tree"); }
+    std::string Found(const std::string& sId) const
+    {
+        const TState found = Find(sId);
+        return found.eState == TState::eFound ? found.sPath.substr(tree().Root().size() + 1) : "(none)";
+    }
+
+    ZTempFolder folder;
+};
+
+} // namespace
+
+TEST_F(AssetTreeTest, ExactlyThenInAnyCase)
+{
+    const struct
+    {
+        const char* szId;
+        const char* szFound;
+    } cases[] = {
+        {"assembly:/Characters/Hero/Moves.FBX", "Characters/Hero/Moves.FBX"},
+        {"assembly:/characters/hero/moves.fbx", "Characters/Hero/Moves.FBX"},
+        {"assembly:/CHARACTERS/OTHER.fbx?/run.take", "characters/other.fbx"}, // through two folders of one name
+        {"<assembly:/characters/other.fbx?/run.take>.pc.animation", "characters/other.fbx"},
+        {"assembly:/props/lever.fbx", "props/lever.fbx"},
+        {"assembly:/props/Lever.fbx", "props/Lever.fbx"},
+        {"assembly:/props", "(none)"},
+        {"assembly:/props/none.fbx", "(none)"},
+        {"assembly:/", "(none)"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Found(c.szId), c.szFound) << c.szId;
+}
+
+TEST_F(AssetTreeTest, NamesBothOfTwoThatDifferInCaseAlone)
+{
+    const TState found = Find("assembly:/props/door.fbx");
+    EXPECT_EQ(found.eState, TState::eAmbiguous);
+    EXPECT_NE(found.sWhy.find("props/Door.fbx"), std::string::npos);
+    EXPECT_NE(found.sWhy.find("props/DOOR.fbx"), std::string::npos);
+}
+
+TEST_F(AssetTreeTest, NeverLeavesTheTree)
+{
+    for (const char* szId :
+         {"assembly:/../outside.fbx", "assembly:/props/../../outside.fbx", "assembly:/..\\outside.fbx",
+          "assembly:/props/../props/lever.fbx", "file:/etc/passwd", "/etc/passwd", "outside.fbx"})
+    {
+        EXPECT_EQ(Find(szId).eState, TState::eOutside) << szId;
+        EXPECT_FALSE(Find(szId).sWhy.empty());
+    }
+    EXPECT_THROW(ZAssetTree(folder / "nowhere"), ZHostError);
+}
+
+TEST_F(AssetTreeTest, PathsBecomeIdentifiers)
+{
+    const ZAssetTree t = tree();
+    EXPECT_EQ(t.IdOf("assembly:/x.fbx?/a.take"), "assembly:/x.fbx?/a.take");
+    EXPECT_EQ(t.IdOf(folder / "tree/props/lever.fbx?/pull.take"), "assembly:/props/lever.fbx?/pull.take");
+    EXPECT_EQ(t.IdOf("props/lever.fbx"), "assembly:/props/lever.fbx");
+    EXPECT_EQ(t.IdOf("props/../props/lever.fbx"), "assembly:/props/lever.fbx");
+    EXPECT_TRUE(t.IsFolder(t.IdOf("props")));
+    EXPECT_FALSE(t.IsFolder("assembly:/../"));
+}
+
+TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
+{
+    std::filesystem::create_directory_symlink(folder / "tree", folder / "tree/props/round");
+    folder.Write("tree/props/\xe9.fbx", "no UTF-8");
+    size_t nUnreadable = 0;
+    const std::vector<std::string> expected = {"assembly:/Characters/Hero/Moves.FBX",
+                                               "assembly:/characters/other.fbx",
+                                               "assembly:/props/DOOR.fbx",
+                                               "assembly:/props/Door.fbx",
+                                               "assembly:/props/Lever.fbx",
+                                               "assembly:/props/lever.fbx"};
+    EXPECT_EQ(tree().Sources("assembly:/", nUnreadable), expected);
+    EXPECT_EQ(nUnreadable, 1u);
+    EXPECT_EQ(tree().Sources("assembly:/Characters", nUnreadable).size(), 1u);
+}

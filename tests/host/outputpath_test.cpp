@@ -1,0 +1,115 @@
+#include "host/outputpath.h"
+#include "host/resourceids.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <vector>
+
+using namespace Host;
+
+namespace
+{
+
+std::string Place(const std::string& sId)
+{
+    return OutputPathOf(ToId(sId));
+}
+
+} // namespace
+
+TEST(OutputPath, PlainIdentifiersAreReadable)
+{
+    EXPECT_EQ(Place("<assembly:/a/Hero.fbx?/Walk.take>.pc.animation"), "pc/a/hero.fbx/walk.take.animation");
+    EXPECT_EQ(Place("<assembly:/a/hero.fbx?/walk.take>(noevents).ps3.animation"),
+              "ps3/a/hero.fbx/walk.take(noevents).animation");
+    EXPECT_EQ(Place("<assembly:/a/rig.fbx>.pc.animationrig"), "pc/a/rig.fbx/@.animationrig");
+    EXPECT_EQ(Place("<<assembly:/a/rig.fbx?/r.rig>.pc.animationrig>.pc.rigxml"),
+              "pc/a/rig.fbx/r.rig.animationrig.rigxml");
+}
+
+TEST(OutputPath, OnlyWhatCanBePackedHasAPlace)
+{
+    for (const char* szId : {"", "assembly:/a.fbx", "<assembly:/a.fbx>.pc.conjured", "<assembly:/a.fbx>",
+                             "<>.pc.animation", "<assembly:/a.fbx>().pc.animation"})
+        EXPECT_EQ(Place(szId), "") << szId;
+}
+
+/// Identifiers that look alike: each has a place of its own, none is a folder of another, and none leads out.
+TEST(OutputPath, NoTwoShareAPlace)
+{
+    const std::vector<std::string> sources = {"assembly:/a/b.fbx",
+                                              "assembly:/a/b.fbx?",
+                                              "assembly:/a/b.fbx?/",
+                                              "assembly:/a/b.fbx?//",
+                                              "assembly:/a/b.fbx?walk",
+                                              "assembly:/a/b.fbx?/walk",
+                                              "assembly:/a/b.fbx?//walk",
+                                              "assembly:/a/b.fbx/walk",
+                                              "assembly:/a//b.fbx?/walk",
+                                              "assembly:/a/b.fbx?/@",
+                                              "assembly:/a/b.fbx/@",
+                                              "assembly:/a/b.fbx/@.animation",
+                                              "assembly:/a/b.fbx?/@.animation",
+                                              "assembly:/a/b.fbx?/walk.animation",
+                                              "assembly:/a/b.fbx/walk.animation/x",
+                                              "assembly:/a/b.fbx?/walk.animation/x",
+                                              "assembly:/a/b.fbx?/walk%",
+                                              "assembly:/a/b.fbx?/walk%25",
+                                              "assembly:/a/b.fbx?/walk(noevents)",
+                                              "assembly:/a/b.fbx?/%-walk",
+                                              "assembly:/a/../b.fbx?/walk",
+                                              "assembly:/../b.fbx?/walk",
+                                              "assembly:/./b.fbx?/walk",
+                                              "assembly:/.b.fbx?/walk",
+                                              "assembly:/b.fbx?/walk",
+                                              "assembly:/b.fbx?/walk.",
+                                              "assembly:/b.fbx?/walk ",
+                                              "other:/a/b.fbx?/walk",
+                                              "assembly:/other/a/b.fbx?/walk",
+                                              "assembly:/%=other/a/b.fbx?/walk",
+                                              "<assembly:/a/b.fbx?/walk>.pc.animationrig",
+                                              "<assembly:/a/b.fbx?/walk>.ps3.animationrig",
+                                              "<assembly:/a/b.fbx?/walk>(p).pc.animationrig",
+                                              "<assembly:/a/b.fbx?/walk.animationrig>.pc.animationrig",
+                                              "assembly:/a/b.fbx?/walk.animationrig",
+                                              "assembly:/a/b.fbx?/walk.animationrig%=ps3",
+                                              "assembly:/" + std::string(300, 'x') + "?/walk",
+                                              "assembly:/" + std::string(301, 'x') + "?/walk",
+                                              "assembly:/a?/" + std::string(400, '%'),
+                                              "assembly:/a?/" + std::string(401, '%')};
+    const std::vector<std::string> parameters = {"",
+                                                 "(noevents)",
+                                                 "(a|b)",
+                                                 "(a+b)",
+                                                 "(a%7cb)",
+                                                 "(|)",
+                                                 "(a|)",
+                                                 "(|a)",
+                                                 "(<assembly:/r>(x|y).pc.animationrig)",
+                                                 "(" + std::string(90, 'p') + ")",
+                                                 "(" + std::string(91, 'p') + ")"};
+    std::map<std::string, std::string> places;
+    for (const std::string& sSource : sources)
+        for (const std::string& sParameters : parameters)
+            for (const char* szEnd : {".pc.animation", ".ps3.animation", ".pc.animationrig"})
+            {
+                const std::string sId = '<' + sSource + '>' + sParameters + szEnd;
+                const std::string sPlace = Place(sId);
+                ASSERT_FALSE(sPlace.empty()) << sId;
+                const auto [it, bNew] = places.emplace(sPlace, sId);
+                EXPECT_TRUE(bNew) << sPlace << " is both of " << sId << " and of " << it->second;
+                EXPECT_EQ(("/" + sPlace + "/").find("/../"), std::string::npos) << sPlace;
+                EXPECT_EQ(("/" + sPlace + "/").find("/./"), std::string::npos) << sPlace;
+                EXPECT_EQ(sPlace.find("//"), std::string::npos) << sPlace;
+                size_t nStart = 0;
+                for (size_t nEnd; nStart < sPlace.size(); nStart = nEnd + 1)
+                {
+                    nEnd = std::min(sPlace.find('/', nStart), sPlace.size());
+                    EXPECT_LE(nEnd - nStart, 255u) << sPlace;
+                }
+            }
+    for (const auto& [sPlace, sId] : places)
+        for (size_t nSlash = sPlace.find('/'); nSlash != std::string::npos; nSlash = sPlace.find('/', nSlash + 1))
+            EXPECT_FALSE(places.contains(sPlace.substr(0, nSlash))) << sPlace << " lies below a file";
+}
