@@ -112,6 +112,7 @@ ZFbxTakeSampler::ZFbxTakeSampler(const ZFbxTakeData& take) : m_take(take)
 {
     CheckTakeLength(take.m_name, take.m_frameCount);
     const ZFbxGround& ground = *take.m_pGround;
+    m_listed.Resize(ground.m_pFbxNode->GetScene()->GetNodeCount());
     ListBones(ground.m_pFbxNode, false);
     for (const FbxNode* pRootObject : ground.m_rootObjects)
         ListBones(pRootObject, true);
@@ -129,8 +130,10 @@ void ZFbxTakeSampler::ListBones(const FbxNode* pRoot, bool bRootObject)
     {
         const FbxNode* pNode = pending.Last();
         pending.RemoveAt(pending.Size() - 1);
-        if (HasTakeNodeProperty(pNode))
+        bool& bListed = m_listed[static_cast<size_t>(pNode->GetIndex())];
+        if (bListed || HasTakeNodeProperty(pNode))
             continue;
+        bListed = true;
         SBone& bone = m_bones.Add(SBone());
         bone.pNode = pNode;
         bone.bRootObject = bRootObject && pNode == pRoot;

@@ -10,7 +10,8 @@ namespace ResourceAnimation::Import
 /// Samples the bones of one take: first all bones are listed, then every bone is asked at every frame, frame by frame.
 ///
 /// Order  the ground's subtree, then that of each root object, each depth first; take nodes, with all below them, are
-///        left out. The ground's bone is the first.
+///        left out. The ground's bone is the first. A root object that was met before, because it hangs deeper below
+///        the ground or below another one, is not met again: its keys belong to the parent that it has in the scene.
 class ZFbxTakeSampler
 {
 public:
@@ -47,6 +48,7 @@ private:
 
     const ZFbxTakeData& m_take;
     TArray<SBone> m_bones;
+    TArray<bool> m_listed; ///< by the node's index in the scene
 };
 
 } // namespace ResourceAnimation::Import
