@@ -1,5 +1,7 @@
 #pragma once
 
+#include "system/animation/quaternionwarp.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -62,39 +64,6 @@ inline float4v SquareRoot(float4v v)
     return float4v{std::sqrt(v[0]), std::sqrt(v[1]), std::sqrt(v[2]), std::sqrt(v[3])};
 #endif
 }
-
-/// t(n) = n (c1 + c3 n^2 + c5 n^4), the ratio of an integer n.
-struct SWarp
-{
-    double f1, f3, f5;
-};
-
-/// u (1 + (1 - u^2) (a + b u^2)) with u = n / fEdge: 1 at n = fEdge whatever a and b are.
-constexpr SWarp MakeWarp(double a, double b, double fEdge)
-{
-    return {(1.0 + a) / fEdge, (b - a) / (fEdge * fEdge * fEdge), -b / (fEdge * fEdge * fEdge * fEdge * fEdge)};
-}
-
-/// Where the ratio is 1 and another component takes over as the largest. The lattices of two components do not fit
-/// together there; with the edge less than half a step behind the last code, the gaps between them stay within those
-/// inside. A code beyond its edge is as good as any other.
-constexpr double EDGE_64 = 1048574.75;
-constexpr double EDGE_32_IJ = 1022.75;
-constexpr double EDGE_32_K = 511.25;
-
-/// a and b make the largest distance from any rotation to the nearest code as small as a search found.
-constexpr SWarp WARP_64_I = MakeWarp(-0.209, 0.024, EDGE_64);
-constexpr SWarp WARP_64_JK = MakeWarp(-0.300, -0.130, EDGE_64);
-constexpr SWarp WARP_32_IJ = MakeWarp(-0.312, -0.084, EDGE_32_IJ);
-constexpr SWarp WARP_32_K = MakeWarp(-0.258, -0.016, EDGE_32_K);
-
-/// Tangent of a quarter of the turn, for the code's integer: an odd polynomial of degree 7 that is 1 at -32768's size.
-constexpr double AXIS_EDGE = 32768.0;
-constexpr double AXIS_A = -0.214896857, AXIS_B = -0.050147472, AXIS_C = -0.020058815;
-constexpr double AXIS_1 = (1.0 + AXIS_A) / AXIS_EDGE;
-constexpr double AXIS_3 = (AXIS_B - AXIS_A) / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE;
-constexpr double AXIS_5 = (AXIS_C - AXIS_B) / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE;
-constexpr double AXIS_7 = -AXIS_C / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE / AXIS_EDGE;
 
 template <class TFloat, class TInt>
 inline TFloat Ratio(TInt n, const SWarp& warp)
