@@ -10,10 +10,9 @@
 /// "Clip" plays 600 frames, which stay in the cache; "Library" plays 80 MB of frames in order, "Seek" jumps about in
 /// them.
 
+#include "bench/animation/ratioreporter.h"
 #include "system/animation/animationsampler.h"
 #include "system/animation/quaternioncomp.h"
-
-#include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdio>
@@ -277,64 +276,12 @@ void Play(benchmark::State& state)
     SetRates(state, clip);
 }
 
-template <class TPack>
-void Pack(benchmark::State& state, TPack pack)
-{
-    TArray<SQuaternion> keys;
-    uint32_t nRandom = 77;
-    for (int n = 0; n < 1024; ++n)
-    {
-        float f[4];
-        for (float& value : f)
-            value = static_cast<float>(NextRandom(nRandom) >> 8) / 8388608.0f - 1.0f;
-        keys.Add(Normalize({f[0], f[1], f[2], f[3]}));
-    }
-    for (auto _ : state)
-        for (const SQuaternion& key : keys)
-            benchmark::DoNotOptimize(pack(key));
-    state.SetItemsProcessed(state.iterations() * keys.Size());
-}
-
-/// Prints what the run says about the ratios between its rows.
-class ZRatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                m_seconds[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        for (const char* szSet : {"Clip", "Library", "Seek"})
-        {
-            const std::string set = szSet;
-            Print(set + "/Sample", set + "/Naive");
-            Print(set + "/Sample", set + "/Scalar");
-            Print(set + "/Sample", set + "/Copy");
-            Print(set + "/Pose", set + "/Naive");
-        }
-    }
-
-private:
-    void Print(const std::string& name, const std::string& reference)
-    {
-        if (m_seconds.count(name) != 0 && m_seconds.count(reference) != 0)
-            std::printf("%-16s takes %6.3f of the time of %s\n", name.c_str(), m_seconds[name] / m_seconds[reference],
-                        reference.c_str());
-    }
-
-    std::map<std::string, double> m_seconds;
-};
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
+    ZRatioReporter::TPairs pairs;
     const struct
     {
         const char* szName;
@@ -352,17 +299,13 @@ int main(int argc, char** argv)
         add("Scalar", &Scalar);
         add("Sample", &Play<false>);
         add("Pose", &Play<true>);
+        const std::string name(set.szName);
+        pairs.insert(pairs.end(), {{name + "/Sample", name + "/Naive"},
+                                   {name + "/Sample", name + "/Scalar"},
+                                   {name + "/Sample", name + "/Copy"},
+                                   {name + "/Pose", name + "/Naive"}});
     }
-    benchmark::RegisterBenchmark("Pack/64", [](benchmark::State& s) { Pack(s, &SQuaternionComp64::Pack); });
-    benchmark::RegisterBenchmark("Pack/32", [](benchmark::State& s) { Pack(s, &SQuaternionComp32::Pack); });
-    benchmark::RegisterBenchmark("Pack/16",
-                                 [](benchmark::State& s) {
-                                     Pack(s,
-                                          [](const SQuaternion& q) {
-                                              return SQuaternionSingleAxisComp16::Pack({0.6f, 0.0f, 0.8f, 0.0f}, q);
-                                          });
-                                 });
-    ZRatioReporter reporter;
+    ZRatioReporter reporter(pairs);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
 }

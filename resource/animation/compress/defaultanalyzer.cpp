@@ -62,10 +62,7 @@ void ZDefaultAnalyzer::ClassifyRotation(const Import::ZAnimatedBone& bone, const
 {
     const TArrayRef<const SQuaternion> keys = bone.Rotations();
     const SQuaternion& first = keys[0];
-    const bool bConstant =
-        std::none_of(keys.begin() + 1, keys.end(),
-                     [&](const SQuaternion& key) { return IsDifferentRotation(first, key, fRotationTolerance); });
-    if (bConstant)
+    if (!HasDifferentRotation(keys, fRotationTolerance))
     {
         const bool bBindPose = !IsDifferentRotation(first, bindPose.rotation, fRotationTolerance);
         (bBindPose ? analysis.aBindPoseRotations : analysis.aConstantRotations).Add(track);
@@ -83,10 +80,7 @@ void ZDefaultAnalyzer::ClassifyTranslation(const Import::ZAnimatedBone& bone, co
 {
     const TArrayRef<const SVector3> keys = bone.Translations();
     const SVector3& first = keys[0];
-    const bool bConstant =
-        std::none_of(keys.begin() + 1, keys.end(),
-                     [&](const SVector3& key) { return IsDifferentTranslation(first, key, fTranslationTolerance); });
-    if (!bConstant)
+    if (HasDifferentTranslation(keys, fTranslationTolerance))
     {
         analysis.aAnimatedTranslations.Add(track);
         return;

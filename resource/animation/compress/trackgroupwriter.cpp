@@ -5,6 +5,8 @@
 #include "system/animation/quaternioncomp.h"
 #include "system/io/streams.h"
 
+#include <algorithm>
+
 namespace ResourceAnimation
 {
 
@@ -75,6 +77,30 @@ TArray<const TKey*> ZTrackGroupWriter::KeysOf(const SAnimationAnalysis::TList& t
     return result;
 }
 
+template <class TKey, class TWrite>
+void ZTrackGroupWriter::ForAllFrames(const TArray<const TKey*>& tracks, TWrite write) const
+{
+    // Few enough for the keys and their codes to stay in the nearest cache, enough to be worth a call.
+    constexpr uint32_t nKeys = 768;
+    const uint32_t nTracks = tracks.Size();
+    const uint32_t nFrames = m_animation.FrameCount();
+    const uint32_t nStep = std::min(std::max(nKeys / nTracks, 1u), nFrames);
+    TArray<TKey> block;
+    block.Resize(static_cast<size_t>(nStep) * nTracks);
+    for (uint32_t nFirst = 0, nCount; nFirst < nFrames; nFirst += nCount)
+    {
+        nCount = std::min(nStep, nFrames - nFirst);
+        for (uint32_t i = 0; i < nTracks; ++i)
+        {
+            const TKey* pFrom = tracks.GetStart()[i] + nFirst;
+            TKey* pTo = block.GetStart() + i;
+            for (uint32_t n = 0; n < nCount; ++n, pTo += nTracks)
+                *pTo = pFrom[n];
+        }
+        write(TArrayRef<const TKey>(block.GetStart(), static_cast<size_t>(nCount) * nTracks));
+    }
+}
+
 void ZTrackGroupWriter::WriteConstantRotations(const SAnimationAnalysis::TList& tracks)
 {
     STrackGroup* pGroup = AddGroup(SystemAnimation::eTrack_ConstantRotation, tracks);
@@ -98,7 +124,7 @@ void ZTrackGroupWriter::WriteConstantTranslations(const SAnimationAnalysis::TLis
         stream->WriteFloat32(&BoneOf(track).Translations()[0].x, 3);
 }
 
-// The animated groups gather one frame of all bones and write it at once: frames are the outer loop.
+// The animated groups gather some frames of all bones, pack them and write them at once.
 
 void ZTrackGroupWriter::WriteRotations64(const SAnimationAnalysis::TList& tracks)
 {
@@ -106,16 +132,14 @@ void ZTrackGroupWriter::WriteRotations64(const SAnimationAnalysis::TList& tracks
     if (pGroup == nullptr)
         return;
     const ZGroupStream stream(*pGroup, m_animation.FrameCount(), m_eEndian);
-    const auto keys = KeysOf(tracks, &ZAnimatedBone::Rotations);
-    TArray<uint64_t> frame;
-    frame.Resize(keys.Size());
-    for (uint32_t nFrame = 0; nFrame < m_animation.FrameCount(); ++nFrame)
-    {
-        uint64_t* pCode = frame.GetStart();
-        for (const SQuaternion* pKeys : keys)
-            *pCode++ = SQuaternionComp64::Pack(pKeys[nFrame]);
-        stream->WriteUInt64(frame.GetStart(), frame.Size());
-    }
+    TArray<uint64_t> codes;
+    ForAllFrames(KeysOf(tracks, &ZAnimatedBone::Rotations),
+                 [&stream, &codes](TArrayRef<const SQuaternion> keys)
+                 {
+                     codes.Resize(keys.Size());
+                     SQuaternionComp64::Pack(keys, codes.GetStart());
+                     stream->WriteUInt64(codes.GetStart(), codes.Size());
+                 });
 }
 
 void ZTrackGroupWriter::WriteRotations32(const SAnimationAnalysis::TList& tracks)
@@ -124,16 +148,14 @@ void ZTrackGroupWriter::WriteRotations32(const SAnimationAnalysis::TList& tracks
     if (pGroup == nullptr)
         return;
     const ZGroupStream stream(*pGroup, m_animation.FrameCount(), m_eEndian);
-    const auto keys = KeysOf(tracks, &ZAnimatedBone::Rotations);
-    TArray<uint32_t> frame;
-    frame.Resize(keys.Size());
-    for (uint32_t nFrame = 0; nFrame < m_animation.FrameCount(); ++nFrame)
-    {
-        uint32_t* pCode = frame.GetStart();
-        for (const SQuaternion* pKeys : keys)
-            *pCode++ = SQuaternionComp32::Pack(pKeys[nFrame]);
-        stream->WriteUInt32(frame.GetStart(), frame.Size());
-    }
+    TArray<uint32_t> codes;
+    ForAllFrames(KeysOf(tracks, &ZAnimatedBone::Rotations),
+                 [&stream, &codes](TArrayRef<const SQuaternion> keys)
+                 {
+                     codes.Resize(keys.Size());
+                     SQuaternionComp32::Pack(keys, codes.GetStart());
+                     stream->WriteUInt32(codes.GetStart(), codes.Size());
+                 });
 }
 
 void ZTrackGroupWriter::WriteSingleAxisRotations(const SAnimationAnalysis::TList& tracks)
@@ -142,23 +164,26 @@ void ZTrackGroupWriter::WriteSingleAxisRotations(const SAnimationAnalysis::TList
     if (pGroup == nullptr)
         return;
     const ZGroupStream stream(*pGroup, m_animation.FrameCount(), m_eEndian);
-    const auto keys = KeysOf(tracks, &ZAnimatedBone::Rotations);
     SQuaternion* const pReferences = Z_STACK_ARRAY(
-        SQuaternion, keys.Size(), "(boneIndices.Size()) * sizeof(SQuaternion) <= C_MAX_STACK_ARRAY_ALLOCATION");
-    for (uint32_t i = 0; i < keys.Size(); ++i)
+        SQuaternion, tracks.Size(), "(boneIndices.Size()) * sizeof(SQuaternion) <= C_MAX_STACK_ARRAY_ALLOCATION");
+    for (uint32_t i = 0; i < tracks.Size(); ++i)
     {
         pReferences[i] = FindLargestRotation(BoneOf(tracks[i]).Rotations());
         const float4 axis = ReferenceAxis(pReferences[i]);
         stream->WriteFloat32(&axis.x, 3);
     }
-    TArray<uint16_t> frame;
-    frame.Resize(keys.Size());
-    for (uint32_t nFrame = 0; nFrame < m_animation.FrameCount(); ++nFrame)
-    {
-        for (uint32_t i = 0; i < keys.Size(); ++i)
-            frame.GetStart()[i] = SQuaternionSingleAxisComp16::Pack(pReferences[i], keys.GetStart()[i][nFrame]);
-        stream->WriteUInt16(frame.GetStart(), frame.Size());
-    }
+    TArray<float4> axes; // one for each key of the frames gathered
+    TArray<uint16_t> codes;
+    ForAllFrames(KeysOf(tracks, &ZAnimatedBone::Rotations),
+                 [&](TArrayRef<const SQuaternion> keys)
+                 {
+                     for (size_t n = axes.Size(); n < keys.Size(); ++n)
+                         axes.Add(n < tracks.Size() ? SQuaternionSingleAxisComp16::AxisOf(pReferences[n])
+                                                    : axes[n - tracks.Size()]);
+                     codes.Resize(keys.Size());
+                     SQuaternionSingleAxisComp16::Pack(axes, keys, codes.GetStart());
+                     stream->WriteUInt16(codes.GetStart(), codes.Size());
+                 });
 }
 
 void ZTrackGroupWriter::WriteTranslations(const SAnimationAnalysis::TList& tracks)
@@ -167,16 +192,8 @@ void ZTrackGroupWriter::WriteTranslations(const SAnimationAnalysis::TList& track
     if (pGroup == nullptr)
         return;
     const ZGroupStream stream(*pGroup, m_animation.FrameCount(), m_eEndian);
-    const auto keys = KeysOf(tracks, &ZAnimatedBone::Translations);
-    TArray<SVector3> frame;
-    frame.Resize(keys.Size());
-    for (uint32_t nFrame = 0; nFrame < m_animation.FrameCount(); ++nFrame)
-    {
-        SVector3* pValue = frame.GetStart();
-        for (const SVector3* pKeys : keys)
-            *pValue++ = pKeys[nFrame];
-        stream->WriteFloat32(&frame.GetStart()->x, frame.Size() * size_t{3});
-    }
+    ForAllFrames(KeysOf(tracks, &ZAnimatedBone::Translations), [&stream](TArrayRef<const SVector3> keys)
+                 { stream->WriteFloat32(&keys.GetStart()->x, keys.Size() * size_t{3}); });
 }
 
 } // namespace ResourceAnimation

@@ -44,6 +44,9 @@ private:
     template <class TKey>
     TArray<const TKey*> KeysOf(const SAnimationAnalysis::TList& tracks,
                                const TArray<TKey>& (Import::ZAnimatedBone::*pKeys)() const) const;
+    /// Calls write(keys) for some frames at a time, until all are done; keys are frame by frame, and by tracks within.
+    template <class TKey, class TWrite>
+    void ForAllFrames(const TArray<const TKey*>& tracks, TWrite write) const;
 
     const Import::ZAnimation& m_animation;
     EEndian m_eEndian;
