@@ -7,6 +7,7 @@
 
 constexpr uint32_t RESOURCE_CODE_ANIMATION = 0x41525459; ///< "ARTY"
 constexpr uint32_t RESOURCE_CODE_RIG = 0x52525459;       ///< "RRTY"
+constexpr uint32_t RESOURCE_CODE_DATABASE = 0x43687254;  ///< "ChrT"
 
 /// Every reference of this module's resources carries these flags.
 constexpr uint32_t REFERENCE_FLAGS = 0x80000000;

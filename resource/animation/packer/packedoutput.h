@@ -21,8 +21,12 @@ TArray<uint8_t> SerializeAndReadBack(const T& record, EEndian eEndian, bool bHol
     return bytes;
 }
 
-/// First and second size are the length of the bytes, the third is 0. ZAnimationPackerException when the header can't
-/// hold the references or the stream takes less than it is given.
+/// False when the header can't hold the references or the stream takes less than it is given.
+bool WriteHeaderAndBody(IOutputStream* pStream, const ZResourceHeader& header, EEndian eEndian,
+                        TArrayRef<const uint8_t> bytes);
+
+/// The same behind a header of these references. First and second size are the length of the bytes, the third is 0.
+/// ZAnimationPackerException instead of false.
 void WriteResource(IOutputStream* pStream, uint32_t nCode, const ZString& platform, EEndian eEndian,
                    TArrayRef<const ZResourceID> references, TArrayRef<const uint8_t> bytes);
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "base/collections/tarray.h"
+#include "base/collections/tmap.h"
+#include "base/misc/zresourceid.h"
+
+namespace ResourceAnimation
+{
+
+/// One character of an animation database, with what it inherits. Owned by whoever asked for it: ends with ZDelete.
+struct ZCharacterType
+{
+    using TAnimations = TMap<ZString, ZResourceID>;
+
+    TAnimations m_animations;   ///< animation name -> take or blend space
+    TArray<ZResourceID> m_rigs; ///< its own: rigs are not inherited
+};
+
+/// Tells the type registry of ZCharacterType and the types of its fields. Safe to repeat.
+void RegisterCharacterType();
+
+} // namespace ResourceAnimation
+
+Z_TYPE_NAME(ResourceAnimation::ZCharacterType, "ZCharacterType");
+Z_TYPE_NAME(ResourceAnimation::ZCharacterType::TAnimations, "TMap<ZString,ZResourceID>");
