@@ -3,10 +3,11 @@
 #include "host/commands.h"
 #include "host/hosterror.h"
 #include "host/jsonwriter.h"
+#include "host/oldlayout.h"
 #include "host/resourceids.h"
 #include "host/scenetext.h"
 
-#include <cstring>
+#include <charconv>
 #include <memory>
 #include <new>
 
@@ -84,6 +85,17 @@ void WriteNode(ZJsonWriter& json, const FbxNode& node)
     }
     json.Close(']');
     json.Close('}');
+}
+
+/// Seconds to nine digits, which is what tables of spans have; the ticks are exact.
+void WriteSpanEnd(ZJsonWriter& json, std::string_view key, std::string_view ticksKey, FbxTime time)
+{
+    char buffer[40];
+    const auto end =
+        std::to_chars(buffer, buffer + sizeof buffer, time.GetSecondDouble(), std::chars_format::general, 9);
+    json.Key(key);
+    json.Raw({buffer, static_cast<size_t>(end.ptr - buffer)});
+    json.IntegerField(ticksKey, time.Get());
 }
 
 /// A property that moves, other than the three that make up the transform.
@@ -184,8 +196,8 @@ std::string SceneJson(const FbxScene& scene, const FbxImporter& importer, const 
         const FbxAnimStack& stack = *scene.GetAnimStack(n);
         json.Open('{');
         json.TextField("name", stack.GetName());
-        json.NumberField("start", stack.GetLocalTimeSpan().start.GetSecondDouble());
-        json.NumberField("stop", stack.GetLocalTimeSpan().stop.GetSecondDouble());
+        WriteSpanEnd(json, "start", "startTicks", stack.GetLocalTimeSpan().start);
+        WriteSpanEnd(json, "stop", "stopTicks", stack.GetLocalTimeSpan().stop);
         json.UnsignedField("layers", stack.GetLayerCount());
         json.Close('}');
     }
@@ -246,6 +258,9 @@ int ShowScene(const SOptions& options, ZConsole& console)
     if (!pImporter->Initialize(sPath.c_str(), -1, nullptr) || !pImporter->Import(pScene))
         return fail(pImporter->GetErrorText());
     FbxAxisSystem::ZUpMinusYFront().ConvertScene(pScene);
+    // Of the old layout's stacks one is left; who asks for another gets the scene as the file has it.
+    if (!options.bStackGiven || FindStack(*pScene, options.sStack) == nullptr)
+        ConvertOldLayout(options, pScene);
     if (options.bStackGiven)
     {
         FbxAnimStack* pStack = FindStack(*pScene, options.sStack);
