@@ -18,6 +18,7 @@ ROTATION_ORDERS = ("XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX")
 TYPES = {
     "bool": ("bool", "", "I"), "Bool": ("Bool", "", "I"),
     "int": ("int", "Integer", "I"), "Integer": ("Integer", "", "I"), "enum": ("enum", "", "I"),
+    "ULongLong": ("ULongLong", "", "L"), "float": ("float", "", "F"),
     "double": ("double", "Number", "D"), "Number": ("Number", "", "D"),
     "Vector": ("Vector", "", "D"), "Color": ("Color", "", "D"),
     "Vector3D": ("Vector3D", "Vector", "D"), "ColorRGB": ("ColorRGB", "Color", "D"),
@@ -32,7 +33,7 @@ CHANNELS = {"Vector": "XYZ", "Vector3D": "XYZ", "Color": "XYZ", "Lcl Translation
 def prop(name, kind, value, flags=""):
     spelling, label, letter = TYPES[kind]
     values = () if value is None else value if isinstance(value, (list, tuple)) else (value,)
-    convert = {"I": int, "L": int, "D": float, "S": str}.get(letter)
+    convert = {"I": int, "L": int, "F": float, "D": float, "S": str}.get(letter)
     return Record("P", ("S", name), ("S", spelling), ("S", label), ("S", flags),
                   *((letter, convert(v)) for v in values))
 
@@ -86,6 +87,7 @@ class Scene:
         self.nodes, self.curves, self.links = [], [], []
         self.stacks = []                # (name, id, layer id)
         self.active_stack = ""
+        self.stack_marks = {}           # by name: span in frames, property records
 
     def next_id(self):
         self.ident += 16
@@ -112,8 +114,10 @@ class Scene:
     def find(self, name):
         return next(n for n in self.nodes if n.name == name)
 
-    def stack(self, name="Scene"):
+    def stack(self, name="Scene", span=None, marks=()):
+        """`span` in frames, default the scene's; `marks` are (name, kind, value) of user properties."""
         self.stacks.append((name, self.next_id(), self.next_id()))
+        self.stack_marks[name] = (span or self.span, [prop(*m, "U") for m in marks])
 
     def ground(self, node, kind="IsGroundRoot", name=None, rig=False, resource=None, roots=None):
         """Marks a node as a ground; `kind` None leaves the mark to the node's camera."""
@@ -220,8 +224,9 @@ class Scene:
                 Record("MultiLayer", ("I", 0)), Record("MultiTake", ("I", 0)), Record("Shading", ("C", True)),
                 Record("Culling", ("S", "CullingOff"))]))
         for name, ident, layer in self.stacks:
+            frames, marks = self.stack_marks[name]
             span = [prop(p, "KTime", self.ticks(f)) for p, f in zip(("LocalStart", "LocalStop", "ReferenceStart",
-                                                                     "ReferenceStop"), self.span * 2)]
+                                                                     "ReferenceStop"), frames * 2)] + marks
             out.append(Record("AnimationStack", ("L", ident), object_name(name, "AnimStack"), ("S", ""),
                               children=[Record("Properties70", children=span)]))
             out.append(Record("AnimationLayer", ("L", layer), object_name("BaseLayer", "AnimLayer"), ("S", ""),

@@ -307,6 +307,62 @@ def lever():
     return scene
 
 
+# The layout before this one: marks on nodes and stacks instead of ground properties and take nodes
+
+def crane(old, kind="takes"):
+    """A crane, and its load beside it, in the old layout or as it is to be read; `kind` takes, rig or own."""
+    takes = [("crane_lift", 10, 40), ("crane_swing", 50, 90)] if kind == "takes" else [("crane_idle", 5, 20)]
+    scene = Scene(span=(0, takes[-1][2]))
+    root = scene.node("crane_root")
+    mast = scene.node("crane_mast", "LimbNode", root, translation=(0, 0, 120))
+    boom = scene.node("crane_boom", "LimbNode", mast, translation=(0, 0, 30), rotation=(-20, 0, 0))
+    hook = scene.node("crane_hook", "LimbNode", boom, translation=(0, -200, 0), rotation=(20, 0, 0))
+    load = scene.node("crane_load", "LimbNode", translation=(0, -180, 20))
+    if old:
+        for number, node in enumerate((root, mast, hook)):
+            node.user("UniqueID", "ULongLong", 7000 + number)
+        if kind != "own":
+            root.user("IsGround", "bool", 1)
+            root.user("RootObjectName", "KString", "crane_mast")
+            root.user("RootObjectName1", "KString", "crane_load")
+    else:
+        scene.ground(root, resource="assembly:/old/crane_old.rig.fbx" if kind == "takes" else None, rig=kind != "takes",
+                     roots=None if kind == "own" else '["crane_mast", "crane_load"]')
+    if kind == "rig":
+        return scene
+    turn_about_z = [math.cos(math.radians(30)), math.sin(math.radians(30)), 0, 0, -math.sin(math.radians(30)),
+                    math.cos(math.radians(30)), 0, 0, 0, 0, 1, 0, 40, 15, 0, 1]
+    if not old:
+        scene.stack()
+        for name, first, last in takes:
+            scene.take(root, name, first, last, origin=turn_about_z if name == "crane_swing" else None)
+    elif kind == "own":
+        scene.stack("crane_idle", (5, 20), [("AnimatedObjectName", "KString", "crane_root"),
+                                            ("RigFile", "KString", "\\main\\Assembly\\old\\crane_own_rig.xml")])
+    else:
+        rig = ("RigFile", "KString", "\\Assembly\\old\\crane_old.rig.xml")
+        scene.stack("crane_lift", (10, 40), [
+            ("Compression", "KString", "Medium"), ("CompressionTolerance", "float", 0.5),
+            ("TrajectoryTolerance", "float", 0.25), ("IncludeHandAnimation", "bool", 1),
+            ("IncludeRootBoneAnimation", "bool", 0), ("KeyFramedFacialAnimation", "bool", 0),
+            ("GroundID", "ULongLong", 7000), ("GroundName", "KString", "no_such_node"),
+            ("AnimatedObjectName", "KString", "crane_load"), rig])
+        scene.stack("notes", (0, 5), [("AnimatedObjectName", "KString", "no_such_node")])
+        scene.stack("crane_swing", (50, 90), [("AnimatedObjectID", "ULongLong", 7002), rig,
+                                              ("CutsequenceOriginObject", "matrix4x4", turn_about_z)])
+        # Curves of a later stack are dropped with it.
+        scene.animate(boom, "Lcl Rotation", [(0, (80, 0, 0)), (90, (-80, 0, 0))], stack=2)
+    end = takes[-1][2]
+    scene.animate(root, "Lcl Translation", [(0, (0, 0, 0)), (5, (0, 0, 0)), (end // 2, (30, -60, 0)), (end, (55, -20, 0))])
+    scene.animate(root, "Lcl Rotation", [(0, (0, 0, 0)), (end // 2, (0, 0, 25)), (end, (0, 0, -40))])
+    scene.animate(mast, "Lcl Rotation", [(0, (0, 0, 0)), (end, (0, 0, 70))])
+    scene.animate(boom, "Lcl Rotation", [(0, (-20, 0, 0)), (end // 3, (10, 0, 4)), (end, (-25, 0, 0))])
+    scene.animate(hook, "Lcl Translation", [(0, (0, -200, 0)), (end, (0, -200, -60))])
+    scene.animate(load, "Lcl Translation", [(0, (0, -180, 20)), (end // 2, (40, -150, 90)), (end, (90, -60, 130))])
+    scene.animate(load, "Lcl Rotation", [(0, (0, 0, 0)), (end, (15, -10, 120))])
+    return scene
+
+
 TREE = {
     "animations/_common/trajectoryrig.rig.fbx": trajectory_rig,
     "characters/scout/scout.rig.fbx": scout_rig,
@@ -319,6 +375,15 @@ TREE = {
     "props/door.fbx": lambda: door(False),
     "props/drift.fbx": drift,
     "props/lever.fbx": lever,
+    "old/crane_old.rig.fbx": lambda: crane(True, "rig"),
+    "old/crane_old.fbx": lambda: crane(True),
+    "old/crane_own_rig.fbx": lambda: crane(True, "own"),
+}
+# What scenes of the old layout are to be read as: the expected numbers are those of these.
+READ_AS = {
+    "old/crane_old.rig.fbx": lambda: crane(False, "rig"),
+    "old/crane_old.fbx": lambda: crane(False),
+    "old/crane_own_rig.fbx": lambda: crane(False, "own"),
 }
 # Frames beside the usual five: where stepped keys switch.
 EXTRA_FRAMES = {"open": (9, 10, 11, 30, 31, 32, 33), "slam": (-10, -9, -8, -7, -6)}
@@ -328,11 +393,15 @@ def main():
     top = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
     os.makedirs(os.path.join(top, "expected"), exist_ok=True)
     total = 0
+    twin = os.path.join(top, "twin.fbx")
     for name, make in TREE.items():
         path = os.path.join(top, "assembly", name)
         os.makedirs(os.path.dirname(path), exist_ok=True)
         total += len(make().write(path))
         stem, label = os.path.basename(name)[:-4], "assembly/" + name
+        if name in READ_AS:
+            READ_AS[name]().write(twin)
+            path = twin
         if stem.endswith(".rig"):
             results = {stem: evaluate.describe_rig(path, label)}
         else:
@@ -341,6 +410,7 @@ def main():
         for stem, result in results.items():
             if result.get("takes") or result.get("nodes") or result.get("properties"):
                 evaluate.write_json(os.path.join(top, "expected", stem + ".json"), result)
+    os.remove(twin)
     print("%d files, %d bytes" % (len(TREE), total))
 
 
