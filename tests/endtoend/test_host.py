@@ -365,7 +365,7 @@ class ScanTest(host.HostTest):
         self.assertEqual(result.code, 0, result)
         self.assertEqual({line["source"] for line in result.lines}, {"assembly:/" + name for name in make_samples.TREE})
         names = [e["id"] for line in result.lines for e in line["subResources"]]
-        self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (16, 5))
+        self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (19, 7))
         self.assertEqual(len(set(names)), len(names))
         json.dumps(names)
 
