@@ -68,8 +68,10 @@ float LargestMeasure(TArrayRef<const SQuaternion> keys, bool& bAllUsable)
     {
         const SQuaternionLanes q = LoadQuaternions(p);
         const float4v fSin = SquareRoot(q.x * q.x + q.y * q.y + q.z * q.z);
-        const float4v u = fSin / (fSin + Size(q.w));
-        unusable |= ~(u <= 1.0f);
+        const float4v fSum = fSin + Size(q.w);
+        const float4v u = fSin / fSum;
+        // Far from unit length, squares leave the range of floats.
+        unusable |= ~((u <= 1.0f) & (fSum > 1e-10f));
         largest = largest > u ? largest : u;
     };
     ForAllLanes(keys, measure);
