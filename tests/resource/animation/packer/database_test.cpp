@@ -1,0 +1,239 @@
+#include "base/component/componentmanager.h"
+#include "resource/_shared/resourceheader.h"
+#include "resource/animation/frame/animationexception.h"
+#include "resource/animation/packer/animationdatabasepacker.h"
+#include "tests/support/asserttrap.h"
+#include "tests/support/packerhost.h"
+#include "tests/support/tracerecorder.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace ResourceAnimation;
+using TBytes = TArray<uint8_t>;
+
+const ZResourceID SOURCE("assembly:/Db/c.xml?/Hero.chartype");
+
+/// Packs a character that the database hands out, with every dependency there unless told otherwise.
+struct SPackedCharacter
+{
+    SPackedCharacter(std::initializer_list<std::pair<const char*, const char*>> animations, const ZString& platform,
+                     const ZString& parameters = ZString(), std::initializer_list<const char*> rigs = {},
+                     bool bDependencies = true, const ZResourceID& source = SOURCE)
+        : host(platform), target(source.CreateDerivedResourceID("animationdatabase", parameters, platform))
+    {
+        host.Database().SetLoader(
+            [&](const ZResourceID& id, STypeID* pTypeID) -> void*
+            {
+                EXPECT_EQ(pTypeID, GetTypeID<ZCharacterType>());
+                EXPECT_EQ(id, ZResourceID(source.ToString().CopyToLower()));
+                auto* pCharacter = ZNew<ZCharacterType>();
+                for (const auto& [szName, szId] : animations)
+                    pCharacter->m_animations[ZString::ReferenceCString(szName)] =
+                        ZResourceID(ZString::AllocateFromCString(szId));
+                for (const char* szRig : rigs)
+                    pCharacter->m_rigs.Add(ZResourceID(ZString::AllocateFromCString(szRig)));
+                return pCharacter;
+            });
+        if (bDependencies)
+            host.Database().SetMaker(
+                [this](const ZResourceID& id)
+                {
+                    host.Database().AddSource(id, ZString("packed"));
+                    return true;
+                });
+        bPacked = host.Pack<ZAnimationDatabasePacker>(source, target);
+        bytes = host.Database().Output(ZResourceID(target.ToString().CopyToLower()));
+        EXPECT_EQ(bytes.IsEmpty(), !bPacked);
+        EXPECT_EQ(host.Database().OpenUpdates(), 0u);
+    }
+
+    /// The data behind the header.
+    TBytes Data(EEndian eEndian, ZResourceHeader& header) const
+    {
+        const TArrayRef<const uint8_t> ref = bytes.Ref();
+        const TComponentScope<IInputStream> stream(CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, ref));
+        EXPECT_TRUE(header.Read(stream.Get(), eEndian));
+        TBytes data;
+        data.Resize(header.DataSize());
+        EXPECT_EQ(stream->Read(data.GetStart(), data.Size()), data.Size());
+        uint8_t behind;
+        EXPECT_EQ(stream->Read(&behind, 1), 0u);
+        return data;
+    }
+
+    ZPackerHost host;
+    ZResourceID target;
+    bool bPacked;
+    TBytes bytes;
+};
+
+TEST(AnimationDatabasePacker, SpellsOutThreeAnimations)
+{
+    const uint8_t little[] = {3, 0,  0, 0, 0, 0,  0, 0, 1, 0,   0,   0, 0,   0,   0,   0,   0, 1,   0,   12,  0, 0,
+                              0, 15, 0, 0, 0, 20, 0, 0, 0, 'a', 'b', 0, 'm', 'o', 'v', 'e', 0, 'r', 'u', 'n', 0};
+    const uint8_t big[] = {0,  0, 0, 3, 0,  0, 0, 0, 0,  0,   0,   1, 0,   0,   0,   0,   0, 1,   0,   0,   0, 0,
+                           12, 0, 0, 0, 15, 0, 0, 0, 20, 'a', 'b', 0, 'm', 'o', 'v', 'e', 0, 'r', 'u', 'n', 0};
+    const struct
+    {
+        ZString platform;
+        EEndian eEndian;
+        TArrayRef<const uint8_t> expected;
+        const char* szCode;
+    } cases[] = {{"pc", eEndian_Little, little, "TrhC"},
+                 {"ps3", eEndian_Big, big, "ChrT"},
+                 {"xbox360", eEndian_Big, big, "ChrT"},
+                 {"other", eEndian_Little, little, "TrhC"}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.platform.ToCString());
+        // "AB" sorts before "move" and "run" as the document spells them; two names share one resource.
+        const SPackedCharacter packed({{"run", "assembly:/x.fbx?/Run.take"},
+                                       {"AB", "assembly:/x.fbx?/Run.take"},
+                                       {"move", "assembly:/x.blendspace"}},
+                                      c.platform, "", {"assembly:/R.rig", "b"});
+        ASSERT_TRUE(packed.bPacked) << packed.host.Context().FirstMessage().ToCString();
+        EXPECT_EQ(std::memcmp(packed.bytes.GetStart(), c.szCode, 4), 0);
+        ZResourceHeader header;
+        const TBytes data = packed.Data(c.eEndian, header);
+        EXPECT_TRUE(data == TBytes(c.expected));
+        EXPECT_EQ(header.SecondSize(), static_cast<uint64_t>(static_cast<float>(data.Size()) / 1024 * 4.87f * 1024));
+        EXPECT_EQ(header.ThirdSize(), 0u);
+        EXPECT_EQ(header.References().Size(), 2u);
+        // The rigs, lower-cased and joined, are the parameters; the header's texts are lower case.
+        const auto* pRun = header.References().Find(
+            ZString::Format("<assembly:/x.fbx?/run.take>(assembly:/r.rig|b).{0}.animation", c.platform));
+        ASSERT_NE(pRun, nullptr);
+        EXPECT_EQ(pRun->nPosition, 0u);
+        EXPECT_EQ(pRun->nFlags, REFERENCE_FLAGS);
+        EXPECT_TRUE(header.References().Contains(
+            ZString::Format("<assembly:/x.blendspace>(assembly:/r.rig|b).{0}.rbs", c.platform)));
+    }
+}
+
+TEST(AnimationDatabasePacker, Edges)
+{
+    const SPackedCharacter none({}, "pc");
+    ZResourceHeader header;
+    EXPECT_TRUE(none.Data(eEndian_Little, header) == (TBytes{0, 0, 0, 0}));
+    EXPECT_EQ(none.bytes.Size(), 28u);
+
+    // What the target says goes before the rigs, its first parameter alone; a derived id is taken as it is.
+    const SPackedCharacter told({{"a", "assembly:/x.fbx?/a.take"}, {"b", "<assembly:/y>.any.animation"}}, "pc",
+                                "Other.rig|second", {"assembly:/r.rig"});
+    ASSERT_TRUE(told.bPacked);
+    told.Data(eEndian_Little, header);
+    EXPECT_TRUE(header.References().Contains(ZString("<assembly:/x.fbx?/a.take>(other.rig).pc.animation")));
+    EXPECT_TRUE(header.References().Contains(ZString("<assembly:/y>.pc.animation")));
+
+    EXPECT_EQ(EstimateDatabaseMemory(8192), 39895);
+    EXPECT_EQ(EstimateDatabaseMemory(4), 19);
+    EXPECT_EQ(EstimateDatabaseMemory(UINT32_MAX), 2147483520);
+}
+
+TEST(AnimationDatabasePacker, FailuresLeaveNothingBehind)
+{
+    const char* szTake = "assembly:/x.fbx?/a.take";
+    const SPackedCharacter twice({{"Run", szTake}, {"run", szTake}}, "pc");
+    EXPECT_EQ(twice.host.Context().FirstMessage(),
+              "error: Animation Database has duplicate animation names with different casing 'run'.\n");
+
+    const SPackedCharacter noDependency({{"a", szTake}, {"b", "assembly:/x.blendspace"}}, "pc", "", {}, false);
+    EXPECT_EQ(noDependency.host.Context().FirstMessage(),
+              "error: Failed to pack dependency: '<assembly:/x.blendspace>.pc.rbs'.\n")
+        << "in the order of the identifiers";
+
+    const SPackedCharacter noCharacter({}, "pc", "", {}, true, ZResourceID("assembly:/db/c.xml?/hero.other"));
+    EXPECT_EQ(noCharacter.host.Context().FirstMessage(),
+              "error: Unrecognizable source resource type 'assembly:/db/c.xml?/hero.other'");
+
+    std::string longName("assembly:/x.fbx?/");
+    longName.append(1 << 20, 'n');
+    longName += ".take";
+    const SPackedCharacter tooLong({{"a", longName.c_str()}}, "pc");
+    EXPECT_EQ(
+        tooLong.host.Context().FirstMessage(),
+        "error: The names of the resources that '<assembly:/db/c.xml?/hero.chartype>.pc.animationdatabase' refers "
+        "to take 1048614 bytes, more than 1048576.\n");
+
+    for (const SPackedCharacter* pPacked : {&twice, &noDependency, &noCharacter, &tooLong})
+    {
+        EXPECT_FALSE(pPacked->bPacked);
+        EXPECT_EQ(pPacked->host.Context().Messages().Size(), 1u);
+        EXPECT_EQ(pPacked->host.Database().CountCalls("OpenOutputStream"), 0u);
+    }
+
+    using EFault = ZMemoryResourceDatabase::EOutputFault;
+    for (const EFault eFault : {EFault::eNull, EFault::eNotOpen, EFault::eTakesNothing})
+    {
+        ZPackerHost host;
+        host.Database().SetLoader([](const ZResourceID&, STypeID*) -> void* { return ZNew<ZCharacterType>(); });
+        host.Database().SetOutputFault(eFault);
+        const ZResourceID target = SOURCE.CreateDerivedResourceID("animationdatabase", "", "pc");
+        EXPECT_FALSE(host.Pack<ZAnimationDatabasePacker>(SOURCE, target));
+        EXPECT_EQ(
+            host.Context().FirstMessage(),
+            "error: Failed to create output resource '<assembly:/db/c.xml?/hero.chartype>.pc.animationdatabase'.\n");
+    }
+}
+
+TEST(AnimationDatabasePacker, HostMisuseAndUnreadableDatabases)
+{
+    const ZResourceID target = SOURCE.CreateDerivedResourceID("animationdatabase", "", "pc");
+    {
+        ZPackerHost host("");
+        const ZTraceRecorder trace;
+        EXPECT_FALSE(host.Pack<ZAnimationDatabasePacker>(SOURCE, target));
+        EXPECT_EQ(host.Context().FirstMessage(), "error: Failed to initialize packer utility object.\n");
+        EXPECT_EQ(host.Database().OpenUpdates(), 0u);
+        EXPECT_EQ(trace.Texts()[0],
+                  "1 ZAnimationPackerBase: No target platform specified. Use '-t:<platform_name>' when "
+                  "running this packer.");
+        const TComponentScope<IResourcePacker> packer(new ZAnimationDatabasePacker);
+        EXPECT_FALSE(packer->Pack(nullptr, SOURCE, target, ZVariantRef()));
+        EXPECT_EQ(packer->QueryInterface(GetTypeID<IResourcePacker>()), packer.Get());
+    }
+    ZPackerHost host;
+    EXPECT_FALSE(host.Pack<ZAnimationDatabasePacker>(SOURCE, target));
+    EXPECT_EQ(host.Context().FirstMessage(),
+              "error: Failed to load character type 'assembly:/db/c.xml?/hero.chartype'.\n");
+    EXPECT_EQ(host.Database().OpenUpdates(), 0u);
+
+    host.Context().Clear();
+    host.Database().SetLoader([](const ZResourceID&, STypeID*) -> void*
+                              { throw ZAnimationDatabaseFactoryException("it is bad"); });
+    EXPECT_FALSE(host.Pack<ZAnimationDatabasePacker>(SOURCE, target));
+    EXPECT_EQ(host.Context().FirstMessage(),
+              "error: Failed to load animation database "
+              "'assembly:/db/c.xml?/hero.chartype' due to the following error: it is bad.");
+    EXPECT_EQ(host.Database().OpenUpdates(), 1u) << "the host sees that it was cut short";
+
+    // An identifier that can't become a derived one fails the header's assertions.
+    ZAssertTrap trap(ZAssertTrap::EMode::eThrow);
+    host.Database().SetLoader(
+        [](const ZResourceID&, STypeID*) -> void*
+        {
+            auto* pCharacter = ZNew<ZCharacterType>();
+            pCharacter->m_animations["a"] = ZResourceID("assembly:/x.wav");
+            return pCharacter;
+        });
+    EXPECT_THROW(host.Pack<ZAnimationDatabasePacker>(SOURCE, target), ZAssertTrap::SFailed);
+    EXPECT_EQ(trap.FirstExpression(), "id.IsDerived()");
+}
+
+TEST(AnimationDatabasePacker, LeavesNothingAllocated)
+{
+    const auto pack = []
+    {
+        const SPackedCharacter packed({{"a", "assembly:/x.fbx?/a.take"}}, "pc");
+        EXPECT_TRUE(packed.bPacked);
+    };
+    pack();
+    const size_t nBefore = GetMemoryManager()->LiveBlockCount();
+    pack();
+    EXPECT_EQ(GetMemoryManager()->LiveBlockCount(), nBefore);
+}
+
+} // namespace
