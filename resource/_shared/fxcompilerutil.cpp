@@ -11,9 +11,6 @@ namespace FXCompilerUtil
 namespace
 {
 
-/// A text of directives whose names do not end must not be read to its end for each of them.
-constexpr size_t LONGEST_NAME = 4096;
-
 /// strtod reads the decimal point of the locale in force, which a host may have set to a comma.
 locale_t PlainLocale()
 {
@@ -22,32 +19,6 @@ locale_t PlainLocale()
 }
 
 } // namespace
-
-bool FindLineDirective(const char* pText, size_t nPosition, size_t nSize, SLineDirective& directive)
-{
-    uint32_t nLine = 0;
-    size_t nLength = 0;
-    if (!StandsAt(pText, nPosition, nSize, '#') || MatchKeyword(pText, nPosition, nSize, nLine, "#line", nLength) == 0)
-        return false;
-    nPosition += nLength;
-    const size_t nDigits = [&]
-    {
-        SkipWhiteSpace(pText, nPosition, nSize, nLine);
-        return nPosition;
-    }();
-    ReadDecimal(pText, nPosition, nSize, nLine, directive.nNumber);
-    if (nPosition == nDigits || (!StandsAt(pText, nPosition, nSize, '"') && !StandsAt(pText, nPosition, nSize, '<')))
-        return false;
-    const size_t nStart = ++nPosition;
-    const size_t nEnd = std::min(nSize, nStart + LONGEST_NAME);
-    while (nPosition < nEnd && pText[nPosition] != '"' && pText[nPosition] != '>' && pText[nPosition] != '\n')
-        ++nPosition;
-    if (nLine != 0 || nPosition == nEnd || pText[nPosition] == '\n')
-        return false;
-    directive.name = {pText + nStart, nPosition - nStart};
-    directive.nEnd = nPosition + 1;
-    return true;
-}
 
 SLocation FindLocation(const char* pText, size_t nPosition, size_t nSize)
 {

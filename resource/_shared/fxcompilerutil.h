@@ -5,6 +5,7 @@
 #include "base/misc/trace.h"
 #include "base/misc/zstring.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -241,8 +242,34 @@ struct SLineDirective
     std::string_view name; ///< points into the text
     size_t nEnd = 0;       ///< position behind the closing mark
 };
+/// A text of directives whose names do not end must not be read to its end for each of them.
+constexpr size_t LONGEST_NAME = 4096;
+
 /// False when there is none at the position. Never fails.
-bool FindLineDirective(const char* pText, size_t nPosition, size_t nSize, SLineDirective& directive);
+inline bool FindLineDirective(const char* pText, size_t nPosition, size_t nSize, SLineDirective& directive)
+{
+    uint32_t nLine = 0;
+    size_t nLength = 0;
+    if (!StandsAt(pText, nPosition, nSize, '#') || MatchKeyword(pText, nPosition, nSize, nLine, "#line", nLength) == 0)
+        return false;
+    nPosition += nLength;
+    SkipWhiteSpace(pText, nPosition, nSize, nLine);
+    const size_t nDigits = nPosition;
+    ReadDecimal(pText, nPosition, nSize, nLine, directive.nNumber);
+    if (nPosition == nDigits || (!StandsAt(pText, nPosition, nSize, '"') && !StandsAt(pText, nPosition, nSize, '<')))
+        return false;
+    const size_t nStart = ++nPosition;
+    const size_t nEnd = std::min(nSize, nStart + LONGEST_NAME);
+    while (nPosition < nEnd && pText[nPosition] != '"' && pText[nPosition] != '>' && pText[nPosition] != '\n')
+        ++nPosition;
+    if (nLine != 0 || nPosition == nEnd || pText[nPosition] == '\n')
+        return false;
+    directive.name = {pText + nStart, nPosition - nStart};
+    directive.nEnd = nPosition + 1;
+    return true;
+}
+
+// What follows is the base's own and not exported.
 
 /// The place of a position as the #line directives before it tell: SOURCE_FILE and counting from 1 without any. Reads
 /// the text from its start, so it is for failures only.

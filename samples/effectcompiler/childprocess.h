@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Samples
+{
+
+/// Bounds of a program that works on files from people and tools.
+struct SProcessLimits
+{
+    double fSeconds = 30.0;                      ///< of wall time; as much of processor time
+    uint64_t nMemory = uint64_t(2) << 30;        ///< bytes of address space
+    uint64_t nOutputBytes = uint64_t(256) << 20; ///< of any file that it writes
+};
+
+struct SProcessEnd
+{
+    enum EKind
+    {
+        eExited,     ///< nCode is its status
+        eNotStarted, ///< nCode is the system's error number
+        eTimedOut,   ///< it was ended with everything that it had started
+        eKilled      ///< nCode is the signal
+    };
+    EKind eKind = eNotStarted;
+    int nCode = 0;
+};
+
+/// Runs a program without a shell and waits for its end. Nothing stands on its standard input; the other two go to
+/// files, which are made. Messages are in English.
+SProcessEnd RunProcess(const std::string& sProgram, const std::vector<std::string>& arguments,
+                       const std::string& sOutputFile, const std::string& sErrorFile, const SProcessLimits& limits);
+
+/// The file that a name stands for in PATH; empty when there is none.
+std::string FindProgram(const std::string& sName);
+
+/// A folder that only this user can look into, removed with all that is in it.
+class ZScratchFolder
+{
+public:
+    /// In this folder; when it is empty, in that of the environment's TMPDIR, else in /tmp. std::system_error when it
+    /// can't be made.
+    explicit ZScratchFolder(const std::string& sParent);
+    ZScratchFolder(const ZScratchFolder&) = delete;
+    ZScratchFolder& operator=(const ZScratchFolder&) = delete;
+    ~ZScratchFolder();
+
+    std::string Path(const char* szName) const { return m_sPath + '/' + szName; }
+
+private:
+    std::string m_sPath;
+};
+
+} // namespace Samples
