@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 namespace Host
@@ -39,6 +40,20 @@ std::vector<std::string_view> NamesOf(std::string_view path)
         path = nSlash == std::string_view::npos ? std::string_view() : path.substr(nSlash + 1);
     }
     return names;
+}
+
+bool IsSource(const fs::path& path)
+{
+    const std::string sExtension = path.extension().string();
+    if (sExtension.empty() || ScannerOf(std::string_view(sExtension).substr(1)).empty())
+        return false;
+    const std::string_view sign = SignOfSource(std::string_view(sExtension).substr(1));
+    if (sign.empty())
+        return true;
+    std::string sBeginning(SIGN_REACH, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(sBeginning.data(), static_cast<std::streamsize>(sBeginning.size()));
+    return sBeginning.find(sign) != std::string::npos;
 }
 
 } // namespace
@@ -170,9 +185,7 @@ std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_
                 folders.push_back(sPath);
                 continue;
             }
-            const std::string sExtension = entry->path().extension().string();
-            if (sExtension.empty() || ScannerOf(std::string_view(sExtension).substr(1)).empty() ||
-                !entry->is_regular_file(ignored))
+            if (!entry->is_regular_file(ignored) || !IsSource(entry->path()))
                 continue;
             const std::string_view relative = std::string_view(sPath).substr(m_sRoot.size() + 1);
             if (IsUtf8(relative))

@@ -18,13 +18,24 @@ constexpr SDerivedKind KINDS[] = {
     {"rbs", "", "", "blend space"},
 };
 
-constexpr struct
+constexpr struct SScanner
 {
     std::string_view extension;
     std::string_view component;
+    std::string_view sign;
 } SCANNERS[] = {
-    {"fbx", "AnimationScanner"},
+    {"fbx", "AnimationScanner", ""},
+    {"xml", "AnimationDatabaseFactory", "<AnimationDatabase"},
 };
+
+const SScanner* FindScanner(std::string_view extension)
+{
+    const std::string sLower = ToLower(extension);
+    for (const SScanner& scanner : SCANNERS)
+        if (scanner.extension == sLower)
+            return &scanner;
+    return nullptr;
+}
 
 } // namespace
 
@@ -41,13 +52,16 @@ const SDerivedKind* FindDerivedKind(std::string_view extension)
     return nullptr;
 }
 
+std::string_view SignOfSource(std::string_view extension)
+{
+    const SScanner* pScanner = FindScanner(extension);
+    return pScanner != nullptr ? pScanner->sign : std::string_view();
+}
+
 std::string_view ScannerOf(std::string_view extension)
 {
-    const std::string sLower = ToLower(extension);
-    for (const auto& scanner : SCANNERS)
-        if (scanner.extension == sLower)
-            return scanner.component;
-    return {};
+    const SScanner* pScanner = FindScanner(extension);
+    return pScanner != nullptr ? pScanner->component : std::string_view();
 }
 
 std::string_view DefaultScanner()

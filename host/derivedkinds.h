@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string_view>
 
@@ -20,6 +21,12 @@ std::span<const SDerivedKind> DerivedKinds();
 
 /// Null for an extension that names no packed resource.
 const SDerivedKind* FindDerivedKind(std::string_view extension);
+
+/// What stands near the beginning of every file of this extension that is a source. Other programs have files of the
+/// extension too: in a folder those are left alone. Empty: all are sources.
+std::string_view SignOfSource(std::string_view extension);
+/// Bytes from the beginning within which the sign stands.
+constexpr size_t SIGN_REACH = 4096;
 
 /// The component that says what a source file of this extension holds (case does not matter); empty when none does, and
 /// such a file is no source of anything.

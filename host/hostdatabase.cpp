@@ -1,7 +1,11 @@
 #include "host/hostdatabase.h"
 
+#include "base/component/componentmanager.h"
+#include "base/pointers/tcomponentsharedptr.h"
+#include "host/derivedkinds.h"
 #include "host/outputpath.h"
 #include "host/resourceids.h"
+#include "resource/core/iresourcefactory.h"
 
 #include <unistd.h>
 #include <utility>
@@ -94,14 +98,25 @@ IInputStream* ZHostDatabase::OpenDerived(const ZResourceID& id)
     return pStream;
 }
 
+void* ZHostDatabase::LoadObject(const ZResourceID& id, STypeID* pInterface)
+{
+    const std::string_view component = ScannerOf(id.GetRoot().GetExtension().View());
+    const TComponentScope<IResourceFactory> factory(
+        component.empty() ? nullptr : CreateComponent<IResourceFactory>(ToZString(component)));
+    if (!factory)
+    {
+        if (ZJobContext* pContext = Current())
+            pContext->AddMessage(ESeverity::eError, "nothing here loads '" + ToStd(id) + "'");
+        return nullptr;
+    }
+    const TComponentScope<IInputStream> stream(OpenResource<IInputStream>(*this, id.GetRoot()));
+    return stream ? factory->LoadResource(stream.Get(), pInterface, id, id.GetRootParameters()) : nullptr;
+}
+
 void* ZHostDatabase::OpenInputStream(const ZResourceID& id, STypeID* pInterface, int, int)
 {
     if (pInterface != GetTypeID<IInputStream>())
-    {
-        if (ZJobContext* pContext = Current())
-            pContext->AddMessage(ESeverity::eError, "'" + ToStd(id) + "' can be opened as a stream only");
-        return nullptr;
-    }
+        return LoadObject(id, pInterface);
     if (id.IsDerived())
         return OpenDerived(id);
     const ZAssetTree::SLookup lookup = LookUp(id, ESeverity::eError);

@@ -56,8 +56,9 @@ private:
     bool m_bHasErrors = false;
 };
 
-/// The host's resource database: the asset tree for sources, the output folder for packed resources. Lives in a worker
-/// process and serves one job at a time, with the jobs that run inside it.
+/// The host's resource database: the asset tree for sources, the output folder for packed resources. Objects other than
+/// streams are loaded by the factory that scans sources of their file's extension, whose exceptions pass through. Lives
+/// in a worker process and serves one job at a time, with the jobs that run inside it.
 class ZHostDatabase final : public IResourceDatabase
 {
 public:
@@ -89,6 +90,7 @@ public:
 private:
     ZAssetTree::SLookup LookUp(const ZResourceID& id, ESeverity eWhenOdd);
     IInputStream* OpenDerived(const ZResourceID& id);
+    void* LoadObject(const ZResourceID& id, STypeID* pInterface);
 
     const ZAssetTree& m_tree;
     std::string m_sOut;

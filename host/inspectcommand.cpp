@@ -11,7 +11,6 @@
 
 #include "base/typeinfo/mathtypes.h"
 
-#include <cstring>
 #include <filesystem>
 
 namespace Host
@@ -38,16 +37,54 @@ void WriteTransform(ZJsonWriter& json, const SQV& transform)
     json.Numbers({transform.translation.x, transform.translation.y, transform.translation.z});
 }
 
-template <class T, class TWrite>
-bool WriteKeys(ZJsonWriter& json, const SPropertyTrack& track, TWrite write)
+void WriteKey(ZJsonWriter& json, bool b)
 {
-    if (track.keys.GetTypeID() != GetTypeID<TArray<T>>())
-        return false;
-    json.Open('[');
-    for (const T& key : *static_cast<const TArray<T>*>(track.keys.Get()))
-        write(key);
-    json.Close(']');
-    return true;
+    json.Bool(b);
+}
+void WriteKey(ZJsonWriter& json, int n)
+{
+    json.Integer(n);
+}
+void WriteKey(ZJsonWriter& json, unsigned int n)
+{
+    json.Unsigned(n);
+}
+void WriteKey(ZJsonWriter& json, float f)
+{
+    json.Number(f);
+}
+void WriteKey(ZJsonWriter& json, const SVector2& v)
+{
+    json.Numbers({v.x, v.y});
+}
+void WriteKey(ZJsonWriter& json, const SVector3& v)
+{
+    json.Numbers({v.x, v.y, v.z});
+}
+void WriteKey(ZJsonWriter& json, const SVector4& v)
+{
+    json.Numbers({v.x, v.y, v.z, v.w});
+}
+void WriteKey(ZJsonWriter& json, const SQuaternion& q)
+{
+    WriteQuaternion(json, q);
+}
+
+/// The keys as a list, if they are of one of these types.
+template <class... T>
+bool WriteKeysOf(ZJsonWriter& json, const ZVariant& keys)
+{
+    const auto writeIf = [&]<class TKey>(const TKey*)
+    {
+        if (keys.GetTypeID() != GetTypeID<TArray<TKey>>())
+            return false;
+        json.Open('[');
+        for (const TKey& key : *static_cast<const TArray<TKey>*>(keys.Get()))
+            WriteKey(json, key);
+        json.Close(']');
+        return true;
+    };
+    return (writeIf(static_cast<const T*>(nullptr)) || ...);
 }
 
 void WriteProperty(ZJsonWriter& json, const SPropertyTrack& track)
@@ -58,23 +95,8 @@ void WriteProperty(ZJsonWriter& json, const SPropertyTrack& track)
     json.TextField("type", track.typeId->m_szName);
     json.UnsignedField("flags", track.flags);
     json.Key("keys");
-    // The record is consistent, so its keys are of one of these.
-    WriteKeys<bool>(json, track, [&](bool b) { json.Bool(b); }) ||
-        WriteKeys<int>(json, track, [&](int n) { json.Integer(n); }) ||
-        WriteKeys<unsigned int>(json, track, [&](unsigned int n) { json.Unsigned(n); }) ||
-        WriteKeys<float>(json, track, [&](float f) { json.Number(f); }) ||
-        WriteKeys<SVector2>(json, track,
-                            [&](const SVector2& v) {
-                                json.Numbers({v.x, v.y});
-                            }) ||
-        WriteKeys<SVector3>(json, track,
-                            [&](const SVector3& v) {
-                                json.Numbers({v.x, v.y, v.z});
-                            }) ||
-        WriteKeys<SVector4>(json, track,
-                            [&](const SVector4& v) {
-                                json.Numbers({v.x, v.y, v.z, v.w});
-                            });
+    if (!WriteKeysOf<bool, int, unsigned int, float, SVector2, SVector3, SVector4, SQuaternion>(json, track.keys))
+        json.Null();
     json.Close('}');
 }
 
@@ -147,6 +169,24 @@ void WriteRig(ZJsonWriter& json, const ZAnimationRig& rig)
     json.Close('}');
 }
 
+void WriteCharacter(ZJsonWriter& json, const std::vector<ZPackedFile::SEntry>& entries)
+{
+    json.Key("character");
+    json.Open('{');
+    json.Key("animations");
+    json.Open('[');
+    for (const ZPackedFile::SEntry& entry : entries)
+    {
+        json.Open('{');
+        json.TextField("name", entry.sName);
+        json.UnsignedField("reference", entry.nReference);
+        json.BoolField("blendSpace", entry.bBlendSpace);
+        json.Close('}');
+    }
+    json.Close(']');
+    json.Close('}');
+}
+
 /// The file that the command names, and what the text alone says of it.
 struct SNamedFile
 {
@@ -199,7 +239,8 @@ public:
             return Fail(m_file.Error());
         SettlePlatform();
         const bool bAnimation = m_file.Type() == "ARTY";
-        if ((bAnimation && m_file.Animation() == nullptr) || (m_file.Type() == "RRTY" && m_file.Rig() == nullptr))
+        if ((bAnimation && m_file.Animation() == nullptr) || (m_file.Type() == "RRTY" && m_file.Rig() == nullptr) ||
+            (m_file.Type() == "ChrT" && m_file.Character() == nullptr))
             return Fail(m_file.Error());
         if (!m_options.frames.empty() && !bAnimation)
             return Fail("only animations have frames");
@@ -321,6 +362,8 @@ private:
             WriteAnimation(json, *m_file.Animation());
         else if (m_file.Type() == "RRTY")
             WriteRig(json, *m_file.Rig());
+        else
+            WriteCharacter(json, *m_file.Character());
         if (!m_options.frames.empty())
             WriteFrames(json);
         json.Close('}');
@@ -334,6 +377,8 @@ private:
             sText += AnimationText(*m_file.Animation());
         else if (m_file.Type() == "RRTY")
             sText += RigText(*m_file.Rig());
+        else
+            sText += CharacterText(*m_file.Character());
         for (const uint32_t nFrame : m_options.frames)
             sText += FrameText(*m_pSampler, m_pDescriptor, *m_rigFile.Rig(), nFrame);
         return sText;

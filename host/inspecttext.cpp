@@ -3,7 +3,7 @@
 #include "host/console.h"
 #include "host/resourceids.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <vector>
@@ -145,6 +145,18 @@ std::string RigText(const ZAnimationRig& rig)
         sText += Formatted("  %5u %08x  ", n, rig.UniqueId(n)) +
                  Padded(std::string(std::min(depths[n], 40u) * 2, ' ') + ToStd(rig.Name(n)), nWidth + 2) +
                  TransformText(rig.Bone(n)) + '\n';
+    return sText;
+}
+
+std::string CharacterText(const std::vector<ZPackedFile::SEntry>& entries)
+{
+    size_t nWidth = 0;
+    for (const ZPackedFile::SEntry& entry : entries)
+        nWidth = std::max(nWidth, entry.sName.size());
+    std::string sText = "  " + std::to_string(entries.size()) + " animations\n";
+    for (const ZPackedFile::SEntry& entry : entries)
+        sText += "  " + Padded(entry.sName, nWidth + 2) + "reference " + std::to_string(entry.nReference) +
+                 (entry.bBlendSpace ? ", a blend space\n" : "\n");
     return sText;
 }
 

@@ -13,6 +13,7 @@ namespace Host
 std::string HeaderText(const ZPackedFile& file, const std::string& sPath, const std::string& sPlatform);
 std::string AnimationText(const SystemAnimation::SAnimationResourceData& animation);
 std::string RigText(const ZAnimationRig& rig);
+std::string CharacterText(const std::vector<ZPackedFile::SEntry>& entries);
 std::string FrameText(const ZAnimationSampler& sampler, const TSharedPtr<ZAnimPoseDescriptor>& pDescriptor,
                       const ZAnimationRig& rig, uint32_t nFrame);
 

@@ -40,22 +40,34 @@ int CollectLibrary(struct dl_phdr_info* pInfo, size_t, void* pUser)
 
 std::string DefaultModulePath()
 {
-    return (ProgramPath().parent_path().parent_path() / "lib" / "libresource.animation.so").string();
+    return LibraryPath("resource.animation");
+}
+
+std::string LibraryPath(const std::string& sName)
+{
+    return (ProgramPath().parent_path().parent_path() / "lib" / ("lib" + sName + ".so")).string();
 }
 
 void LoadModule(const std::string& sPath)
 {
+    LoadModule(sPath, ENTRY, "module", "--module");
+}
+
+void LoadModule(const std::string& sPath, const char* szEntry, const char* szWhat, const char* szOption)
+{
+    const std::string sWhat = szWhat;
     std::error_code error;
     if (!fs::exists(sPath, error))
-        throw ZHostError("the module '" + sPath + "' is not there",
-                         "build or install resource.animation, or name the library with --module");
+        throw ZHostError("the " + sWhat + " '" + sPath + "' is not there",
+                         std::string("build or install it, or name the library with ") + szOption);
     void* pLibrary = ::dlopen(sPath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (pLibrary == nullptr)
-        throw ZHostError(std::string("the module cannot be loaded: ") + ::dlerror(),
+        throw ZHostError("the " + sWhat + " cannot be loaded: " + ::dlerror(),
                          "its libraries must be of the same build as this program");
-    auto* pEntry = reinterpret_cast<void (*)()>(::dlsym(pLibrary, ENTRY));
+    auto* pEntry = reinterpret_cast<void (*)()>(::dlsym(pLibrary, szEntry));
     if (pEntry == nullptr)
-        throw ZHostError("'" + sPath + "' has no entry " + ENTRY, "it is no resource module; see --module");
+        throw ZHostError("'" + sPath + "' has no entry " + szEntry,
+                         "it is no " + sWhat + " of this program; see " + szOption);
     const auto modules = [] { return GetComponentManager()->Modules(); };
     const size_t nBefore = modules().Size();
     pEntry();

@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr size_t LONGEST_NAME = 120;
-constexpr size_t LONGEST_PARAMETERS = 48;
+constexpr size_t LONGEST_PARAMETERS = 64;
 
 constexpr char HEX[] = "0123456789abcdef";
 
@@ -42,11 +42,20 @@ std::string EncodeName(std::string_view name)
     return sOut;
 }
 
+std::string HashText(const std::string& sName)
+{
+    uint64_t nHash = ZContentHash::Of(sName);
+    std::string sText = "%~";
+    for (int i = 0; i < 16; ++i, nHash <<= 4)
+        sText += HEX[nHash >> 60];
+    return sText;
+}
+
 std::string Shortened(std::string sName, size_t nLongest)
 {
     if (sName.size() <= nLongest)
         return sName;
-    uint64_t nHash = ZContentHash::Of(sName);
+    const std::string sHash = HashText(sName);
     // Neither in the midst of an escape nor of a UTF-8 sequence.
     size_t nKept = nLongest / 2;
     while (nKept > 0 && ((sName[nKept] & 0xc0) == 0x80 || sName[nKept - 1] == '%'))
@@ -54,10 +63,7 @@ std::string Shortened(std::string sName, size_t nLongest)
     if (nKept > 1 && sName[nKept - 2] == '%')
         nKept -= 2;
     sName.resize(nKept);
-    sName += "%~";
-    for (int i = 0; i < 16; ++i, nHash <<= 4)
-        sName += HEX[nHash >> 60];
-    return sName;
+    return sName + sHash;
 }
 
 /// Files end in a dot and the extension of a packed resource; nothing else may.
@@ -135,12 +141,21 @@ std::string EncodeParameters(const ZResourceID& id)
         if (n != 0)
             sText += '+';
         for (const char c : parameters[n].View())
-            if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.')
+            if (c == '/')
+                sText += ',';
+            else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.')
                 sText += c;
             else
                 AppendEscaped(sText, c);
     }
-    return sText.empty() ? sText : '(' + Shortened(sText, LONGEST_PARAMETERS) + ')';
+    if (sText.size() > LONGEST_PARAMETERS)
+    {
+        // The end tells more than the beginning: it is the name of a rig.
+        std::string sTail = sText.substr(sText.size() - LONGEST_PARAMETERS / 2);
+        sTail.erase(0, sTail.find(',') != std::string::npos ? sTail.find(',') : 0);
+        sText = HashText(sText) + sTail;
+    }
+    return sText.empty() ? sText : '(' + sText + ')';
 }
 
 } // namespace

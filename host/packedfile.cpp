@@ -4,6 +4,8 @@
 #include "host/outputfile.h"
 #include "host/resourceids.h"
 
+#include <cstring>
+
 namespace Host
 {
 
@@ -14,7 +16,7 @@ constexpr size_t FIXED_HEADER = 24;
 /// The sizes in a header are 32 bits.
 constexpr uint64_t LARGEST_FILE = uint64_t(1) << 32;
 
-constexpr uint32_t CODES[] = {RESOURCE_CODE_ANIMATION, RESOURCE_CODE_RIG, 0x43687254};
+constexpr uint32_t CODES[] = {RESOURCE_CODE_ANIMATION, RESOURCE_CODE_RIG, RESOURCE_CODE_DATABASE};
 
 } // namespace
 
@@ -90,6 +92,46 @@ const ZAnimationRig* ZPackedFile::Rig()
     else
         return m_rig.Get();
     return nullptr;
+}
+
+/// n, then n positions of references, n flag bytes, n offsets of names from the first offset, and the names, each with
+/// a zero byte.
+const std::vector<ZPackedFile::SEntry>* ZPackedFile::Character()
+{
+    const TArrayRef<const uint8_t> data = Data();
+    const auto fail = [this](const char* szWhy) -> const std::vector<SEntry>*
+    {
+        Fail(std::string("the character contradicts itself: ") + szWhy);
+        return nullptr;
+    };
+    const auto word = [&](uint64_t nOffset) { return LoadEndian<uint32_t>(data.GetStart() + nOffset, m_eEndian); };
+    if (data.Size() < 4)
+        return fail("it is shorter than a count");
+    const uint64_t n = word(0);
+    const uint64_t nFlags = 4 + 4 * n;
+    const uint64_t nOffsets = nFlags + n;
+    if (nOffsets + 4 * n > data.Size())
+        return fail("it is shorter than its lists");
+    uint64_t nNameBytes = 0;
+    m_character.clear();
+    for (uint64_t i = 0; i < n; ++i)
+    {
+        const uint64_t nName = nOffsets + word(nOffsets + 4 * i);
+        const uint32_t nReference = word(4 + 4 * i);
+        if (nName >= data.Size() || nReference >= m_references.size())
+            return fail("an animation has no name or no reference");
+        const auto* pName = reinterpret_cast<const char*>(data.GetStart() + nName);
+        const size_t nRoom = data.Size() - nName;
+        const size_t nLength = strnlen(pName, nRoom);
+        if (nLength == nRoom)
+            return fail("a name has no end");
+        // Many entries could share one long name, and would take far more memory than the file has bytes.
+        nNameBytes += nLength;
+        if (nNameBytes > data.Size())
+            return fail("names overlap");
+        m_character.push_back({std::string(pName, nLength), nReference, data[nFlags + i] != 0});
+    }
+    return &m_character;
 }
 
 } // namespace Host

@@ -22,6 +22,15 @@ public:
     const SystemAnimation::SAnimationResourceData* Animation();
     const ZAnimationRig* Rig();
 
+    /// The data as a character's animations: which reference plays under which name.
+    struct SEntry
+    {
+        std::string sName;
+        uint32_t nReference = 0;
+        bool bBlendSpace = false;
+    };
+    const std::vector<SEntry>* Character();
+
     const std::string& Type() const { return m_sType; } ///< "ARTY", "RRTY", "ChrT"
     EEndian Endian() const { return m_eEndian; }
     const ZResourceHeader& Header() const { return m_header; }
@@ -50,6 +59,7 @@ private:
     std::vector<SReference> m_references;
     TDeserializedBlock<SystemAnimation::SAnimationResourceData> m_animation;
     TDeserializedBlock<ZAnimationRig> m_rig;
+    std::vector<SEntry> m_character;
     std::string m_sError;
 };
 

@@ -95,13 +95,16 @@ TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
 {
     std::filesystem::create_directory_symlink(folder / "tree", folder / "tree/props/round");
     folder.Write("tree/props/\xe9.fbx", "no UTF-8");
+    folder.Write("tree/settings.xml", "<Settings/>");
+    folder.Write("tree/zdb.xml", "<?xml version='1.0'?><AnimationDatabase/>");
     size_t nUnreadable = 0;
     const std::vector<std::string> expected = {"assembly:/Characters/Hero/Moves.FBX",
                                                "assembly:/characters/other.fbx",
                                                "assembly:/props/DOOR.fbx",
                                                "assembly:/props/Door.fbx",
                                                "assembly:/props/Lever.fbx",
-                                               "assembly:/props/lever.fbx"};
+                                               "assembly:/props/lever.fbx",
+                                               "assembly:/zdb.xml"};
     EXPECT_EQ(tree().Sources("assembly:/", nUnreadable), expected);
     EXPECT_EQ(nUnreadable, 1u);
     EXPECT_EQ(tree().Sources("assembly:/Characters", nUnreadable).size(), 1u);
