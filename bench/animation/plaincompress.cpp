@@ -1,5 +1,7 @@
 #include "bench/animation/plaincompress.h"
 
+#include "tests/resource/animation/compress/plainrules.h"
+
 #include <cmath>
 
 using namespace ResourceAnimation;
@@ -8,64 +10,6 @@ using Import::ZAnimatedBone;
 
 namespace
 {
-
-bool PlainIsConstant(TArrayRef<const SQuaternion> keys)
-{
-    for (size_t n = 1; n < keys.Size(); ++n)
-        if (IsDifferentRotation(keys[0], keys[n], ROTATION_TOLERANCE))
-            return false;
-    return true;
-}
-
-bool PlainIsConstant(TArrayRef<const SVector3> keys)
-{
-    for (size_t n = 1; n < keys.Size(); ++n)
-        if (IsDifferentTranslation(keys[0], keys[n], TRANSLATION_TOLERANCE))
-            return false;
-    return true;
-}
-
-SQuaternion PlainLargest(TArrayRef<const SQuaternion> keys)
-{
-    SQuaternion best;
-    float fBest = -1.0f;
-    for (const SQuaternion& key : keys)
-    {
-        const SQuaternion q = key.w < 0.0f ? SQuaternion{-key.x, -key.y, -key.z, -key.w} : key;
-        const float4 v = QuaternionToRotationVector(q);
-        const float fLength = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-        if (fLength > fBest)
-        {
-            best = q;
-            fBest = fLength;
-        }
-    }
-    return best;
-}
-
-bool HasNoDirection(const float4& v)
-{
-    return std::fabs(v.x) <= AXIS_TOLERANCE && std::fabs(v.y) <= AXIS_TOLERANCE && std::fabs(v.z) <= AXIS_TOLERANCE;
-}
-
-bool PlainIsSingleAxis(TArrayRef<const SQuaternion> keys)
-{
-    const SQuaternion reference = PlainLargest(keys);
-    if (reference.IsNearEqual(SQuaternion(), AXIS_TOLERANCE))
-        return false;
-    const float4 axis = WVectorNormalize3Exact(QuaternionToAxis(reference));
-    for (const SQuaternion& key : keys)
-    {
-        const float4 keyAxis = QuaternionToAxis(key);
-        if (HasNoDirection(keyAxis))
-            continue;
-        const float4 unit = WVectorNormalize3Exact(keyAxis);
-        const float d = unit.x * axis.x + unit.y * axis.y + unit.z * axis.z;
-        if (std::fabs(d - 1.0f) > ROTATION_TOLERANCE && std::fabs(d + 1.0f) > ROTATION_TOLERANCE)
-            return false;
-    }
-    return true;
-}
 
 /// Steps of the three smaller components, the largest made positive and left out.
 void SmallestThree(const SQuaternion& rotation, const float (&steps)[3], int& nLargest, int (&numbers)[3])
@@ -131,17 +75,17 @@ SAnimationResourceData PlainCompress(const SCompressClip& clip)
         const SBoneId parent = clip.rig.ParentId(nRig);
         fingers[nRig] = (parent.IsValid() && fingers[parent]) || bone.Name().IIndexOf("finger") != ZString::NOT_FOUND;
         const auto& rotations = bone.Rotations();
-        if (PlainIsConstant(rotations))
+        if (!PlainRules::HasDifferentRotation(rotations, ROTATION_TOLERANCE))
             lists[IsDifferentRotation(rotations[0], bind.rotation, ROTATION_TOLERANCE) ? eTrack_ConstantRotation
                                                                                        : eTrack_BindRotation]
                 .Add(nRig);
-        else if (rotations.Size() > (fingers[nRig] ? 5u : 2u) && PlainIsSingleAxis(rotations))
+        else if (rotations.Size() > (fingers[nRig] ? 5u : 2u) && PlainRules::IsSingleAxisRotation(rotations))
             lists[eTrack_SingleAxisRotation].Add(nRig);
         else
             lists[fingers[nRig] ? eTrack_Rotation32 : eTrack_Rotation64].Add(nRig);
         const auto& translations = bone.Translations();
         const SVector3 bindTranslation{bind.translation.x, bind.translation.y, bind.translation.z};
-        if (!PlainIsConstant(translations))
+        if (PlainRules::HasDifferentTranslation(translations, TRANSLATION_TOLERANCE))
             lists[eTrack_Translation].Add(nRig);
         else
             lists[IsDifferentTranslation(translations[0], bindTranslation, TRANSLATION_TOLERANCE)
@@ -168,7 +112,8 @@ SAnimationResourceData PlainCompress(const SCompressClip& clip)
         if (nType == eTrack_SingleAxisRotation)
             for (const uint32_t nBone : lists[nType])
             {
-                const float4 axis = WVectorNormalize3Exact(QuaternionToAxis(PlainLargest(bones[nBone]->Rotations())));
+                const float4 axis = WVectorNormalize3Exact(
+                    QuaternionToAxis(PlainRules::FindLargestRotation(bones[nBone]->Rotations())));
                 Append(group.data, SVector3{axis.x, axis.y, axis.z});
                 axes.Add(axis);
             }

@@ -65,10 +65,11 @@ std::vector<SQuaternion> Sweep(double fStep)
         const double fSmall = std::ldexp(1.0, -static_cast<int>(random.Bits() % 30));
         add({fSmall * random.Signed(), fSmall * random.Signed(), fSmall * random.Signed(), 1.0}, 0); // next to identity
         add({random.Signed(), random.Signed(), random.Signed(), fSmall * fStep * random.Signed()}, 0); // half a turn
-        // Two, three or four components of one size, give or take a few steps.
+        // Two, three or four components of one size, exactly or give or take a few steps.
+        const double fApart = n % 2 ? 0.0 : 3.0 * fStep;
         double seam[4] = {random.Signed(), random.Signed(), random.Signed(), random.Signed()};
         for (uint64_t i = 0; i < 2 + static_cast<uint64_t>(n % 3); ++i)
-            seam[i] = (random.Bits() & 1 ? 1.0 : -1.0) * (1.0 + 3.0 * fStep * random.Signed());
+            seam[i] = (random.Bits() & 1 ? 1.0 : -1.0) * (1.0 + fApart * random.Signed());
         add(seam, random.Bits() & 3);
     }
     return sweep;

@@ -63,14 +63,16 @@ TEST(RotationTests, FourAtOnceHaveTheBitsOfOne)
                 (&q.x)[random.Below(4)] = random.Below(2) ? fNan : fInfinity;
         }
         const KeyLanes::SVectorLanes axes = KeyLanes::QuaternionsToAxes(KeyLanes::LoadQuaternions(keys));
-        const KeyLanes::SVectorLanes units = KeyLanes::NormalizeExact(axes);
+        const KeyLanes::float4v scale{1.0f, 0.3f, 70.0f, 1e-4f};
+        const KeyLanes::SVectorLanes vectors{axes.x * scale, axes.y * scale, axes.z * scale};
+        const KeyLanes::SVectorLanes units = KeyLanes::NormalizeExact(vectors);
         for (int i = 0; i < 4; ++i)
         {
             const float4 axis = QuaternionToAxis(keys[i]);
             ASSERT_TRUE(sameBits(axes.x[i], axis.x) && sameBits(axes.y[i], axis.y) && sameBits(axes.z[i], axis.z));
             if (axis == float4())
                 continue; // which WVectorNormalize3Exact does not take
-            const float4 unit = WVectorNormalize3Exact(axis);
+            const float4 unit = WVectorNormalize3Exact({vectors.x[i], vectors.y[i], vectors.z[i], 0.0f});
             ASSERT_TRUE(sameBits(units.x[i], unit.x) && sameBits(units.y[i], unit.y) && sameBits(units.z[i], unit.z));
         }
     }
