@@ -130,7 +130,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     CLI::App* pPack = add("pack", "Make one packed resource, and what it needs; print its file");
     pPack->add_option("SOURCE", raw.sSource, "What to pack")->required();
     pPack->add_option("EXTENSION", options.sExtension, "What to make of it, see below")->required();
-    pPack->add_option("--param", options.parameters, "Parameter of the packed resource; may be repeated")
+    pPack
+        ->add_option("--param", options.parameters,
+                     "Parameter of the packed resource, such as the rig of an animation; may be repeated")
         ->allow_extra_args(false);
     pPack->add_flag("--force", options.bForce, "Pack also what is up to date");
     pPack->footer(DerivedKindsHelp());
@@ -149,6 +151,17 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pScene->add_option("--at", raw.sAt, "Show transforms at these seconds, e.g. 0,0.5");
     pScene->add_option("--ticks", raw.sTicks, "The same for FBX ticks, 46186158000 a second");
 
+    CLI::App* pEffect = add("effect", "Flatten an effect source and show what an effect compiler collects from it");
+    pEffect->add_option("FILE", raw.sSource, "The effect source")->required();
+    pEffect->add_option("-I,--include", options.includeFolders, "Look for includes here too; may be repeated")
+        ->allow_extra_args(false);
+    pEffect->add_option("-D,--define", options.defines, "NAME=VALUE, a macro that is set; may be repeated")
+        ->allow_extra_args(false);
+    pEffect->add_option("--compiler", options.sCompiler,
+                        "Library with an effect compiler, by path or by its name beside the module "
+                        "[default: samples.effectcompiler]");
+    pEffect->add_option("--assets", options.sAssets, "Folder behind assembly:/, for a FILE that is an identifier");
+
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
     for (CLI::App* pCommand : {pScan, pPack, pBuild})
@@ -159,7 +172,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
 {
     const CLI::App& command = *app.get_subcommands().front();
     options.sCommand = command.get_name();
-    if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene")
+    if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene" ||
+        options.sCommand == "effect")
         options.sources = {raw.sSource};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");

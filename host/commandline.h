@@ -44,6 +44,11 @@ struct SOptions
     std::string sStack;
     std::vector<double> seconds;
     std::vector<int64_t> ticks;
+
+    // Of effect.
+    std::vector<std::string> includeFolders;
+    std::vector<std::string> defines; ///< NAME=VALUE, or NAME
+    std::string sCompiler;            ///< empty: the sample
 };
 
 /// True: run the command. False: `nExitCode` is what the program ends with; help, version or the message have been

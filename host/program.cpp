@@ -1,4 +1,5 @@
 #include "host/commands.h"
+#include "host/effectcommand.h"
 #include "host/hosterror.h"
 
 #include <cstdio>
@@ -15,7 +16,8 @@ constexpr struct
     std::string_view name;
     int (*pRun)(const SOptions& options, ZConsole& console);
 } COMMANDS[] = {
-    {"scan", &RunScan}, {"pack", &RunPack}, {"build", &RunBuild}, {"inspect", &RunInspect}, {"scene", &RunScene},
+    {"scan", &RunScan},       {"pack", &RunPack},   {"build", &RunBuild},
+    {"inspect", &RunInspect}, {"scene", &RunScene}, {"effect", &RunEffect},
 };
 
 } // namespace
