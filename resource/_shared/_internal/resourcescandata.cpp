@@ -11,7 +11,6 @@ namespace
 
 // The least that the smallest element of its kind takes.
 constexpr size_t TEXT_BYTES = sizeof(int32_t);
-constexpr size_t PAIR_BYTES = 2 * TEXT_BYTES;
 constexpr size_t SUB_RESOURCE_BYTES = 4 * sizeof(int32_t);
 
 void CheckTextLength(int32_t nLength)

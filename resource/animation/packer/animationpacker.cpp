@@ -29,7 +29,7 @@ bool ZAnimationPacker::PackResource(IResourcePackerContext* pContext, const ZRes
     try
     {
         const bool bUpdate = GetResourceDatabase()->BeginResourceUpdate(target, 0);
-        Pack(pContext, source, target);
+        PackTake(pContext, source, target);
         if (bUpdate)
             GetResourceDatabase()->EndResourceUpdate(0);
         return true;
@@ -42,7 +42,7 @@ bool ZAnimationPacker::PackResource(IResourcePackerContext* pContext, const ZRes
     }
 }
 
-void ZAnimationPacker::Pack(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target)
+void ZAnimationPacker::PackTake(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target)
 {
     const SParameters parameters = ReadParameters(pContext, target);
     const ZString takeName = SubResourceName(source);

@@ -26,7 +26,7 @@ private:
         bool bEmbedProperties = false;
     };
 
-    void Pack(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target);
+    void PackTake(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target);
     static SParameters ReadParameters(IResourcePackerContext* pContext, const ZResourceID& target);
     /// Position of the take's event tracks among the references; -1 when it has none.
     int ReferEventTracks(const ZResourceID& source, const ZString& takeName, const ZResourceID& eventTrackID);

@@ -24,7 +24,7 @@ bool ZRigPacker::PackResource(IResourcePackerContext* pContext, const ZResourceI
     try
     {
         const bool bUpdate = GetResourceDatabase()->BeginResourceUpdate(target, 0);
-        Pack(source, target);
+        PackRig(source, target);
         if (bUpdate)
             GetResourceDatabase()->EndResourceUpdate(0);
         return true;
@@ -37,7 +37,7 @@ bool ZRigPacker::PackResource(IResourcePackerContext* pContext, const ZResourceI
     }
 }
 
-void ZRigPacker::Pack(const ZResourceID& source, const ZResourceID& target)
+void ZRigPacker::PackRig(const ZResourceID& source, const ZResourceID& target)
 {
     Import::ZFbxAnimationImporter importer(source);
     const auto messages = ZMessageDelegate::Bind<ZRigPacker, &ZRigPacker::ReportMessage>(this);

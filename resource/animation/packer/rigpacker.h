@@ -16,7 +16,7 @@ protected:
                       const ZVariantRef& extra) override;
 
 private:
-    void Pack(const ZResourceID& source, const ZResourceID& target);
+    void PackRig(const ZResourceID& source, const ZResourceID& target);
 };
 
 /// The runtime's form of a hierarchy, in its order. Rotations are conjugated: import bones turn the opposite way to

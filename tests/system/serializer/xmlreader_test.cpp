@@ -142,7 +142,7 @@ TEST(XmlReader, AssertionsNameDocumentAndPlaceAndStopReading)
     for (const auto& c : cases)
     {
         const ZString message = FailureOf(c.szText,
-                                          [&c, &enter](TReader& r)
+                                          [&c](TReader& r)
                                           {
                                               TReader::STag a, b;
                                               r.StartTagAssert("a", a);
