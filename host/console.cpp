@@ -131,7 +131,11 @@ void ZConsole::Job(const SJobResult& result)
     if (result.job.eKind == SJob::ePack)
     {
         const ZResourceID id = ToId(result.job.sId);
-        sLine += ", " + ToStd(id.GetExtension()) + " for " + ToStd(id.GetPlatformFromExtension());
+        sLine += ", " + ToStd(id.GetExtension());
+        const TArray<ZString> parameters = id.GetParameters();
+        for (uint32_t n = 0; n < parameters.Size(); ++n)
+            sLine += (n == 0 ? " (" : " | ") + Harmless(parameters[n].View()) + (n + 1 == parameters.Size() ? ")" : "");
+        sLine += " for " + ToStd(id.GetPlatformFromExtension());
     }
     if (result.IsGood())
         sLine +=

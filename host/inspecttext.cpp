@@ -132,7 +132,8 @@ std::string RigText(const ZAnimationRig& rig)
 {
     // Parents come first in the steps, whatever the order of the rig.
     std::vector<uint32_t> depths(rig.BoneCount(), 0);
-    for (const ZAnimPoseDescriptor::SStep& step : ZAnimPoseDescriptor::Create(rig)->Steps())
+    const TSharedPtr<ZAnimPoseDescriptor> pDescriptor = ZAnimPoseDescriptor::Create(rig);
+    for (const ZAnimPoseDescriptor::SStep& step : pDescriptor->Steps())
         depths[step.m_uiBone] = step.m_uiParent != SBoneId::INVALID_ID ? depths[step.m_uiParent] + 1 : 0;
     size_t nWidth = 0;
     for (uint32_t n = 0; n < rig.BoneCount(); ++n)

@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <link.h>
-#include <set>
 #include <vector>
 
 namespace Host
@@ -29,10 +29,46 @@ fs::path ProgramPath()
     return fs::read_symlink("/proc/self/exe", error);
 }
 
+struct SLoaded
+{
+    fs::path path;
+    std::string sBuildId; ///< empty when the linker has left none
+};
+
+/// The note that linkers leave: a hash of all that they have linked. Reading it takes no time, while the file of a
+/// library with debug information takes longer to read than a take to pack.
+std::string BuildIdOf(const struct dl_phdr_info& info)
+{
+    for (int i = 0; i < info.dlpi_phnum; ++i)
+    {
+        const ElfW(Phdr)& segment = info.dlpi_phdr[i];
+        if (segment.p_type != PT_NOTE)
+            continue;
+        const auto* p = reinterpret_cast<const char*>(info.dlpi_addr + segment.p_vaddr);
+        const char* const pEnd = p + segment.p_memsz;
+        ElfW(Nhdr) note;
+        const auto padded = [](size_t n) { return (n + 3) & ~size_t(3); };
+        while (p + sizeof note <= pEnd)
+        {
+            std::memcpy(&note, p, sizeof note);
+            const char* const pDescription = p + sizeof note + padded(note.n_namesz);
+            if (note.n_type == NT_GNU_BUILD_ID && note.n_namesz == 4 && std::memcmp(p + sizeof note, "GNU", 4) == 0)
+                return std::string(pDescription, note.n_descsz);
+            p = pDescription + padded(note.n_descsz);
+        }
+    }
+    return {};
+}
+
 int CollectLibrary(struct dl_phdr_info* pInfo, size_t, void* pUser)
 {
-    if (pInfo->dlpi_name != nullptr && pInfo->dlpi_name[0] == '/')
-        static_cast<std::vector<fs::path>*>(pUser)->emplace_back(pInfo->dlpi_name);
+    // The program itself has no name there.
+    const bool bProgram = pInfo->dlpi_name == nullptr || pInfo->dlpi_name[0] == '\0';
+    std::error_code error;
+    const fs::path path = bProgram ? ProgramPath() : fs::canonical(pInfo->dlpi_name, error);
+    auto& loaded = *static_cast<std::vector<SLoaded>*>(pUser);
+    if (!error && (!bProgram || loaded.empty()))
+        loaded.push_back({path, BuildIdOf(*pInfo)});
     return 0;
 }
 
@@ -79,22 +115,21 @@ void LoadModule(const std::string& sPath, const char* szEntry, const char* szWha
 std::string HashOfTools(const std::string& sModulePath)
 {
     std::error_code error;
-    const fs::path program = ProgramPath();
     const fs::path module = fs::canonical(sModulePath, error);
-    std::vector<fs::path> loaded;
+    std::vector<SLoaded> loaded;
     ::dl_iterate_phdr(&CollectLibrary, &loaded);
-    std::set<std::string> ours{program.string(), module.string()};
-    for (const fs::path& path : loaded)
-    {
-        const fs::path real = fs::canonical(path, error);
-        if (!error && (real.parent_path() == module.parent_path() || real.parent_path() == program.parent_path()))
-            ours.insert(real.string());
-    }
     // Of the files' names too, so that two libraries cannot swap places unseen; not of their folder, which may move.
     std::vector<std::string> parts;
     ZFileHashes hashes;
-    for (const std::string& sPath : ours)
-        parts.push_back(fs::path(sPath).filename().string() + ' ' + std::to_string(hashes.Of(sPath, StampOf(sPath))));
+    for (const SLoaded& library : loaded)
+    {
+        const std::string sPath = library.path.string();
+        if (library.path.parent_path() != module.parent_path() && &library != loaded.data())
+            continue;
+        parts.push_back(
+            library.path.filename().string() + ' ' +
+            (library.sBuildId.empty() ? std::to_string(hashes.Of(sPath, StampOf(sPath))) : library.sBuildId));
+    }
     std::sort(parts.begin(), parts.end());
     ZContentHash hash;
     for (const std::string& sPart : parts)
