@@ -21,21 +21,6 @@ ZString Path(const ZString& format)
     return ZString::Format(format, TAG_ANIMATION_DATABASE, TAG_CHARACTER_TYPE, TAG_ANIMATION);
 }
 
-/// Into the map unless it is there from nearer to the character.
-void AddEntry(const TNode& element, ZCharacterType& character)
-{
-    const ZString tag = GetNodeName(element);
-    if (tag == TAG_CHARACTER_TYPE)
-        return; // gives its entries to itself alone
-    if (!(tag == TAG_ANIMATION))
-        throw ZAnimationDatabaseFactoryException(
-            ZString::Format("Unexpected node '{0}' encountered. Is the document malformed?", tag));
-    const ZString name = ZAnimationDatabaseDocument::NameOf(element);
-    const ZString take = GetOptionalAttribute(element, "take", "");
-    if (!name.IsEmpty() && !take.IsEmpty())
-        character.m_animations.Insert(name, ZResourceID(take));
-}
-
 } // namespace
 
 ZAnimationDatabaseDocument::ZAnimationDatabaseDocument(IInputStream* pStream, const ZResourceID& id)
@@ -121,6 +106,31 @@ void ZAnimationDatabaseDocument::CheckEntries() const
     }
 }
 
+ZCharacterType::TAnimations ZAnimationDatabaseDocument::EntriesOf(const TNode& node)
+{
+    ZCharacterType::TAnimations entries;
+    for (const TNode& element : GetNodeChildElements(node))
+    {
+        const ZString tag = GetNodeName(element);
+        if (tag == TAG_CHARACTER_TYPE)
+            continue; // gives its entries to itself alone
+        if (!(tag == TAG_ANIMATION))
+            throw ZAnimationDatabaseFactoryException(
+                ZString::Format("Unexpected node '{0}' encountered. Is the document malformed?", tag));
+        const ZString name = NameOf(element);
+        const ZString take = GetOptionalAttribute(element, "take", "");
+        if (!name.IsEmpty() && !take.IsEmpty())
+            entries.Insert(name, ZResourceID(take));
+    }
+    return entries;
+}
+
+void ZAnimationDatabaseDocument::Inherit(ZCharacterType::TAnimations& entries, const ZCharacterType::TAnimations& outer)
+{
+    for (const auto& [name, id] : outer)
+        entries.Insert(name, id);
+}
+
 ZCharacterType ZAnimationDatabaseDocument::BuildCharacter(const TNode& pCharacterNode)
 {
     ZASSERT(GetNodeName(pCharacterNode) == TAG_CHARACTER_TYPE);
@@ -132,8 +142,7 @@ ZCharacterType ZAnimationDatabaseDocument::BuildCharacter(const TNode& pCharacte
             character.m_rigs.Add(ZResourceID(rig));
     for (TNode node = pCharacterNode; node && !(GetNodeName(node) == TAG_ANIMATION_DATABASE);
          node = GetNodeParent(node))
-        for (const TNode& element : GetNodeChildElements(node))
-            AddEntry(element, character);
+        Inherit(character.m_animations, EntriesOf(node));
     return character;
 }
 

@@ -22,9 +22,13 @@ public:
 
     static bool IsCharacter(const TNode& node);
     static ZString NameOf(const TNode& node);
-    /// From the character outwards the nearest definition of a name wins; within one element the first. Entries without
-    /// name or take are passed over. Assertion: "GetNodeName(pCharacterNode) == TAG_CHARACTER_TYPE".
+    /// The entries of one element; of equal names the first. Those without name or take are passed over.
+    static ZCharacterType::TAnimations EntriesOf(const TNode& node);
+    /// From the character outwards the nearest definition of a name wins. Assertion:
+    /// "GetNodeName(pCharacterNode) == TAG_CHARACTER_TYPE".
     static ZCharacterType BuildCharacter(const TNode& pCharacterNode);
+    /// Adds what the character inherits to the entries nearer to it.
+    static void Inherit(ZCharacterType::TAnimations& entries, const ZCharacterType::TAnimations& outer);
 
 private:
     void CheckTopLevel() const;

@@ -13,6 +13,7 @@ namespace
 {
 
 using TNode = ZAnimationDatabaseDocument::TNode;
+using TAnimations = ZCharacterType::TAnimations;
 
 constexpr const char CHANNEL[] = "ZAnimationDatabaseFactory";
 
@@ -35,24 +36,27 @@ public:
             m_known.Insert(entry.resourceID, true);
     }
 
-    /// Nesting is limited by the document's loader.
-    void Scan(const TNode& node)
+    /// The node's characters inherit `outer`. Handed down, it spares each character the walk over its ancestors, whose
+    /// children are its siblings. Nesting is limited by the document's loader.
+    void Scan(const TNode& node, const TAnimations& outer)
     {
         for (const TNode& child : GetNodeChildElements(node))
         {
             if (!ZAnimationDatabaseDocument::IsCharacter(child))
                 continue;
-            const ZString name = ZAnimationDatabaseDocument::NameOf(child);
-            if (!name.IsEmpty())
-                AddEntry(name, ZAnimationDatabaseDocument::BuildCharacter(child));
-            Scan(child);
+            TAnimations animations = ZAnimationDatabaseDocument::EntriesOf(child);
+            ZAnimationDatabaseDocument::Inherit(animations, outer);
+            AddEntry(ZAnimationDatabaseDocument::NameOf(child), animations);
+            Scan(child, animations);
         }
     }
 
 private:
-    void AddEntry(const ZString& name, const ZCharacterType& character)
+    void AddEntry(const ZString& name, const TAnimations& animations)
     {
-        m_nReferences += character.m_animations.Size();
+        if (name.IsEmpty())
+            return; // the document's checks leave none
+        m_nReferences += animations.Size();
         if (m_nReferences > ZAnimationDatabaseFactory::MAX_REFERENCES)
             throw ZAnimationDatabaseFactoryException(ZString::Format("The characters refer to more than {0} resources",
                                                                      ZAnimationDatabaseFactory::MAX_REFERENCES));
@@ -66,8 +70,8 @@ private:
                    entry.resourceID);
             return;
         }
-        entry.referencedResources.Reserve(character.m_animations.Size());
-        for (const auto& [animation, resource] : character.m_animations)
+        entry.referencedResources.Reserve(animations.Size());
+        for (const auto& [animation, resource] : animations)
             entry.referencedResources.Add(resource);
         m_result.subResources.Add(std::move(entry));
     }
@@ -108,7 +112,7 @@ bool ZAnimationDatabaseFactory::ScanResource(const ZResourceID& id, IInputStream
     try
     {
         const ZAnimationDatabaseDocument document(pStream, id);
-        ZCharacterScan(id, result).Scan(document.RootElement());
+        ZCharacterScan(id, result).Scan(document.RootElement(), {});
         return true;
     }
     catch (const ZAnimationDatabaseFactoryException& e)
