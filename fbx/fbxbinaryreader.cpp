@@ -129,6 +129,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         value.i = 0;
         value.n = 0;
         value.bNative = false;
+        value.letter = 0;
         const uint8_t nType = m_pData[nAt++];
         const size_t nLeft = nEnd - nAt;
         const uint8_t* p = m_pData + nAt;
@@ -164,7 +165,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         default:
             if (ElementSize(nType) == 0)
                 return Fail("a value has an unknown type", nAt - 1);
-            value.type = static_cast<char>(nType);
+            value.type = value.letter = static_cast<char>(nType);
             if (!ReadArray(value, nAt, nEnd))
                 return false;
             continue;
@@ -172,6 +173,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         if (nUsed > nLeft)
             return Fail("a value passes the end of its record", nAt);
         value.type = 'I';
+        value.letter = static_cast<char>(nType);
         if (nType == 'C' || nType == 'B')
             value.i = *p;
         else if (nType == 'Y')
@@ -183,7 +185,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         else
         {
             value.type = 'D';
-            value.d = nType == 'F' ? static_cast<double>(std::bit_cast<float>(Load<uint32_t>(p, m_bBig)))
+            value.d = nType == 'F' ? FbxWiden(Load<uint32_t>(p, m_bBig))
                                    : std::bit_cast<double>(Load<uint64_t>(p, m_bBig));
         }
         nAt += nUsed;
@@ -197,7 +199,7 @@ bool BinaryReader::Read()
 {
     const size_t nHead = m_bWide ? 25 : 13;
     size_t nAt = 27;
-    m_levels.push_back({&m_tree.root.pChild, m_nSize, EFbxScope::eRoot});
+    m_levels.push_back({&m_tree.root.pChild, m_nSize, m_tree.bWhole ? EFbxScope::eAll : EFbxScope::eRoot});
     while (!m_levels.empty())
     {
         const bool bTop = m_levels.size() == 1;
@@ -218,7 +220,10 @@ bool BinaryReader::Read()
         if (nEnd == 0)
         {
             if (bTop)
-                return true; // what follows is a footer of no interest
+            {
+                m_tree.nRecordEnd = nAt + nHead;
+                return true;
+            }
             nAt = level.nEnd;
             m_levels.pop_back();
             continue;
@@ -239,7 +244,7 @@ bool BinaryReader::Read()
         }
         SFbxRecord* pRecord = m_tree.arena.New<SFbxRecord>();
         pRecord->pName = name.data();
-        pRecord->nName = static_cast<uint32_t>(nName);
+        pRecord->nName = static_cast<uint16_t>(nName);
         *level.ppTail = pRecord;
         level.ppTail = &pRecord->pNext;
         const size_t nNested = nValues + static_cast<size_t>(nValueBytes);
@@ -250,6 +255,7 @@ bool BinaryReader::Read()
         {
             if (m_levels.size() >= kFbxMaxDepth)
                 return Fail("records are nested too deep", nAt);
+            pRecord->bBlock = true;
             m_levels.push_back({&pRecord->pChild, static_cast<size_t>(nEnd), eScope});
         }
     }

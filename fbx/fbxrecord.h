@@ -2,6 +2,7 @@
 
 #include "fbx/fbxarena.h"
 
+#include <bit>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,6 +24,7 @@ struct SFbxValue
     uint32_t n; ///< bytes of a text, elements of an array
     char type;
     bool bNative;
+    char letter; ///< of numbers and arrays: the binary file's own letter, C B Y I L F D or c for b; 0 from a text file
 
     bool IsNumber() const { return type == 'I' || type == 'D'; }
     bool IsText() const { return type == 'S' || type == 'W'; }
@@ -42,7 +44,8 @@ static_assert(sizeof(SFbxValue) == 16);
 struct SFbxRecord
 {
     const char* pName = "";
-    uint32_t nName = 0;
+    uint16_t nName = 0;
+    bool bBlock = false; ///< has a list of nested records, which may be empty
     uint32_t nValues = 0;
     const SFbxValue* pValues = nullptr;
     SFbxRecord* pChild = nullptr;
@@ -68,6 +71,23 @@ struct SFbxRecord
     }
 };
 
+/// A 32-bit float's bits as a double. Not-a-number keeps all its bits, which a conversion would change.
+inline double FbxWiden(uint32_t nBits)
+{
+    if ((nBits & 0x7f800000u) != 0x7f800000u)
+        return static_cast<double>(std::bit_cast<float>(nBits));
+    return std::bit_cast<double>(uint64_t(nBits >> 31) << 63 | uint64_t(0x7ff) << 52 | uint64_t(nBits & 0x7fffffu) << 29);
+}
+
+/// The way back, for numbers that came from there.
+inline uint32_t FbxNarrow(double f)
+{
+    const uint64_t nBits = std::bit_cast<uint64_t>(f);
+    if ((nBits & uint64_t(0x7ff) << 52) != uint64_t(0x7ff) << 52)
+        return std::bit_cast<uint32_t>(static_cast<float>(f));
+    return static_cast<uint32_t>(nBits >> 63) << 31 | 0x7f800000u | (static_cast<uint32_t>(nBits >> 29) & 0x7fffffu);
+}
+
 /// A file as records.
 struct SFbxRecordTree
 {
@@ -76,6 +96,8 @@ struct SFbxRecordTree
     int nVersion = 0;
     bool bBinary = false;
     bool bBigEndian = false;
+    bool bWhole = false;   ///< to be set before reading: nothing is stepped over
+    size_t nRecordEnd = 0; ///< of a binary file: where the footer begins
 };
 
 /// Where a record stands, as far as that decides what of it is read. A file may hold a thousand times more geometry

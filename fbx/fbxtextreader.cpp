@@ -421,7 +421,7 @@ bool TextReader::Read()
 {
     if (m_pEnd - m_p >= 3 && std::memcmp(m_p, "\xEF\xBB\xBF", 3) == 0)
         m_p += 3;
-    m_levels.push_back({&m_tree.root.pChild, EFbxScope::eRoot});
+    m_levels.push_back({&m_tree.root.pChild, m_tree.bWhole ? EFbxScope::eAll : EFbxScope::eRoot});
     Next();
     for (;;)
     {
@@ -454,7 +454,7 @@ bool TextReader::Read()
         if (m_text.size() > 1024)
             return Fail("a record's name is too long");
         pRecord->pName = m_text.data();
-        pRecord->nName = static_cast<uint32_t>(m_text.size());
+        pRecord->nName = static_cast<uint16_t>(m_text.size());
         *level.ppTail = pRecord;
         level.ppTail = &pRecord->pNext;
         if (!ReadValues(*pRecord))
@@ -463,6 +463,7 @@ bool TextReader::Read()
         {
             if (m_levels.size() >= kFbxMaxDepth)
                 return Fail("records are nested too deep");
+            pRecord->bBlock = true;
             m_levels.push_back({&pRecord->pChild, eScope});
             Next();
         }
