@@ -11,8 +11,8 @@ namespace ResourceAnimation::Import
 
 /// A named track of values of one type that rides on an animated bone, value i for frame i of the bone.
 ///
-/// The value types are bool, int32_t, uint32_t, float, SVector2, SVector3 and SVector4; events add tracks of SQuaternion,
-/// which Resample() refuses. Held by TSharedPtr.
+/// The value types are bool, int32_t, uint32_t, float, SVector2, SVector3 and SVector4; events add tracks of
+/// SQuaternion, which Resample() refuses. Held by TSharedPtr.
 class ZAnimatedProperty
 {
 public:
