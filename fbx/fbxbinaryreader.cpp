@@ -185,8 +185,8 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         else
         {
             value.type = 'D';
-            value.d = nType == 'F' ? FbxWiden(Load<uint32_t>(p, m_bBig))
-                                   : std::bit_cast<double>(Load<uint64_t>(p, m_bBig));
+            value.d =
+                nType == 'F' ? FbxWiden(Load<uint32_t>(p, m_bBig)) : std::bit_cast<double>(Load<uint64_t>(p, m_bBig));
         }
         nAt += nUsed;
     }

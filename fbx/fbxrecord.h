@@ -76,7 +76,8 @@ inline double FbxWiden(uint32_t nBits)
 {
     if ((nBits & 0x7f800000u) != 0x7f800000u)
         return static_cast<double>(std::bit_cast<float>(nBits));
-    return std::bit_cast<double>(uint64_t(nBits >> 31) << 63 | uint64_t(0x7ff) << 52 | uint64_t(nBits & 0x7fffffu) << 29);
+    return std::bit_cast<double>(uint64_t(nBits >> 31) << 63 | uint64_t(0x7ff) << 52 |
+                                 uint64_t(nBits & 0x7fffffu) << 29);
 }
 
 /// The way back, for numbers that came from there.
