@@ -137,8 +137,16 @@ public:
     {
         Reserve(nCount);
         T* pElements = GetStart();
-        for (size_t i = m_uiCount; i < nCount; ++i)
-            ::new (static_cast<void*>(pElements + i)) T();
+        if constexpr (std::is_arithmetic_v<T>)
+        {
+            if (nCount > m_uiCount)
+                std::memset(pElements + m_uiCount, 0, (nCount - m_uiCount) * sizeof(T));
+        }
+        else
+        {
+            for (size_t i = m_uiCount; i < nCount; ++i)
+                ::new (static_cast<void*>(pElements + i)) T();
+        }
         for (size_t i = nCount; i < m_uiCount; ++i)
             pElements[i].~T();
         m_uiCount = static_cast<uint32_t>(nCount);
@@ -164,6 +172,8 @@ public:
         const T* pB = b.GetStart();
         if (pA == pB)
             return true;
+        if constexpr (std::is_integral_v<T>)
+            return a.m_uiCount == 0 || std::memcmp(pA, pB, a.m_uiCount * sizeof(T)) == 0;
         for (uint32_t i = 0; i < a.m_uiCount; ++i)
             if (!(pA[i] == pB[i]))
                 return false;
