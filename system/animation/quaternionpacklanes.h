@@ -8,7 +8,7 @@
 
 /// The arithmetic of the packers, LANES keys side by side. Internal to this library. Each source file that includes it
 /// gets functions of its own, compiled for its own instruction set: everything here is in an unnamed namespace, and
-/// nothing from the standard library is called that the linker might share between files.
+/// no inline function from elsewhere is called, not even a constructor, that the linker might share between files.
 ///
 /// Only + - * / and the square root, lane by lane in one order, so every width gives the same bits.
 #ifndef Z_LANE_BYTES
@@ -174,7 +174,7 @@ struct SCell
     intv valid; ///< mask: the key has a direction
 };
 
-inline SCell FindCell(const SQuaternion* pKeys)
+inline SCell FindCell(const void* pKeys)
 {
     const SFour q = LoadFour(pKeys);
     // As integers, sizes of floats have the same order, and not a number is the largest of all.
@@ -298,7 +298,7 @@ inline SNearest64 FindNearest64(const SCell& cell)
     return {SumBits(halfSum, sum), jBits - bJ, kBits - bK};
 }
 
-inline void Pack64Lanes(const SQuaternion* pKeys, uint64_t* pCodes)
+inline void Pack64Lanes(const void* pKeys, uint64_t* pCodes)
 {
     const SCell cell = FindCell(pKeys);
     const SNearest64 n = FindNearest64(cell);
@@ -385,7 +385,7 @@ inline intv FindNearest32(const SCell& cell)
            (Bits(Choose(bUpper, c1.iSum, c0.iSum)) & 0x3ff);
 }
 
-inline void Pack32Lanes(const SQuaternion* pKeys, uint32_t* pCodes)
+inline void Pack32Lanes(const void* pKeys, uint32_t* pCodes)
 {
     const SCell cell = FindCell(pKeys);
     const intv codes = (cell.selector << 30 | FindNearest32(cell)) & cell.valid;
@@ -396,7 +396,7 @@ inline void Pack32Lanes(const SQuaternion* pKeys, uint32_t* pCodes)
 
 constexpr SInverse<10> INVERSE_AXIS = Invert<10>({AXIS_1, AXIS_3, AXIS_5, AXIS_7}, AXIS_EDGE);
 
-inline void PackSingleAxisLanes(const float4* pAxes, const SQuaternion* pKeys, uint16_t* pCodes)
+inline void PackSingleAxisLanes(const void* pAxes, const void* pKeys, uint16_t* pCodes)
 {
     const SFour axis = LoadFour(pAxes);
     SFour q = LoadFour(pKeys);
@@ -426,32 +426,32 @@ inline void PackAll(const SQuaternion* pKeys, size_t nKeys, TCode* pCodes, TPack
         packLanes(pKeys + n, n, pCodes + n);
     if (n == nKeys)
         return;
-    SQuaternion keys[LANES];
+    floatv keys[4] = {}; // LANES of them
     TCode codes[LANES];
-    std::memcpy(static_cast<void*>(keys), pKeys + n, (nKeys - n) * sizeof *pKeys);
+    std::memcpy(keys, pKeys + n, (nKeys - n) * sizeof *pKeys);
     packLanes(keys, n, codes);
     std::memcpy(pCodes + n, codes, (nKeys - n) * sizeof *pCodes);
 }
 
 void Pack64(const SQuaternion* pKeys, size_t nKeys, uint64_t* pCodes)
 {
-    PackAll(pKeys, nKeys, pCodes, [](const SQuaternion* p, size_t, uint64_t* pTo) { Pack64Lanes(p, pTo); });
+    PackAll(pKeys, nKeys, pCodes, [](const void* p, size_t, uint64_t* pTo) { Pack64Lanes(p, pTo); });
 }
 
 void Pack32(const SQuaternion* pKeys, size_t nKeys, uint32_t* pCodes)
 {
-    PackAll(pKeys, nKeys, pCodes, [](const SQuaternion* p, size_t, uint32_t* pTo) { Pack32Lanes(p, pTo); });
+    PackAll(pKeys, nKeys, pCodes, [](const void* p, size_t, uint32_t* pTo) { Pack32Lanes(p, pTo); });
 }
 
 void PackSingleAxis(const float4* pAxes, const SQuaternion* pKeys, size_t nKeys, uint16_t* pCodes)
 {
     // The axes of the last few need a full load as well.
-    float4 lastAxes[LANES] = {};
+    floatv lastAxes[4] = {};
     const size_t nWhole = nKeys - nKeys % LANES;
-    std::memcpy(static_cast<void*>(lastAxes), pAxes + nWhole, (nKeys - nWhole) * sizeof *pAxes);
+    std::memcpy(lastAxes, pAxes + nWhole, (nKeys - nWhole) * sizeof *pAxes);
     PackAll(pKeys, nKeys, pCodes,
-            [pAxes, nWhole, &lastAxes](const SQuaternion* p, size_t n, uint16_t* pTo)
-            { PackSingleAxisLanes(n < nWhole ? pAxes + n : lastAxes, p, pTo); });
+            [pAxes, nWhole, &lastAxes](const void* p, size_t n, uint16_t* pTo)
+            { PackSingleAxisLanes(n < nWhole ? static_cast<const void*>(pAxes + n) : lastAxes, p, pTo); });
 }
 
 constexpr SQuaternionPackers LANE_PACKERS{&Pack64, &Pack32, &PackSingleAxis};
