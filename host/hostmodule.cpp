@@ -47,9 +47,10 @@ public:
     }
 };
 
-bool ThrowAssertion(const char*, int, const char* szExpression, bool*, const char*, const char*)
+bool ThrowAssertion(const char*, int, const char* szExpression, bool*, const char* szMessage, const char*)
 {
-    throw SAssertionFailed{szExpression};
+    // The message, where there is one, names the document and the place in it.
+    throw SAssertionFailed{*szMessage != '\0' ? std::string(szExpression) + ": " + szMessage : szExpression};
 }
 
 } // namespace
