@@ -22,13 +22,8 @@ ZFXFlattener::~ZFXFlattener()
 bool ZFXFlattener::Run(const FReference& onReference)
 {
     size_t nLength = 0;
-    while (SkipWhiteSpace(m_pText, m_nPosition, m_nSize, m_nLine))
+    while (FindHash())
     {
-        if (m_pText[m_nPosition] != '#')
-        {
-            ++m_nPosition;
-            continue;
-        }
         m_nDirectiveLine = m_nLine;
         if (MatchKeyword(m_pText, m_nPosition, m_nSize, m_nLine, "#line", nLength) != 0)
         {
@@ -48,12 +43,25 @@ bool ZFXFlattener::Run(const FReference& onReference)
                 return false;
         }
         else
-        {
-            while (m_nPosition < m_nSize && m_pText[m_nPosition] != '\n')
-                ++m_nPosition;
-        }
+            m_nPosition = FindFrom('\n');
     }
     return true;
+}
+
+size_t ZFXFlattener::FindFrom(char c) const
+{
+    const size_t nLeft = m_nSize - m_nPosition;
+    const void* pFound = nLeft != 0 ? std::memchr(m_pText + m_nPosition, c, nLeft) : nullptr;
+    return pFound != nullptr ? static_cast<size_t>(static_cast<const char*>(pFound) - m_pText) : m_nSize;
+}
+
+/// What stands between matters for its newlines only.
+bool ZFXFlattener::FindHash()
+{
+    const size_t nFound = FindFrom('#');
+    m_nLine += static_cast<uint32_t>(std::count(m_pText + m_nPosition, m_pText + nFound, '\n'));
+    m_nPosition = nFound;
+    return nFound < m_nSize;
 }
 
 bool ZFXFlattener::Splice(size_t nFrom, size_t nTo, std::string_view name, const FReference& onReference)

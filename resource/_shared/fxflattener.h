@@ -56,6 +56,9 @@ public:
     static bool ReadFromDisk(const ZString& path, size_t nMost, std::vector<char>& bytes);
 
 private:
+    /// Position of the next such character, or the size.
+    size_t FindFrom(char c) const;
+    bool FindHash();
     bool Splice(size_t nFrom, size_t nTo, std::string_view name, const FReference& onReference);
     bool FindFile(std::string_view name, ZString& path, std::vector<char>& bytes);
     void PutInFront(std::string_view text);

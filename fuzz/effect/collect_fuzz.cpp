@@ -1,0 +1,50 @@
+// Any text: it is collected, or fails with zhalt_exception and a place; nothing behind its end is read and nothing
+// stays. Techniques are read by the sample's reader of passes.
+#include "samples/effectcompiler/passreader.h"
+#include "tests/resource/_shared/effectfixtures.h"
+
+#include <cstdlib>
+
+namespace
+{
+
+class ZFuzzedCompiler final : public ZPlainCompiler
+{
+protected:
+    void ParseTechniqueBody(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, ZString*, size_t&,
+                            size_t& nPosition, SFXTechnique& technique) override
+    {
+        Samples::ReadPasses(pText, nSize, nLine, pToken, nPosition, technique.passes);
+    }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
+{
+    const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
+    {
+        ZFuzzedCompiler compiler;
+        try
+        {
+            if (!compiler.CollectText({reinterpret_cast<const char*>(pData), nSize}))
+                std::abort();
+        }
+        catch (const zhalt_exception&)
+        {
+            if (compiler.GetLastError().IndexOf(": ") == ZString::NOT_FOUND)
+                std::abort();
+        }
+        for (const auto& [name, sampler] : compiler.GetSamplers())
+            if (!(name == sampler.name))
+                std::abort();
+        size_t nPasses = 0;
+        for (const SFXTechnique& technique : compiler.GetTechniques())
+            nPasses += technique.passes.Size();
+        if (nPasses + compiler.GetSharedParameters().Size() > nSize)
+            std::abort(); // more than the text can hold
+    }
+    if (GetMemoryManager()->LiveBlockCount() != nBlocks)
+        std::abort();
+    return 0;
+}
