@@ -3,8 +3,14 @@
 # that it stands on.
 include(CMakePackageConfigHelpers)
 
+target_compile_features(orvelbase INTERFACE cxx_std_20) # of whoever includes the headers
+
 install(TARGETS orvelbase system.io system.serializer system.animation resource.core resource.animation
         EXPORT orvel LIBRARY DESTINATION lib)
+# The compiler that `animpack effect` takes when none is named; a plug-in that nobody links.
+if(TARGET samples.effectcompiler)
+  install(TARGETS samples.effectcompiler LIBRARY DESTINATION lib)
+endif()
 if(TARGET animpack)
   install(TARGETS animpack RUNTIME DESTINATION bin)
 endif()

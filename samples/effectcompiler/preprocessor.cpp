@@ -203,7 +203,8 @@ SPreprocessed PreprocessEffect(std::string_view flat, const std::vector<std::str
             if (!file)
                 throw std::system_error(errno, std::generic_category(), "a temporary file can't be written");
         }
-        std::vector<std::string> arguments{"-x", "c", "-undef", "-nostdinc", "-fno-diagnostics-show-caret"};
+        std::vector<std::string> arguments{
+            "-x", "c", "-undef", "-nostdinc", "-fno-diagnostics-show-caret", "-fno-diagnostics-show-option"};
         for (const std::string& sFolder : includeFolders)
             if (!sFolder.empty())
                 arguments.insert(arguments.end(), {"-I", sFolder});
