@@ -204,7 +204,7 @@ void AddAnimPosePropertyEvents(ZAnimation& animation, TArray<SAnimPosePropertyEv
             applier.Apply(event);
 }
 
-void ReadAnimPosePropertyEvents(TSharedPtr<ZAnimation> animation, ZResourceID eventTrackID)
+void ReadAnimPosePropertyEvents(const TSharedPtr<ZAnimation>& animation, const ZResourceID& eventTrackID)
 {
     const TComponentScope<IInputStream> stream(OpenResource<IInputStream>(*GetResourceDatabase(), eventTrackID));
     if (!stream)

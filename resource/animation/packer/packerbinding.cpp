@@ -8,7 +8,7 @@ namespace ResourceAnimation
 
 ZPackerBinding::ZPackerBinding() : m_pPackerUtility(CreateComponent<IPackerUtility>(PACKER_UTILITY))
 {
-    ZASSERT_OR_HALT(m_pPackerUtility != 0);
+    ZASSERT_OR_HALT_TEXT(m_pPackerUtility != nullptr, "m_pPackerUtility != 0");
 }
 
 ZPackerBinding::~ZPackerBinding()
