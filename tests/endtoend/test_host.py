@@ -28,7 +28,7 @@ class ExitTest(host.HostTest):
             result = host.execute(*words)
             self.assertEqual(result.code, 0, result)
             self.assertTrue(result.stdout.strip(), words)
-        for command in ("scan", "pack", "build", "inspect", "scene", "stats", "verify", "mark"):
+        for command in ("scan", "pack", "build", "inspect", "scene", "effect"):
             self.assertIn(command, host.execute("--help").stdout)
 
     def test_wrong_usage(self):
@@ -368,12 +368,3 @@ class ScanTest(host.HostTest):
         self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (19, 7))
         self.assertEqual(len(set(names)), len(names))
         json.dumps(names)
-
-
-class StatsTest(host.HostTest):
-    def test_stats_of_what_is_packed(self):
-        self.pack(LEVER)
-        self.pack("assembly:/props/drift.fbx?/drift.take")
-        result = self.run_host("stats", json_lines=False)
-        self.assertEqual(result.code, 0, result)
-        self.assertTrue((result.stdout + result.stderr).strip())

@@ -240,18 +240,6 @@ class RootMotionTest(host.HostTest):
             self.assertEqual(single[0]["boneId"], 0)
             self.assertAlmostEqual(single[0]["keys"][0], take["pathMetres"], delta=1e-4 * take["pathMetres"] + 1e-5)
 
-    def test_verify_agrees(self):
-        """The program's own measure of what quantisation cost lies within the bounds that are tested here."""
-        self.pack("assembly:/characters/scout/moves.fbx?/run.take")
-        result = self.run_host("verify")
-        self.assertEqual(result.code, 0, result)
-        row, = [line for line in result.lines if "maxMillimetres" in line]
-        self.assertEqual((row["bones"] > 50, row["frames"]), (True, 40))
-        self.assertGreater(row["maxMillimetres"], 0.0)
-        self.assertLessEqual(row["meanMillimetres"], row["maxMillimetres"])
-        self.assertLess(row["maxMillimetres"], FINGER_MM)
-        self.assertLess(row["maxRotationDegrees"], FINGER_DEGREES)
-
 
 if __name__ == "__main__":
     unittest.main()
