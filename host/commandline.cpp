@@ -65,6 +65,7 @@ struct SRawOptions
 {
     std::string sColor = "auto";
     std::string sProgress = "auto";
+    std::string sMarks, sMarked;
     std::string sSource; ///< of the commands that take one
     std::string sFrames, sAt, sTicks;
     uint64_t nMemoryMegabytes = 4096;
@@ -162,6 +163,11 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
                         "[default: samples.effectcompiler]");
     pEffect->add_option("--assets", options.sAssets, "Folder behind assembly:/, for a FILE that is an identifier");
 
+    CLI::App* pMark = add("mark", "Put grounds, rigs and takes on an FBX file that no exporter has marked");
+    pMark->add_option("IN", raw.sSource, "An FBX file of version 7")->required();
+    pMark->add_option("MARKS", raw.sMarks, "What to mark, as JSON: see docs/marking.md")->required();
+    pMark->add_option("OUT", raw.sMarked, "The file to write; may be IN")->required();
+
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
     for (CLI::App* pCommand : {pScan, pPack, pBuild})
@@ -175,6 +181,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene" ||
         options.sCommand == "effect")
         options.sources = {raw.sSource};
+    if (options.sCommand == "mark")
+        options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
     options.eColor = WHEN.at(raw.sColor);

@@ -13,6 +13,7 @@ int RunPack(const SOptions& options, ZConsole& console);
 int RunBuild(const SOptions& options, ZConsole& console);
 int RunInspect(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
+int RunMark(const SOptions& options, ZConsole& console);
 
 /// The whole program.
 int RunProgram(int nArguments, const char* const* ppArguments);

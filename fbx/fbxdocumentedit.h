@@ -1,0 +1,64 @@
+#pragma once
+
+#include "fbx/fbxdocument.h"
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+/// The objects of a document of version 7, to be marked: user properties set, nodes added. Touches nothing else; what
+/// is added stands behind what is there.
+class FbxDocumentEdit
+{
+public:
+    explicit FbxDocumentEdit(FbxDocument& document);
+
+    /// The first node of exactly this name; null when there is none.
+    SFbxRecord* FindNode(std::string_view name) const;
+    size_t CountNodes(std::string_view name) const;
+    /// The name of a node that somebody may have meant: the same but for case and namespace, or a few letters apart.
+    /// Empty when none is near.
+    std::string NearestNode(std::string_view name) const;
+    /// Children of a node, in the order of the connections.
+    std::vector<SFbxRecord*> Children(const SFbxRecord& node) const;
+
+    static std::string NameOf(const SFbxRecord& node);
+    /// "Null", "LimbNode", "Camera": the word of the object.
+    static std::string_view KindOf(const SFbxRecord& node) { return node.Text(2); }
+
+    /// The record of a property, case ignored as takes and grounds are looked up; null when there is none.
+    const SFbxRecord* FindProperty(const SFbxRecord& object, std::string_view name) const;
+    /// Replaces a property of that name, or adds it. Type and label as files write them: "int", "Integer".
+    void SetProperty(SFbxRecord& object, std::string_view name, std::string_view typeName, std::string_view label,
+                     std::string_view flags, const std::vector<SFbxValue>& values);
+    /// False when there was none.
+    bool RemoveProperty(SFbxRecord& object, std::string_view name);
+
+    /// A node without a transform, the last child of its parent, with an attribute as exporters give it.
+    SFbxRecord* AddNull(SFbxRecord& parent, std::string_view name);
+
+    /// Writes the numbers of objects into the definitions, when nodes were added.
+    void Finish();
+
+private:
+    int64_t NewId();
+    void Connect(int64_t nSource, int64_t nTarget);
+    void CountUp(SFbxRecord& definitions, std::string_view type, int32_t nAdded);
+    static SFbxRecord* Find(SFbxRecord& parent, std::string_view name);
+    SFbxRecord& Section(std::string_view name);
+
+    FbxDocument& m_document;
+    SFbxRecord& m_objectsRecord;
+    SFbxRecord& m_connectionsRecord;
+    FbxRecordList m_objects;
+    FbxRecordList m_connections;
+    std::vector<std::string> m_names; ///< of nodes, in file order
+    std::unordered_map<std::string, std::vector<SFbxRecord*>> m_nodes;
+    std::unordered_map<int64_t, SFbxRecord*> m_nodesById;
+    std::unordered_map<int64_t, std::vector<SFbxRecord*>> m_children;
+    std::unordered_set<int64_t> m_ids;
+    int64_t m_nNextId = 1000000;
+    int32_t m_nAdded = 0;
+};

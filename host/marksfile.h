@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Host
+{
+
+/// One property that marking sets on a node, or takes away.
+struct SPropertyMark
+{
+    std::string sName;
+    bool bRemove = false;
+    std::string_view type;  ///< as files write it: "bool", "KString"
+    std::string_view label; ///< the second word of files: "Integer" for "int"
+    std::string sFlags = "U";
+    char letter = 'I';           ///< of the values: I integer, D real, S text
+    std::vector<double> numbers; ///< whole ones below 2^31 for I
+    std::string sText;
+};
+
+struct SNodeMarks
+{
+    std::string sNode;
+    std::vector<SPropertyMark> properties;
+};
+
+struct STakeMark
+{
+    std::string sGround;
+    std::string sNode; ///< empty: made of the take's name
+    std::string sName;
+    int32_t nStartFrame = 0;
+    int32_t nEndFrame = 0;
+    std::vector<std::string> partialList;
+    std::vector<double> sequenceOrigin; ///< none, or sixteen numbers: row vectors, translation last
+};
+
+/// What a marks file says. See docs/marking.md, and docs/marks.schema.json for its form.
+struct SMarks
+{
+    std::vector<SNodeMarks> nodes; ///< by name, and their properties too
+    std::vector<STakeMark> takes;  ///< in the file's order
+};
+
+/// The message begins with the place: "/takes/0/endFrame: ...", or names the line where the text is no JSON.
+class ZMarksError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Bounded by the text: a property has sixteen numbers at most. ZMarksError for everything that is not as it should be,
+/// a key that means nothing included.
+SMarks ReadMarks(std::string_view text);
+
+/// A step of a place in a JSON document: "/" and the key, with what has a meaning there escaped.
+std::string JsonStep(std::string_view key);
+
+} // namespace Host
