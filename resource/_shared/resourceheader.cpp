@@ -132,9 +132,11 @@ bool ZResourceHeader::ReadReferences(TArrayRef<const uint8_t> block, EEndian eEn
         const auto* pText = reinterpret_cast<const char*>(block.GetStart() + nStart);
         const size_t nRoom = block.Size() - nStart;
         const size_t nLength = strnlen(pText, nRoom);
-        if (nLength == nRoom || !m_references.Insert(ZString::FromView({pText, nLength}),
-                                                     {static_cast<uint32_t>(i), nWord & ~OFFSET_MASK, word(4 + 4 * i)}))
+        if (nLength == nRoom)
             return false;
+        // Two spellings of one identifier are two references with one lower-cased text; the first one stands for both.
+        m_references.Insert(ZString::FromView({pText, nLength}),
+                            {static_cast<uint32_t>(i), nWord & ~OFFSET_MASK, word(4 + 4 * i)});
     }
     return true;
 }
