@@ -212,10 +212,13 @@ void ZBuildState::Execute(const char* szSql)
 
 void ZBuildState::Pending()
 {
-    if (m_nPending >= BATCH)
+    const auto now = std::chrono::steady_clock::now();
+    if (m_nPending >= BATCH || (m_nPending != 0 && now - m_pendingSince > std::chrono::seconds(1)))
         Commit();
-    if (m_nPending++ == 0)
-        Execute("BEGIN");
+    if (m_nPending++ != 0)
+        return;
+    m_pendingSince = now;
+    Execute("BEGIN");
 }
 
 void ZBuildState::Commit()

@@ -2,6 +2,7 @@
 
 #include "host/packjob.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -68,6 +69,7 @@ private:
     std::unique_ptr<ZStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
         m_pRemoveDependencies;
     size_t m_nPending = 0;
+    std::chrono::steady_clock::time_point m_pendingSince;
 };
 
 /// Keeps other runs of this program out of an output folder.

@@ -35,7 +35,8 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
     m_pLock =
         eUse == EUse::eWrites ? std::make_unique<ZOutputLock>(m_sOut, notice) : std::make_unique<ZOutputLock>(m_sOut);
     m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
-    if (m_pState->BeginRun() && eUse == EUse::eWrites)
+    m_bWrites = eUse == EUse::eWrites;
+    if (m_bWrites && m_pState->BeginRun())
         RemovePassingFiles(m_sOut);
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
@@ -53,7 +54,8 @@ ZHostSession::~ZHostSession()
     try
     {
         m_pPool.reset();
-        m_pState->EndRun();
+        if (m_bWrites)
+            m_pState->EndRun();
     }
     catch (const ZHostError& error)
     {

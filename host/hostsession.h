@@ -43,6 +43,7 @@ public:
 private:
     ZConsole& m_console;
     std::string m_sOut;
+    bool m_bWrites = false;
     ZAssetTree m_tree;
     std::unique_ptr<ZOutputLock> m_pLock;
     std::unique_ptr<ZBuildState> m_pState;

@@ -281,10 +281,10 @@ private:
             if (nFrame >= animation.frameCount)
                 return fail("there is no frame " + std::to_string(nFrame) + ": the animation has " +
                             std::to_string(animation.frameCount));
-        const auto nRig = static_cast<size_t>(animation.rigReference);
-        if (animation.rigReference < 0 || nRig >= m_file.References().size())
+        const int nRig = animation.rigReference;
+        if (nRig < 0 || static_cast<size_t>(nRig) >= m_file.References().size())
             return fail("frames can't be decoded: the animation refers to no rig");
-        const std::string& sRig = m_file.References()[nRig].sId;
+        const std::string& sRig = m_file.References()[static_cast<size_t>(nRig)].sId;
         const std::string sPlace = OutputPathOf(ToId(sRig));
         if (sPlace.empty() || !m_rigFile.Read(m_options.sOut + '/' + sPlace))
             return fail("frames can't be decoded without the rig '" + sRig + "' in '" + m_options.sOut +

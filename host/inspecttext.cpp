@@ -2,10 +2,9 @@
 
 #include "host/console.h"
 #include "host/resourceids.h"
+#include "host/textformat.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <vector>
 
 namespace Host
@@ -17,16 +16,6 @@ using SystemAnimation::STrackGroup;
 
 namespace
 {
-
-__attribute__((format(printf, 1, 2))) std::string Formatted(const char* szFormat, ...)
-{
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, szFormat);
-    const int nLength = std::vsnprintf(buffer, sizeof buffer, szFormat, arguments);
-    va_end(arguments);
-    return {buffer, nLength < 0 ? 0 : std::min(static_cast<size_t>(nLength), sizeof buffer - 1)};
-}
 
 constexpr const char* GROUP_NAMES[] = {
     "rotation of the rig",       "translation of the rig",    "one rotation",           "one translation",

@@ -2,6 +2,7 @@
 
 #include "host/derivedkinds.h"
 #include "host/jobrunner.h"
+#include "host/outputfile.h"
 #include "host/outputpath.h"
 #include "host/resourceids.h"
 
@@ -119,7 +120,7 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs)
         if (!m_services.pool.Wait(event, 0.5))
             m_services.state.Commit();
         else if (event.bEnded)
-            HandleEnd(event.nWorker, event.sText);
+            HandleEnd(event);
         else
             HandleLine(event.nWorker, event.sText);
     }
@@ -280,13 +281,16 @@ void ZJobScheduler::Complete(SEntry& entry)
     }
 }
 
-void ZJobScheduler::HandleEnd(size_t nWorker, const std::string& sWhy)
+void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
 {
-    SWorker worker = std::exchange(m_workers[nWorker], {});
+    SWorker worker = std::exchange(m_workers[end.nWorker], {});
     if (worker.stack.empty())
         return;
     if (!worker.sWaitsFor.empty())
-        std::erase(m_entries.at(worker.sWaitsFor).waiters, nWorker);
+        std::erase(m_entries.at(worker.sWaitsFor).waiters, end.nWorker);
+    for (const std::string& sId : worker.stack)
+        if (const std::string sFile = OutputPathOf(ToId(sId)); !sFile.empty())
+            RemovePassingFilesBeside(m_services.staleness.FileOf(sFile), end.nProcess);
     SEntry& crashed = EntryOf({SJob::ePack, worker.stack.back()});
     worker.stack.pop_back();
     for (size_t n = worker.stack.size(); n-- > 0;)
@@ -299,7 +303,7 @@ void ZJobScheduler::HandleEnd(size_t nWorker, const std::string& sWhy)
         m_waiting.push_front(outer.result.job);
     }
     crashed.result.eStatus = EJobStatus::eCrashed;
-    crashed.result.messages.push_back({ESeverity::eError, "the process of this job crashed: " + sWhy});
+    crashed.result.messages.push_back({ESeverity::eError, "the process of this job crashed: " + end.sText});
     Complete(crashed);
     for (const std::string& sOuter : worker.stack)
         for (const size_t nWaiter : std::exchange(EntryOf({SJob::ePack, sOuter}).waiters, {}))

@@ -72,7 +72,7 @@ private:
     void HandleLine(size_t nWorker, const std::string& sText);
     void HandleNeed(size_t nWorker, const std::string& sId);
     void HandleResult(size_t nWorker, SJobResult&& result);
-    void HandleEnd(size_t nWorker, const std::string& sWhy);
+    void HandleEnd(const ZWorkerPool::SEvent& end);
     bool WouldCloseRing(size_t nWorker, const SEntry& needed) const;
     void Answer(size_t nWorker, const SEntry& needed);
     void Complete(SEntry& entry);

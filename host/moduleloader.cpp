@@ -44,7 +44,8 @@ std::string BuildIdOf(const struct dl_phdr_info& info)
         const ElfW(Phdr)& segment = info.dlpi_phdr[i];
         if (segment.p_type != PT_NOTE)
             continue;
-        const auto* p = reinterpret_cast<const char*>(info.dlpi_addr + segment.p_vaddr);
+        // The loader tells addresses as numbers.
+        const auto* p = reinterpret_cast<const char*>(info.dlpi_addr + segment.p_vaddr); // NOLINT(*-no-int-to-ptr)
         const char* const pEnd = p + segment.p_memsz;
         ElfW(Nhdr) note;
         const auto padded = [](size_t n) { return (n + 3) & ~size_t(3); };

@@ -162,6 +162,16 @@ void RemovePassingFiles(const std::string& sFolder)
     }
 }
 
+void RemovePassingFilesBeside(const std::string& sPath, pid_t nProcess)
+{
+    const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
+    std::error_code error;
+    for (fs::directory_iterator entry(fs::path(sPath).parent_path(), error), end; !error && entry != end;
+         entry.increment(error))
+        if (entry->path().filename().string().starts_with(sStart))
+            ::unlink(entry->path().c_str());
+}
+
 IOutputStream* CreateFileOutputStream(ZOutputFile& file)
 {
     return new ZFileOutputStream(file);

@@ -4,6 +4,7 @@
 #include "system/io/streams.h"
 
 #include <string>
+#include <sys/types.h>
 
 namespace Host
 {
@@ -49,6 +50,8 @@ private:
 
 /// Removes what ZOutputFile left below a folder when its process was killed.
 void RemovePassingFiles(const std::string& sFolder);
+/// The same for one process, in the folder of one file.
+void RemovePassingFilesBeside(const std::string& sPath, pid_t nProcess);
 
 /// What a packer writes to. Releasing it closes the file; whether that is published is the host's to decide.
 /// The file must outlive the stream.

@@ -26,11 +26,11 @@ std::string ScanText(const SSourceScan& scan, bool bAll)
         sText += "  " + ToStd(ToId(entry.sId).GetRootParameters());
         for (const char* szKey : {"SequenceDuration", "SequenceTrackTypes", "CutsequenceRigResource"})
             if (const std::string sValue = Property(entry, szKey); !bAll && !sValue.empty())
-                sText += "  " + sValue;
+                (sText += "  ") += sValue;
         sText += '\n';
         for (const auto& [sKey, sValue] : entry.properties)
             if (bAll)
-                sText += "    " + sKey + ": " + sValue + '\n';
+                sText.append("    ").append(sKey).append(": ").append(sValue) += '\n';
     }
     if (scan.subResources.empty())
         sText += "  nothing to pack\n";

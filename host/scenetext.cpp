@@ -1,10 +1,9 @@
 #include "host/scenetext.h"
 
 #include "host/jsonwriter.h"
+#include "host/textformat.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 
 namespace Host
 {
@@ -14,16 +13,6 @@ namespace
 
 constexpr size_t DEEPEST_INDENT = 40;
 constexpr size_t LONGEST_VALUE = 60;
-
-__attribute__((format(printf, 1, 2))) std::string Formatted(const char* szFormat, ...)
-{
-    char buffer[256];
-    va_list arguments;
-    va_start(arguments, szFormat);
-    const int nLength = std::vsnprintf(buffer, sizeof buffer, szFormat, arguments);
-    va_end(arguments);
-    return {buffer, nLength < 0 ? 0 : std::min(static_cast<size_t>(nLength), sizeof buffer - 1)};
-}
 
 std::string TransformText(const FbxTransform& transform)
 {

@@ -20,7 +20,6 @@ namespace Host
 namespace
 {
 
-/// Sanitizers reserve more address space than any bound that is of use.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool BOUND_MEMORY = false;
 #elif defined(__has_feature)
@@ -225,6 +224,11 @@ std::string ZWorkerPool::End(SWorker& worker)
     return sWhy;
 }
 
+bool ZWorkerPool::BoundsMemory()
+{
+    return BOUND_MEMORY;
+}
+
 std::string ZWorkerPool::DescribeEnd(int nStatus)
 {
     if (!WIFSIGNALED(nStatus))
@@ -261,6 +265,7 @@ bool ZWorkerPool::NextEvent(SEvent& event)
         if (worker.bGone)
         {
             event.bEnded = true;
+            event.nProcess = worker.nProcess;
             event.sText = End(worker);
             return true;
         }

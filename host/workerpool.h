@@ -77,9 +77,13 @@ public:
         size_t nWorker = 0;
         bool bEnded = false; ///< else a line has come
         std::string sText;   ///< the line, or why the worker ended
+        pid_t nProcess = 0;  ///< that ended
     };
     /// What comes next from any worker, the lines of each in their order. False when fSeconds have passed.
     bool Wait(SEvent& event, double fSeconds);
+
+    /// Whether SWorkerLimits::nMemory acts: not under sanitizers, whose own memory is beyond any bound that is of use.
+    static bool BoundsMemory();
 
     /// How a process ended, in words: "SIGSEGV (Segmentation fault)".
     static std::string DescribeEnd(int nStatus);

@@ -131,7 +131,7 @@ inline bool ReadToken(const char* pText, size_t& nPosition, size_t nSize, uint32
 }
 
 /// Steps over white space; a name in double quotes or angle brackets must follow. Leaves the position on the closing
-/// mark. The name points into the text.
+/// mark. The name points into the text and ends at a zero byte, as a C string does.
 inline void ReadQuotedString(const char* pText, size_t& nPosition, size_t nSize, uint32_t& nLine,
                              std::string_view& name)
 {
@@ -144,7 +144,7 @@ inline void ReadQuotedString(const char* pText, size_t& nPosition, size_t nSize,
         nLine += pText[nPosition] == '\n' ? 1 : 0;
     if (nPosition == nSize)
         Fail("*c=='\\\"' || *c=='>'", "a name in quotes or angle brackets does not end");
-    name = {pText + nStart, nPosition - nStart};
+    name = {pText + nStart, strnlen(pText + nStart, nPosition - nStart)};
 }
 
 /// Steps over white space, reads digits (none give 0; the number is cut to 32 bits) and steps over white space. Returns

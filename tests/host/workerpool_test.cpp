@@ -24,7 +24,10 @@ void Obey(ZLineChannel& channel)
         if (sLine == "abort")
             std::abort();
         if (sLine == "trap")
+        {
+            std::signal(SIGSEGV, SIG_DFL); // a sanitizer has a handler of its own
             std::raise(SIGSEGV);
+        }
         if (sLine == "hang")
             for (;;)
                 ::pause();
@@ -45,7 +48,7 @@ void Obey(ZLineChannel& channel)
                 std::vector<std::unique_ptr<char[]>> blocks;
                 for (int i = 0; i < 200; ++i)
                 {
-                    blocks.push_back(std::make_unique<char[]>(size_t(16) << 20));
+                    blocks.push_back(std::make_unique_for_overwrite<char[]>(size_t(16) << 20));
                 }
                 sLine = "ate it all";
             }
@@ -138,12 +141,9 @@ TEST(WorkerPool, LongLinesAndManyWorkers)
 
 TEST(WorkerPool, MemoryIsBounded)
 {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the address sanitizer's own memory is beyond any bound";
-#endif
     ZWorkerPool pool(1, {uint64_t(1) << 30, 20.0}, &Obey);
     pool.Send(0, "eat");
-    EXPECT_EQ(Next(pool).sText, "no more");
+    EXPECT_EQ(Next(pool).sText, ZWorkerPool::BoundsMemory() ? "no more" : "ate it all");
 }
 
 TEST(WorkerPool, NoWorkerOutlivesItsPool)

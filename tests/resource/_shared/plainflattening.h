@@ -57,6 +57,7 @@ inline SPlainFlattening FlattenPlainly(const std::string& source, const std::vec
         name = text.substr(n + 1, nEnd - n - 1);
         for (const char c : name)
             nLine += c == '\n';
+        name = name.c_str(); // it ends at a zero byte
         n = nEnd;
         return true;
     };
@@ -107,7 +108,7 @@ inline SPlainFlattening FlattenPlainly(const std::string& source, const std::vec
                 std::string path = directory + "/" + name;
                 for (char& c : path)
                     c = c == '\\' ? '/' : c;
-                const auto it = files.find(path.c_str()); // a file system sees a C string
+                const auto it = files.find(path);
                 if (it != files.end())
                 {
                     pFile = &*it;
