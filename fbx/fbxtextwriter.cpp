@@ -222,10 +222,11 @@ bool TextWriter::PutRecord(const SFbxRecord& record, size_t nDepth)
 bool TextWriter::Write()
 {
     const int n = m_tree.nVersion;
-    std::string sVersion;
+    m_sOut += "; FBX ";
     for (const int nDigit : {n / 1000, n / 100 % 10, n / 10 % 10})
-        sVersion += (sVersion.empty() ? "" : ".") + std::to_string(nDigit);
-    m_sOut += "; FBX " + sVersion + " project file\n; ----------------------------------------------------\n\n";
+        m_sOut.append(std::to_string(nDigit)).append(1, '.');
+    m_sOut.pop_back();
+    m_sOut += " project file\n; ----------------------------------------------------\n\n";
     const size_t nComments = m_sOut.size() - 1;
     std::vector<const SFbxRecord*> open{m_tree.root.pChild};
     for (;;)
@@ -254,7 +255,7 @@ bool TextWriter::Write()
     // A reader goes by the first version that it meets, which may be that of some other thing.
     const SFbxHead head = FbxReadHead(reinterpret_cast<const uint8_t*>(m_sOut.data()), m_sOut.size());
     if (head.nVersion != n)
-        m_sOut.insert(nComments, "; FBXVersion: " + std::to_string(n) + "\n");
+        m_sOut.insert(nComments, std::string("; FBXVersion: ").append(std::to_string(n)).append(1, '\n'));
     return true;
 }
 
