@@ -26,8 +26,8 @@ bool FbxDocument::Read()
     if (head.eFormat == EFbxFormat::eNone)
         return Fail(m_input.Size() == 0 ? "the file is empty"
                                         : "not an FBX file: its head is neither the binary nor the text one");
-    if (head.nVersion < 7000 || head.nVersion > kFbxMaxVersion)
-        return Fail("version " + std::to_string(head.nVersion) + " can't be rewritten: 7000 to 7700 can");
+    if (head.nVersion < 6000 || head.nVersion > kFbxMaxVersion)
+        return Fail("version " + std::to_string(head.nVersion) + " can't be rewritten: 6000 to 7700 can");
     m_tree.bWhole = true;
     try
     {

@@ -13,7 +13,7 @@
 /// Complete   known or not, every record and value is there, with its width; only comments of text files are lost.
 ///            What is written and read again is the same tree, every number in all its bits. Text files have one
 ///            not-a-number only.
-/// Versions   7.0 to 7.7, text, and binary of either byte order; binary files are written little-endian.
+/// Versions   6.0 to 7.7, text, and binary of either byte order; binary files are written little-endian.
 /// Changing   records are linked lists: unlink, relink, and make new ones here. They live as long as the document.
 /// Failures   a method returns false and Error() tells why; after a failed Load the document is not to be used.
 /// Safety     any bytes may be given; the bounds are those of the importer.
@@ -29,8 +29,10 @@ public:
 
     bool IsBinary() const { return m_tree.bBinary; }
     int GetVersion() const { return m_tree.nVersion; }
-    /// What Write will write from now on. Between text and binary, values change to what the other kind has in their
-    /// place: letters for booleans, texts for raw bytes, classes before or behind names, widths by a record's meaning.
+    /// What Write will write from now on. A file stays on its side of version 7, where the layout of objects changed,
+    /// and one of version 6 stays binary or text, for its lists of numbers have no widths. Between text and binary,
+    /// values change to what the other kind has in their place: letters for booleans, texts for raw bytes, classes
+    /// before or behind names, widths by a record's meaning.
     bool SetFormat(bool bBinary, int nVersion);
 
     /// Its children are the file's records; it has no name and no values.

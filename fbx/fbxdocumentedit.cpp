@@ -49,15 +49,15 @@ size_t Distance(const std::string& a, const std::string& b, size_t nMost)
     return std::min(row[b.size()], nMost + 1);
 }
 
-SFbxRecord* PropertiesOf(const SFbxRecord& object)
+} // namespace
+
+SFbxRecord* FbxDocumentEdit::PropertiesOf(const SFbxRecord& object) const
 {
     for (SFbxRecord* p = object.pChild; p; p = p->pNext)
-        if (p->Is("Properties70"))
+        if (p->Is(m_bNamed ? "Properties60" : "Properties70"))
             return p;
     return nullptr;
 }
-
-} // namespace
 
 SFbxRecord* FbxDocumentEdit::Find(SFbxRecord& parent, std::string_view name)
 {
@@ -67,15 +67,22 @@ SFbxRecord* FbxDocumentEdit::Find(SFbxRecord& parent, std::string_view name)
     return nullptr;
 }
 
+/// What is there, or a new one with these values.
+SFbxRecord& FbxDocumentEdit::Part(SFbxRecord& parent, std::string_view name, std::initializer_list<SFbxValue> values)
+{
+    if (SFbxRecord* pPart = Find(parent, name))
+        return *pPart;
+    return *FbxRecordList(parent).Append(m_document.NewRecord(name, values, values.size() == 0));
+}
+
 SFbxRecord& FbxDocumentEdit::Section(std::string_view name)
 {
-    if (SFbxRecord* pSection = Find(m_document.Root(), name))
-        return *pSection;
-    return *FbxRecordList(m_document.Root()).Append(m_document.NewRecord(name, {}, true));
+    return Part(m_document.Root(), name);
 }
 
 FbxDocumentEdit::FbxDocumentEdit(FbxDocument& document)
     : m_document(document),
+      m_bNamed(document.GetVersion() < 7000),
       m_objectsRecord(Section("Objects")),
       m_connectionsRecord(Section("Connections")),
       m_objects(m_objectsRecord),
@@ -83,26 +90,32 @@ FbxDocumentEdit::FbxDocumentEdit(FbxDocument& document)
 {
     for (SFbxRecord* p = m_objectsRecord.pChild; p; p = p->pNext)
     {
-        m_ids.insert(p->Int(0));
+        m_ids.insert(IdOf(*p));
         if (!p->Is("Model"))
             continue;
         m_names.push_back(NameOf(*p));
         m_nodes[m_names.back()].push_back(p);
-        m_nodesById.try_emplace(p->Int(0), p);
+        m_nodesById.try_emplace(IdOf(*p), p);
     }
     for (const SFbxRecord* p = m_connectionsRecord.pChild; p; p = p->pNext)
     {
-        m_ids.insert(p->Int(1));
-        m_ids.insert(p->Int(2));
-        const auto child = m_nodesById.find(p->Int(1));
+        const int64_t nSource = m_bNamed ? IdOf(p->Text(1)) : p->Int(1);
+        const int64_t nTarget = m_bNamed ? IdOf(p->Text(2)) : p->Int(2);
+        m_ids.insert({nSource, nTarget});
+        const auto child = m_nodesById.find(nSource);
         if (p->Text(0) == "OO" && child != m_nodesById.end())
-            m_children[p->Int(2)].push_back(child->second);
+            m_children[nTarget].push_back(child->second);
     }
 }
 
-std::string FbxDocumentEdit::NameOf(const SFbxRecord& node)
+int64_t FbxDocumentEdit::IdOf(std::string_view wholeName) const
 {
-    return std::string(FbxSplitName(node.Text(1)).name);
+    return m_idsByName.try_emplace(std::string(wholeName), static_cast<int64_t>(m_idsByName.size())).first->second;
+}
+
+std::string FbxDocumentEdit::NameOf(const SFbxRecord& node) const
+{
+    return std::string(FbxSplitName(node.Text(m_bNamed ? 0 : 1)).name);
 }
 
 SFbxRecord* FbxDocumentEdit::FindNode(std::string_view name) const
@@ -138,7 +151,7 @@ std::string FbxDocumentEdit::NearestNode(std::string_view name) const
 
 std::vector<SFbxRecord*> FbxDocumentEdit::Children(const SFbxRecord& node) const
 {
-    const auto found = m_children.find(node.Int(0));
+    const auto found = m_children.find(IdOf(node));
     return found != m_children.end() ? found->second : std::vector<SFbxRecord*>();
 }
 
@@ -151,19 +164,25 @@ const SFbxRecord* FbxDocumentEdit::FindProperty(const SFbxRecord& object, std::s
     return nullptr;
 }
 
+bool FbxDocumentEdit::IsTrue(const SFbxRecord& object, std::string_view name) const
+{
+    const SFbxRecord* pProperty = FindProperty(object, name);
+    return pProperty != nullptr && pProperty->Int(m_bNamed ? 3 : 4) != 0;
+}
+
 void FbxDocumentEdit::SetProperty(SFbxRecord& object, std::string_view name, std::string_view typeName,
                                   std::string_view label, std::string_view flags, const std::vector<SFbxValue>& values)
 {
-    SFbxRecord* pProperties = PropertiesOf(object);
-    if (!pProperties)
-        pProperties = FbxRecordList(object).Append(m_document.NewRecord("Properties70", {}, true));
-    SFbxRecord* pRecord = pProperties->pChild;
+    SFbxRecord& properties = Part(object, m_bNamed ? "Properties60" : "Properties70");
+    SFbxRecord* pRecord = properties.pChild;
     while (pRecord && !EqualsIgnoringCase(pRecord->Text(0), name))
         pRecord = pRecord->pNext;
     if (!pRecord)
-        pRecord = FbxRecordList(*pProperties).Append(m_document.NewRecord("P"));
-    std::vector<SFbxValue> all{m_document.Text(name), m_document.Text(typeName), m_document.Text(label),
-                               m_document.Text(flags)};
+        pRecord = FbxRecordList(properties).Append(m_document.NewRecord(m_bNamed ? "Property" : "P"));
+    std::vector<SFbxValue> all{m_document.Text(name), m_document.Text(typeName)};
+    if (!m_bNamed)
+        all.push_back(m_document.Text(label));
+    all.push_back(m_document.Text(flags));
     all.insert(all.end(), values.begin(), values.end());
     m_document.SetValues(*pRecord, all);
 }
@@ -192,39 +211,80 @@ int64_t FbxDocumentEdit::NewId()
     return m_nNextId;
 }
 
-void FbxDocumentEdit::Connect(int64_t nSource, int64_t nTarget)
+void FbxDocumentEdit::Connect(const SFbxValue& source, const SFbxValue& target)
 {
-    m_connections.Append(
-        m_document.NewRecord("C", {m_document.Text("OO"), FbxDocument::Long(nSource), FbxDocument::Long(nTarget)}));
+    m_connections.Append(m_document.NewRecord(m_bNamed ? "Connect" : "C", {m_document.Text("OO"), source, target}));
+}
+
+/// `pId` is null where names do.
+SFbxRecord* FbxDocumentEdit::NewNode(const SFbxValue* pId, std::string_view name)
+{
+    SFbxRecord* pNode = m_document.NewRecord("Model", {}, true);
+    std::vector<SFbxValue> values{m_document.Name(name, "Model"), m_document.Text("Null")};
+    if (pId)
+        values.insert(values.begin(), *pId);
+    m_document.SetValues(*pNode, values);
+    FbxRecordList parts(*pNode);
+    parts.Append(m_document.NewRecord("Version", {FbxDocument::Int(232)}));
+    parts.Append(m_document.NewRecord(m_bNamed ? "Properties60" : "Properties70", {}, true));
+    parts.Append(m_document.NewRecord("Shading", {FbxDocument::Flag(true)}));
+    parts.Append(m_document.NewRecord("Culling", {m_document.Text("CullingOff")}));
+    if (m_bNamed)
+        parts.Append(m_document.NewRecord("TypeFlags", {m_document.Text("Null")}));
+    return pNode;
 }
 
 SFbxRecord* FbxDocumentEdit::AddNull(SFbxRecord& parent, std::string_view name)
 {
-    const int64_t nNode = NewId();
-    const int64_t nAttribute = NewId();
-    SFbxRecord* pAttribute = m_document.NewRecord(
-        "NodeAttribute",
-        {FbxDocument::Long(nAttribute), m_document.Name(name, "NodeAttribute"), m_document.Text("Null")}, true);
-    pAttribute->pChild = m_document.NewRecord("TypeFlags", {m_document.Text("Null")});
-    m_objects.Append(pAttribute);
-
-    SFbxRecord* pNode = m_document.NewRecord(
-        "Model", {FbxDocument::Long(nNode), m_document.Name(name, "Model"), m_document.Text("Null")}, true);
-    FbxRecordList parts(*pNode);
-    parts.Append(m_document.NewRecord("Version", {FbxDocument::Int(232)}));
-    parts.Append(m_document.NewRecord("Properties70", {}, true));
-    parts.Append(m_document.NewRecord("Shading", {FbxDocument::Flag(true)}));
-    parts.Append(m_document.NewRecord("Culling", {m_document.Text("CullingOff")}));
-    m_objects.Append(pNode);
-
-    Connect(nNode, parent.Int(0));
-    Connect(nAttribute, nNode);
+    SFbxRecord* pNode = nullptr;
+    if (m_bNamed)
+    {
+        pNode = m_objects.Append(NewNode(nullptr, name));
+        Connect(pNode->pValues[0], *parent.Value(0));
+    }
+    else
+    {
+        const SFbxValue node = FbxDocument::Long(NewId());
+        const SFbxValue attribute = FbxDocument::Long(NewId());
+        SFbxRecord* pAttribute = m_objects.Append(m_document.NewRecord(
+            "NodeAttribute", {attribute, m_document.Name(name, "NodeAttribute"), m_document.Text("Null")}, true));
+        pAttribute->pChild = m_document.NewRecord("TypeFlags", {m_document.Text("Null")});
+        pNode = m_objects.Append(NewNode(&node, name));
+        Connect(node, *parent.Value(0));
+        Connect(attribute, node);
+    }
     m_names.emplace_back(name);
     m_nodes[m_names.back()].push_back(pNode);
-    m_nodesById.emplace(nNode, pNode);
-    m_children[parent.Int(0)].push_back(pNode);
+    m_nodesById.emplace(IdOf(*pNode), pNode);
+    m_children[IdOf(parent)].push_back(pNode);
     ++m_nAdded;
     return pNode;
+}
+
+std::vector<std::string> FbxDocumentEdit::StackNames() const
+{
+    const SFbxRecord* pTakes = m_document.Root().Find("Takes");
+    const SFbxRecord* pList = m_bNamed ? pTakes : &m_objectsRecord;
+    std::vector<std::string> names;
+    for (const SFbxRecord* p = pList ? pList->pChild : nullptr; p; p = p->pNext)
+        if (p->Is(m_bNamed ? "Take" : "AnimationStack"))
+            names.push_back(m_bNamed ? std::string(p->Text(0)) : NameOf(*p));
+    return names;
+}
+
+void FbxDocumentEdit::SetCurrentStack(std::string_view name)
+{
+    const SFbxValue value = m_document.Text(name);
+    if (!m_bNamed)
+    {
+        SFbxRecord& document = Part(Section("Documents"), "Document",
+                                    {FbxDocument::Long(NewId()), m_document.Text(""), m_document.Text("Scene")});
+        SetProperty(document, "ActiveAnimStackName", "KString", "", "", {value});
+        // Older readers look here.
+        if (Find(m_document.Root(), "Takes") == nullptr)
+            return;
+    }
+    m_document.SetValues(Part(Section("Takes"), "Current", {value}), {value});
 }
 
 void FbxDocumentEdit::CountUp(SFbxRecord& definitions, std::string_view type, int32_t nAdded)
@@ -250,9 +310,10 @@ void FbxDocumentEdit::Finish()
     if (SFbxRecord* pCount = Find(*pDefinitions, "Count"))
     {
         const int64_t nCount = std::clamp<int64_t>(pCount->Int(0), 0, INT32_MAX / 2);
-        m_document.SetValues(*pCount, {FbxDocument::Int(static_cast<int32_t>(nCount) + 2 * m_nAdded)});
+        m_document.SetValues(*pCount, {FbxDocument::Int(static_cast<int32_t>(nCount) + (m_bNamed ? 1 : 2) * m_nAdded)});
     }
     CountUp(*pDefinitions, "Model", m_nAdded);
-    CountUp(*pDefinitions, "NodeAttribute", m_nAdded);
+    if (!m_bNamed)
+        CountUp(*pDefinitions, "NodeAttribute", m_nAdded);
     m_nAdded = 0;
 }

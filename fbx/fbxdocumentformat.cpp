@@ -147,7 +147,9 @@ bool Fits(const SNumber& number, char letter, bool bBits)
 
 bool FbxDocument::SetFormat(bool bBinary, int nVersion)
 {
-    if (nVersion < 7000 || nVersion > kFbxMaxVersion)
+    if (m_tree.nVersion < 7000 && (nVersion != m_tree.nVersion || bBinary != m_tree.bBinary))
+        return Fail("a file of version " + std::to_string(m_tree.nVersion) + " keeps its version and kind");
+    if (m_tree.nVersion >= 7000 && (nVersion < 7000 || nVersion > kFbxMaxVersion))
         return Fail("version " + std::to_string(nVersion) + " can't be written: 7000 to 7700 can");
     m_tree.nVersion = nVersion;
     for (SFbxRecord* p = m_tree.root.pChild; p; p = p->pNext)

@@ -4,9 +4,10 @@
 #include "host/marking.h"
 #include "host/outputfile.h"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
 
 namespace Host
@@ -16,20 +17,21 @@ namespace
 {
 
 /// Far more than the marks of a scene that anybody can look over.
-constexpr uintmax_t MOST_MARKS_BYTES = 64u << 20;
+constexpr size_t MOST_MARKS_BYTES = 64u << 20;
 
+/// A pipe will do.
 bool ReadText(const std::string& sPath, std::string& sText, std::string& sWhy)
 {
-    std::error_code error;
-    const uintmax_t nSize = std::filesystem::file_size(sPath, error);
-    if (error)
-        return sWhy = "can't be read: " + error.message(), false;
-    if (nSize > MOST_MARKS_BYTES)
-        return sWhy = "is too large for marks: " + std::to_string(nSize) + " bytes", false;
+    errno = 0;
     std::ifstream file(sPath, std::ios::binary);
-    sText.assign(std::istreambuf_iterator<char>(file), {});
+    char buffer[65536];
+    while (sText.size() <= MOST_MARKS_BYTES && (file.read(buffer, sizeof buffer), file.gcount() > 0))
+        sText.append(buffer, static_cast<size_t>(file.gcount()));
+    if (sText.size() > MOST_MARKS_BYTES)
+        return sWhy = "is too large for marks: more than " + BytesText(MOST_MARKS_BYTES), false;
     if (!file.is_open() || file.bad())
-        return sWhy = "can't be read", false;
+        return sWhy = std::string("can't be read") + (errno != 0 ? std::string(": ") + std::strerror(errno) : ""),
+               false;
     return true;
 }
 

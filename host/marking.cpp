@@ -19,6 +19,20 @@ public:
     {
     }
 
+    void ChooseStack(const std::string& sName)
+    {
+        const std::vector<std::string> names = m_edit.StackNames();
+        if (std::find(names.begin(), names.end(), sName) == names.end())
+        {
+            std::string sKnown;
+            for (const std::string& sStack : names)
+                sKnown += (sKnown.empty() ? "; there are '" : ", '") + sStack + "'";
+            throw ZMarksError("/stack: there is no anim stack '" + sName + "'" +
+                              (sKnown.empty() ? "; the file has none" : sKnown));
+        }
+        m_edit.SetCurrentStack(sName);
+    }
+
     void Mark(const SNodeMarks& marks)
     {
         const std::string sPlace = "/nodes" + JsonStep(marks.sNode);
@@ -63,7 +77,7 @@ public:
         for (const SNodeMarks& node : marks.nodes)
         {
             const SFbxRecord& record = *m_edit.FindNode(node.sNode);
-            if (IsTrue(record, "IsGroundRoot") && !IsTrue(record, "IsRig") &&
+            if (m_edit.IsTrue(record, "IsGroundRoot") && !m_edit.IsTrue(record, "IsRig") &&
                 m_edit.FindProperty(record, "RigResource") == nullptr)
                 m_warnings.push_back("/nodes" + JsonStep(node.sNode) + ": '" + node.sNode +
                                      "' is a ground root that is no rig, and names none in RigResource: the file will "
@@ -101,16 +115,10 @@ private:
         return values;
     }
 
-    bool IsTrue(const SFbxRecord& node, std::string_view name) const
-    {
-        const SFbxRecord* pProperty = m_edit.FindProperty(node, name);
-        return pProperty != nullptr && pProperty->Int(4) != 0;
-    }
-
     bool IsGround(const SFbxRecord& node) const
     {
-        return FbxDocumentEdit::KindOf(node) == "Camera" || IsTrue(node, "IsGroundRoot") ||
-               IsTrue(node, "IsAttachRoot");
+        return m_edit.KindOf(node) == "Camera" || m_edit.IsTrue(node, "IsGroundRoot") ||
+               m_edit.IsTrue(node, "IsAttachRoot");
     }
 
     /// A take node is later taken out of the scene by its name, so no other node may bear it.
@@ -118,7 +126,7 @@ private:
     {
         const std::string sName = take.sNode.empty() ? "TAKE_" + take.sName : take.sNode;
         for (SFbxRecord* pChild : m_edit.Children(ground))
-            if (FbxDocumentEdit::NameOf(*pChild) == sName && m_edit.FindProperty(*pChild, "IsTakeNode") != nullptr &&
+            if (m_edit.NameOf(*pChild) == sName && m_edit.FindProperty(*pChild, "IsTakeNode") != nullptr &&
                 m_edit.CountNodes(sName) == 1)
                 return *pChild;
         if (m_edit.FindNode(sName) != nullptr)
@@ -153,6 +161,8 @@ private:
 void ApplyMarks(const SMarks& marks, FbxDocument& document, std::vector<std::string>& warnings)
 {
     ZMarker marker(document, warnings);
+    if (!marks.sStack.empty())
+        marker.ChooseStack(marks.sStack);
     for (const SNodeMarks& node : marks.nodes)
         marker.Mark(node);
     for (size_t n = 0; n < marks.takes.size(); ++n)

@@ -289,8 +289,10 @@ std::string JsonStep(std::string_view key)
 SMarks ReadMarks(std::string_view text)
 {
     const TJson json = Parse(text);
-    RequireObject(json, "", {"$schema", "nodes", "takes"});
+    RequireObject(json, "", {"$schema", "stack", "nodes", "takes"});
     SMarks marks;
+    if (json.contains("stack"))
+        marks.sStack = NameOf(json["stack"], "/stack");
     if (json.contains("nodes"))
     {
         RequireObject(json["nodes"], "/nodes", {});

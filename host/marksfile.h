@@ -42,6 +42,7 @@ struct STakeMark
 /// What a marks file says. See docs/marking.md, and docs/marks.schema.json for its form.
 struct SMarks
 {
+    std::string sStack;            ///< the anim stack that the takes are ranges of; empty: the file's current one
     std::vector<SNodeMarks> nodes; ///< by name, and their properties too
     std::vector<STakeMark> takes;  ///< in the file's order
 };

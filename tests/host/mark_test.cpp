@@ -90,7 +90,8 @@ TEST(Marks, FaultsNameTheirPlace)
         {"", "no JSON: parse error at line 1, column 1"},
         {"{\"nodes\": {},\n \"takes\": [}", "no JSON: parse error at line 2, column 12"},
         {"[]", "/: must be an object, not an array of 0"},
-        {R"({"node": {}})", "/node: there is no such key; known are $schema, nodes, takes"},
+        {R"({"node": {}})", "/node: there is no such key; known are $schema, stack, nodes, takes"},
+        {R"({"stack": ""})", "/stack: must not be empty"},
         {R"({"nodes": {"a": {}, "a": {}}})", "the key 'a' is there twice"},
         {R"({"nodes": []})", "/nodes: must be an object"},
         {R"({"nodes": {"a/b~": 1}})", "/nodes/a~1b~0: must be an object, not 1"},
@@ -189,6 +190,96 @@ TEST(Marks, LandInEveryKindOfFile)
         EXPECT_STREQ(loaded.Node("shot").GetParent()->GetName(), "cam");
     }
     EXPECT_EQ(folder.FileCount(), 3u) << "nothing passing stays";
+}
+
+TEST(Marks, LandInFilesThatNameTheirObjects)
+{
+    using fbxfile::Format;
+    const ZTempFolder folder;
+    folder.Write("marks.json", R"({
+      "stack": "run",
+      "nodes": {"arm": {"IsGroundRoot": {"type": "bool", "value": true}, "IsRig": {"type": "bool", "value": true},
+                        "Tint": {"type": "Color", "value": [0.1, 2, 3]}}},
+      "takes": [{"ground": "arm", "name": "run", "startFrame": 0, "endFrame": 30,
+                 "sequenceOrigin": {"translation": [1, 2, 3], "rotation": [0, 0, 90]}}]
+    })");
+    const std::string sMarks = folder / "marks.json", sOut = folder / "out.fbx";
+    for (const bool bText : {false, true})
+    {
+        SCOPED_TRACE(bText ? "text" : "binary");
+        using namespace fbxfile;
+        Record top;
+        top.Add("FBXHeaderExtension").Add("FBXVersion", {I(6100)});
+        Record& definitions = top.Add("Definitions");
+        definitions.Add("Count", {I(1)});
+        definitions.Add("ObjectType", {S("Model")}).Add("Count", {I(1)});
+        Record& properties = top.Add("Objects").Add("Model", {Name("arm", "Model"), S("LimbNode")}).Add("Properties60");
+        properties.Add("Property", {S("isrig"), S("bool"), S("U"), I(0)});
+        top.Add("Connections").Add("Connect", {S("OO"), Name("arm", "Model"), Name("Scene", "Model")});
+        Record& takes = top.Add("Takes");
+        takes.Add("Current", {S("walk")});
+        takes.Add("Take", {S("walk")});
+        takes.Add("Take", {S("run")});
+        folder.Write("out.fbx", Write(top, {6100, bText, false, false}));
+
+        std::string sOnce;
+        for (int n = 0; n < 2; ++n)
+        {
+            const SRun run = Mark({sOut.c_str(), sMarks.c_str(), sOut.c_str()});
+            ASSERT_EQ(run.nExitCode, eExit_Done) << run.sError;
+            EXPECT_EQ(run.sError, "");
+            EXPECT_TRUE(sOnce.empty() || sOnce == folder.Read("out.fbx")) << "again changes nothing";
+            sOnce = folder.Read("out.fbx");
+        }
+        LoadedScene loaded(sOnce);
+        ASSERT_TRUE(loaded.IsLoaded()) << loaded.Error();
+        EXPECT_EQ(loaded.Version(), 6100);
+        EXPECT_STREQ(loaded->GetCurrentAnimStack()->GetName(), "run");
+        const FbxNode& ground = loaded.Node("arm");
+        EXPECT_TRUE(ground.FindProperty("IsGroundRoot").GetBool());
+        EXPECT_TRUE(ground.FindProperty("IsRig").GetBool());
+        EXPECT_FALSE(ground.FindProperty("isrig").IsValid());
+        EXPECT_EQ(ground.FindProperty("Tint").GetVector3().y, 2.0);
+        const FbxNode& take = loaded.Node("TAKE_run");
+        EXPECT_EQ(take.GetParent(), &ground);
+        EXPECT_TRUE(take.FindProperty("IsTakeNode").GetBool());
+        EXPECT_EQ(take.FindProperty("TakeSequenceOrigin").GetMatrix().m[3][2], 3.0);
+        EXPECT_EQ(take.FindProperty("TakeData").GetString(),
+                  R"({"name":"run","startFrame":0,"endFrame":30,"partialList":[]})");
+        FbxDocument document;
+        ASSERT_TRUE(document.LoadFromMemory(sOnce.data(), sOnce.size()));
+        const SFbxRecord* pCounts = document.Root().Find("Definitions");
+        EXPECT_EQ(pCounts->Find("Count")->Int(0), 2);
+        EXPECT_EQ(pCounts->Find("ObjectType")->Find("Count")->Int(0), 2);
+    }
+}
+
+TEST(Marks, ChooseTheStack)
+{
+    using namespace fbxfile;
+    const ZTempFolder folder;
+    const std::string sMarks = folder / "marks.json", sOut = folder / "out.fbx";
+    const auto choose = [&](const std::string& sStack)
+    {
+        folder.Write("marks.json", "{\"stack\": \"" + sStack + "\"}");
+        return Mark({sOut.c_str(), sMarks.c_str(), sOut.c_str()});
+    };
+    for (const Format& format : {Format{7400, false, false, true}, Format{7400, true, false, false}})
+    {
+        Scene scene;
+        scene.Stack("walk", 0, 0);
+        scene.Stack("run", 0, 0);
+        folder.Write("out.fbx", scene.Write(format));
+        for (const char* szStack : {"run", "walk"})
+        {
+            ASSERT_EQ(choose(szStack).sError, "");
+            EXPECT_STREQ(LoadedScene(folder.Read("out.fbx"))->GetCurrentAnimStack()->GetName(), szStack);
+        }
+        EXPECT_EQ(choose("Run").sError,
+                  sMarks + ": error: /stack: there is no anim stack 'Run'; there are 'walk', 'run'\n");
+    }
+    folder.Write("out.fbx", Scene().Write({}));
+    EXPECT_NE(choose("run").sError.find("'run'; the file has none\n"), std::string::npos);
 }
 
 TEST(Marks, LeaveTheRestOfTheFile)
