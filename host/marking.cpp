@@ -160,6 +160,7 @@ private:
 
 void ApplyMarks(const SMarks& marks, FbxDocument& document, std::vector<std::string>& warnings)
 {
+    warnings = marks.warnings;
     ZMarker marker(document, warnings);
     if (!marks.sStack.empty())
         marker.ChooseStack(marks.sStack);

@@ -27,17 +27,13 @@ struct STypeOfMark
 };
 
 constexpr STypeOfMark TYPES[] = {
-    {"bool", "bool", "", 'I', 1, true},
-    {"Bool", "Bool", "", 'I', 1, true},
-    {"int", "int", "Integer", 'I', 1, false},
-    {"Integer", "Integer", "", 'I', 1, false},
-    {"double", "double", "Number", 'D', 1, false},
-    {"Number", "Number", "", 'D', 1, false},
-    {"KString", "KString", "", 'S', 1, false},
-    {"Vector", "Vector", "", 'D', 3, false},
-    {"Vector3D", "Vector3D", "Vector", 'D', 3, false},
-    {"Color", "Color", "", 'D', 3, false},
-    {"matrix", "matrix4x4", "", 'D', 16, false},
+    {"bool", "bool", "", 'I', 1, true},       {"Bool", "Bool", "", 'I', 1, true},
+    {"int", "int", "Integer", 'I', 1, false}, {"Integer", "Integer", "", 'I', 1, false},
+    {"enum", "enum", "", 'I', 1, false},      {"float", "float", "", 'D', 1, false},
+    {"Float", "Float", "", 'D', 1, false},    {"double", "double", "Number", 'D', 1, false},
+    {"Number", "Number", "", 'D', 1, false},  {"KString", "KString", "", 'S', 1, false},
+    {"Vector", "Vector", "", 'D', 3, false},  {"Vector3D", "Vector3D", "Vector", 'D', 3, false},
+    {"Color", "Color", "", 'D', 3, false},    {"matrix", "matrix4x4", "", 'D', 16, false},
 };
 
 [[noreturn]] void Fail(const std::string& sPlace, const std::string& sWhat)
@@ -289,8 +285,12 @@ std::string JsonStep(std::string_view key)
 SMarks ReadMarks(std::string_view text)
 {
     const TJson json = Parse(text);
-    RequireObject(json, "", {"$schema", "stack", "nodes", "takes"});
+    RequireObject(json, "", {});
     SMarks marks;
+    // Further in an unknown key is a slip of the pen; here it may be another tool's, which shares the file.
+    for (const auto& [sKey, value] : json.items())
+        if (sKey != "$schema" && sKey != "stack" && sKey != "nodes" && sKey != "takes")
+            marks.warnings.push_back(JsonStep(sKey) + ": is passed over; known are stack, nodes, takes");
     if (json.contains("stack"))
         marks.sStack = NameOf(json["stack"], "/stack");
     if (json.contains("nodes"))

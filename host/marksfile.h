@@ -45,6 +45,7 @@ struct SMarks
     std::string sStack;            ///< the anim stack that the takes are ranges of; empty: the file's current one
     std::vector<SNodeMarks> nodes; ///< by name, and their properties too
     std::vector<STakeMark> takes;  ///< in the file's order
+    std::vector<std::string> warnings;
 };
 
 /// The message begins with the place: "/takes/0/endFrame: ...", or names the line where the text is no JSON.
@@ -54,8 +55,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Bounded by the text: a property has sixteen numbers at most. ZMarksError for everything that is not as it should be,
-/// a key that means nothing included.
+/// Bounded by the text: a property has sixteen numbers at most. ZMarksError for everything that is not as it should be;
+/// a key at the top that means nothing is a warning.
 SMarks ReadMarks(std::string_view text);
 
 /// A step of a place in a JSON document: "/" and the key, with what has a meaning there escaped.
