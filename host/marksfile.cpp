@@ -290,7 +290,7 @@ SMarks ReadMarks(std::string_view text)
     // Further in an unknown key is a slip of the pen; here it may be another tool's, which shares the file.
     for (const auto& [sKey, value] : json.items())
         if (sKey != "$schema" && sKey != "stack" && sKey != "nodes" && sKey != "takes")
-            marks.warnings.push_back(JsonStep(sKey) + ": is passed over; known are stack, nodes, takes");
+            marks.warnings.push_back(JsonStep(sKey) + ": is passed over; known are $schema, stack, nodes, takes");
     if (json.contains("stack"))
         marks.sStack = NameOf(json["stack"], "/stack");
     if (json.contains("nodes"))

@@ -339,7 +339,7 @@ TEST(Marks, FaultsLeaveTheOutputAlone)
         {R"({"nodes": {"hips": {}}})", "/nodes/hips: there is no node 'hips'; did you mean 'ns:Hips'?", true},
         {R"({"nodes": {"goround": {}}})", "did you mean 'ground'?", true},
         {R"({"nodes": {"elsewhere": {}}})", "there is no node 'elsewhere'\n", true},
-        {R"({"node": {}})", "/node: is passed over; known are stack, nodes, takes\n", false},
+        {R"({"node": {}})", "/node: is passed over; known are $schema, stack, nodes, takes\n", false},
         {R"({"takes": [{"ground": "Ground", "name": "w", "startFrame": 0, "endFrame": 1}]})",
          "/takes/0/ground: there is no node 'Ground'; did you mean 'ground'?", true},
         {R"({"takes": [{"ground": "cam", "node": "ns:Hips", "name": "w", "startFrame": 0, "endFrame": 1}]})",

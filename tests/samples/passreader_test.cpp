@@ -13,9 +13,8 @@ std::string PassesOf(const std::string& sText)
     const std::vector<char> text(sText.begin(), sText.end());
     uint32_t nLine = 0;
     size_t nPosition = 0;
-    char token[FXCompilerUtil::TOKEN_SIZE];
     TArray<SFXPass> passes;
-    Samples::ReadPasses(text.data(), text.size(), nLine, token, nPosition, passes);
+    Samples::ReadPasses(text.data(), text.size(), nLine, nPosition, passes);
     std::string sResult;
     for (const SFXPass& pass : passes)
     {
@@ -40,7 +39,7 @@ TEST(PassReader, PassesAndTheirSettings)
          "P{VertexShader=compile vs_2_0 Main( a, b )|ZEnable=true|} }"},
         {"pass P { SetBlendState( b, float4( 0, 0, 0, 0 ), 0xFF ); }}",
          "P{SetBlendState=b, float4( 0, 0, 0, 0 ), 0xFF|} }"},
-        {"Pass P < string s = \"};\"; > { Texture[0] = <t>; }}", "P{Texture[0]=<t>|} }"},
+        {"Pass P< string s = \"};\"; > { Texture[0] = <t>; }}", "P{Texture[0]=<t>|} }"},
         {"pass P { VertexShader = asm { vs_1_1\n mov o, v; }; Name = \"a;  b\"; }}",
          "P{VertexShader=asm { vs_1_1 mov o, v; }|Name=\"a;  b\"|} }"},
         {"\n#line 3 \"a.fxh\"\npass P {\n#line 9 \"b.fxh\"\nA = 1;\n}\n}", "P{A=1|} }"},
