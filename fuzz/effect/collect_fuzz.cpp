@@ -11,10 +11,10 @@ namespace
 class ZFuzzedCompiler final : public ZPlainCompiler
 {
 protected:
-    void ParseTechniqueBody(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, ZString*, size_t&,
+    void ParseTechniqueBody(const char* pText, size_t nSize, uint32_t& nLine, char*, ZString*, size_t&,
                             size_t& nPosition, SFXTechnique& technique) override
     {
-        Samples::ReadPasses(pText, nSize, nLine, pToken, nPosition, technique.passes);
+        Samples::ReadPasses(pText, nSize, nLine, nPosition, technique.passes);
     }
 };
 

@@ -13,8 +13,8 @@ namespace
 class ZPassReader
 {
 public:
-    ZPassReader(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, size_t& nPosition)
-        : m_pText(pText), m_nSize(nSize), m_nLine(nLine), m_pToken(pToken), m_nPosition(nPosition)
+    ZPassReader(const char* pText, size_t nSize, uint32_t& nLine, size_t& nPosition)
+        : m_pText(pText), m_nSize(nSize), m_nLine(nLine), m_nPosition(nPosition)
     {
     }
 
@@ -25,8 +25,11 @@ public:
             m_nPosition += ExpectKeyword(m_pText, m_nPosition, m_nSize, m_nLine, "pass");
             SFXPass pass;
             Next();
-            if (!At('<') && ReadToken(m_pText, m_nPosition, m_nSize, m_nLine, m_pToken))
-                pass.name = ZString::AllocateFromCString(m_pToken);
+            // No token: annotations may begin right behind the name.
+            const size_t nStart = m_nPosition;
+            while (m_nPosition < m_nSize && IsIdentifierCharacter(m_pText[m_nPosition]))
+                ++m_nPosition;
+            pass.name = ZString::FromView({m_pText + nStart, m_nPosition - nStart});
             Next();
             if (At('<'))
             {
@@ -116,16 +119,14 @@ private:
     const char* m_pText;
     size_t m_nSize;
     uint32_t& m_nLine;
-    char* m_pToken;
     size_t& m_nPosition;
 };
 
 } // namespace
 
-void ReadPasses(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, size_t& nPosition,
-                TArray<SFXPass>& passes)
+void ReadPasses(const char* pText, size_t nSize, uint32_t& nLine, size_t& nPosition, TArray<SFXPass>& passes)
 {
-    ZPassReader(pText, nSize, nLine, pToken, nPosition).Read(passes);
+    ZPassReader(pText, nSize, nLine, nPosition).Read(passes);
 }
 
 } // namespace Samples

@@ -12,7 +12,6 @@ namespace Samples
 /// Name and annotations may be left out. A value reaches to the semicolon outside of brackets, braces and quotes, its
 /// white space cut down to single blanks. The position stands behind the technique's opening brace and is left before
 /// its closing one. What does not fit fails as scanning functions do.
-void ReadPasses(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, size_t& nPosition,
-                TArray<SFXPass>& passes);
+void ReadPasses(const char* pText, size_t nSize, uint32_t& nLine, size_t& nPosition, TArray<SFXPass>& passes);
 
 } // namespace Samples

@@ -112,10 +112,10 @@ bool ZSampleEffectCompiler::RunPreprocessor(const char* pFlat, size_t nFlatSize,
     return true;
 }
 
-void ZSampleEffectCompiler::ParseTechniqueBody(const char* pText, size_t nSize, uint32_t& nLine, char* pToken, ZString*,
+void ZSampleEffectCompiler::ParseTechniqueBody(const char* pText, size_t nSize, uint32_t& nLine, char*, ZString*,
                                                size_t&, size_t& nPosition, SFXTechnique& technique)
 {
-    ReadPasses(pText, nSize, nLine, pToken, nPosition, technique.passes);
+    ReadPasses(pText, nSize, nLine, nPosition, technique.passes);
 }
 
 } // namespace Samples
