@@ -269,7 +269,8 @@ bool ZJobRunner::Make(const std::string& sId)
         answer.sWhy = "it has failed";
     }
     if (pContext != nullptr)
-        pContext->AddMessage(ESeverity::eInfo, "needs '" + sId + "': " + answer.sWhy);
+        pContext->AddMessage(answer.sAnswer == ANSWER_REFUSED ? ESeverity::eError : ESeverity::eInfo,
+                             "needs '" + sId + "': " + answer.sWhy);
     return false;
 }
 

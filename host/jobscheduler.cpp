@@ -211,7 +211,7 @@ void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
             std::string sRing;
             for (const std::string& sJob : worker.stack)
                 sRing += "'" + sJob + "' needs ";
-            return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_FAILED, "a ring: " + sRing + "'" + sId + "'"));
+            return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_REFUSED, "a ring: " + sRing + "'" + sId + "'"));
         }
         entry.waiters.push_back(nWorker);
         worker.sWaitsFor = sId;
@@ -243,7 +243,8 @@ void ZJobScheduler::Answer(size_t nWorker, const SEntry& needed)
     if (needed.result.IsGood())
         return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_READY, {}));
     const std::string* pWhy = needed.result.FirstError();
-    m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_FAILED, pWhy != nullptr ? *pWhy : "it has failed"));
+    const std::string_view answer = needed.result.job.Component().empty() ? ANSWER_REFUSED : ANSWER_FAILED;
+    m_services.pool.Send(nWorker, EncodeAnswer(answer, pWhy != nullptr ? *pWhy : "it has failed"));
 }
 
 void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)

@@ -113,8 +113,9 @@ struct SLine
 bool DecodeLine(std::string_view text, SLine& line);
 
 /// Answers to a worker that needs a packed resource.
-constexpr std::string_view ANSWER_READY = "ready"; ///< its file stands in its place
-constexpr std::string_view ANSWER_PACK = "pack";   ///< make it now, inside the job that needs it
-constexpr std::string_view ANSWER_FAILED = "failed";
+constexpr std::string_view ANSWER_READY = "ready";     ///< its file stands in its place
+constexpr std::string_view ANSWER_PACK = "pack";       ///< make it now, inside the job that needs it
+constexpr std::string_view ANSWER_FAILED = "failed";   ///< its own job tells why
+constexpr std::string_view ANSWER_REFUSED = "refused"; ///< there is no job that would tell why
 
 } // namespace Host

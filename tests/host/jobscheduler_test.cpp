@@ -160,7 +160,7 @@ TEST_F(JobSchedulerTest, AFailureOrCrashOfWhatIsNeededFailsItsUsers)
                             [](const SMessage& message) { return message.sText == "once"; }),
               1)
         << "the first try around the crash has left nothing";
-    EXPECT_TRUE(HasMessage(results[6], ESeverity::eInfo, "made elsewhere"));
+    EXPECT_TRUE(HasMessage(results[6], ESeverity::eError, "made elsewhere"));
 }
 
 TEST_F(JobSchedulerTest, ARingOfNeedsEnds)
@@ -175,7 +175,7 @@ TEST_F(JobSchedulerTest, ARingOfNeedsEnds)
         ASSERT_EQ(results.size(), 4u);
         for (const SJobResult& result : results)
             EXPECT_EQ(result.eStatus, EJobStatus::eFailed);
-        EXPECT_TRUE(HasMessage(results[0], ESeverity::eInfo, "a ring"));
+        EXPECT_TRUE(HasMessage(results[0], ESeverity::eError, "a ring"));
     }
 }
 
