@@ -139,6 +139,12 @@ bool ZJobRunner::Guarded(ZJobContext& context, const std::function<bool(ZJobCont
         context.AddMessage(ESeverity::eError, sText);
         return false;
     };
+    // What went wrong was traced last, if it was traced at all.
+    const auto cause = [this]
+    {
+        const std::vector<std::string> lines = m_trace.TakeFailures();
+        return lines.empty() ? std::string() : lines.back();
+    };
     bool bGood = false;
     try
     {
@@ -146,11 +152,13 @@ bool ZJobRunner::Guarded(ZJobContext& context, const std::function<bool(ZJobCont
     }
     catch (const SAssertionFailed& e)
     {
-        bGood = fail("assertion failed: " + e.sExpression);
+        const std::string sCause = cause();
+        bGood = fail("assertion failed: " + e.sExpression + (sCause.empty() ? "" : " (" + sCause + ')'));
     }
     catch (const zhalt_exception&)
     {
-        bGood = fail("halted: a condition that must never occur");
+        const std::string sCause = cause();
+        bGood = fail("halted: " + (sCause.empty() ? "a condition that must never occur" : sCause));
     }
     catch (const std::bad_alloc&)
     {

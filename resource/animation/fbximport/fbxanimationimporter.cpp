@@ -1,5 +1,6 @@
 #include "resource/animation/fbximport/fbxanimationimporter.h"
 
+#include "base/misc/trace.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxtakesampler.h"
 #include "resource/animation/fbximport/motioncharacteristics.h"
@@ -101,6 +102,10 @@ TSharedPtr<ZAnimation> ZFbxAnimationImporter::ImportAnimation(const ZString& tak
         if (const ZString name = CutNamespace(pBone->Name()); !(name == pBone->Name()))
             pBone = ZAnimatedBone::CloneWithName(*pBone, name);
 
+    if (pTake->m_endFrame < pTake->m_startFrame)
+        ZTRACE(ITraceListener::eTrace_Failure, "ZFbxAnimationImporter",
+               "take '{0}' ends at frame {1}, before its first frame {2}", pTake->m_name, pTake->m_endFrame,
+               pTake->m_startFrame);
     TSharedPtr<ZAnimation> pAnimation = ZAnimation::CreateForRange(
         pTake->m_name, pTake->m_startFrame, pTake->m_endFrame, pTake->m_frameRate, CutNamespace(ObjectName(pNode)),
         ground.m_rigResource, bones.Ref(), eSpace, offset, pTake->m_partialList.Ref());

@@ -1,5 +1,6 @@
 #include "resource/animation/fbximport/fbxtakedata.h"
 
+#include "base/misc/trace.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxsequenceorigin.h"
 #include "system/serializer/jsonvalue.h"
@@ -46,7 +47,12 @@ ZFbxTakeData::ZFbxTakeData(const FbxNode* pNode)
 
     const ZJsonValue* pPartialList = description.AsObject().Find("partialList");
     if (pPartialList == nullptr)
+    {
+        // A halt carries no text.
+        ZTRACE(ITraceListener::eTrace_Failure, "ZFbxTakeData", "the TakeData of '{0}' has no key 'partialList'",
+               ObjectName(pNode));
         throw zhalt_exception();
+    }
     for (const ZJsonValue& name : pPartialList->AsArray())
         m_partialList.Add(name.AsString());
 
