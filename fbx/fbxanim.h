@@ -15,7 +15,7 @@ class FbxAnimCurveNode
 {
 public:
     static constexpr size_t kMaxChannels = 4;
-    static constexpr size_t kMaxLayers = 64; ///< further connections of one node to layers are left out
+    static constexpr size_t kMaxLayers = 16; ///< further connections of one node to layers are left out
 
     size_t GetChannelCount() const { return m_nChannels; }
     /// Null when the channel has no curve.

@@ -61,7 +61,7 @@ bool IsAscending(const int64_t* pTimes, uint32_t nCount)
 FbxArrayReader::FbxArrayReader(FbxArena& arena, size_t nFileBytes, bool bBigEndian)
     : m_arena(arena),
       m_pDecompressor(libdeflate_alloc_decompressor()),
-      m_nBudget(uint64_t(nFileBytes) * 64 + (uint64_t(256) << 20)),
+      m_nBudget(uint64_t(nFileBytes) * 32 + (uint64_t(128) << 20)),
       m_bBigEndian(bBigEndian),
       m_buckets(256, -1)
 {
@@ -90,14 +90,19 @@ bool FbxArrayReader::Open(const SFbxValue* pValue, SPayload& payload)
         if (payload.bDeflated)
             payload.nBytes = LoadWord(pValue->p + 8, m_bBigEndian);
     }
-    if (payload.nDecoded > m_nBudget)
-        return Fail("the arrays of the file inflate to more than is reasonable for its size");
+    return true;
+}
+
+bool FbxArrayReader::Claim(size_t nCount, size_t nBytes)
+{
+    if (nCount > m_nBudget / nBytes)
+        return Fail();
+    m_nBudget -= uint64_t(nCount) * nBytes;
     return true;
 }
 
 bool FbxArrayReader::Decode(const SPayload& payload, void* pOut)
 {
-    m_nBudget -= payload.nDecoded;
     if (!payload.bDeflated)
     {
         if (payload.nDecoded > 0)
@@ -172,7 +177,12 @@ void ConvertElements(const std::byte* pFrom, uint32_t nCount, To* pTo)
 template <class T>
 bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
 {
-    m_scratch.resize(payload.nDecoded);
+    if (payload.nDecoded > m_scratch.size())
+    {
+        if (!Claim(payload.nDecoded - m_scratch.size(), 1))
+            return false;
+        m_scratch = std::vector<std::byte>(payload.nDecoded);
+    }
     if (!Decode(payload, m_scratch.data()))
         return false;
     switch (payload.type)
@@ -237,9 +247,20 @@ bool FbxArrayReader::Floats(const SFbxValue* pValue, const float*& pOut, uint32_
     if (!Open(pValue, payload))
         return false;
     nCount = payload.nCount;
+    uint64_t nHash;
+    if (const SShared* pShared = FindShared(payload, 'f', nHash))
+    {
+        pOut = static_cast<const float*>(pShared->pDecoded);
+        return true;
+    }
+    if (!Claim(nCount, sizeof(float)))
+        return false;
     float* pFloats = m_arena.AllocateArray<float>(nCount);
     pOut = pFloats;
-    return payload.type == 'f' ? Decode(payload, pFloats) : Convert(payload, pFloats);
+    if (!(payload.type == 'f' ? Decode(payload, pFloats) : Convert(payload, pFloats)))
+        return false;
+    Share(payload, 'f', nHash, pFloats, nullptr, true);
+    return true;
 }
 
 bool FbxArrayReader::Words(const SFbxValue* pValue, const uint32_t*& pOut, uint32_t& nCount)
@@ -254,6 +275,8 @@ bool FbxArrayReader::Words(const SFbxValue* pValue, const uint32_t*& pOut, uint3
         pOut = static_cast<const uint32_t*>(pShared->pDecoded);
         return true;
     }
+    if (!Claim(nCount, sizeof(uint32_t)))
+        return false;
     uint32_t* pWords = m_arena.AllocateArray<uint32_t>(nCount);
     pOut = pWords;
     if (!(payload.type == 'i' || payload.type == 'f' ? Decode(payload, pWords) : Convert(payload, pWords)))
@@ -274,6 +297,8 @@ bool FbxArrayReader::Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut
         bAscending = pShared->bAscending;
         return true;
     }
+    if (!Claim(payload.nCount, sizeof(int64_t)))
+        return false;
     int64_t* pTimes = m_arena.AllocateArray<int64_t>(payload.nCount);
     if (!(payload.type == 'l' ? Decode(payload, pTimes) : Convert(payload, pTimes)))
         return false;

@@ -13,7 +13,8 @@ struct libdeflate_decompressor;
 /// that were keyed together have the same key times, and most files have a handful of key attributes.
 ///
 /// Failures   a method returns false and Error() tells why; out parameters are not to be used then.
-/// Bounds     all decoded arrays together stay below 64 times the file's size plus 256 MB.
+/// Bounds     all decoded arrays together, with what is later made of their keys, stay below 32 times the file's
+///            size plus 128 MB.
 class FbxArrayReader
 {
 public:
@@ -25,6 +26,8 @@ public:
     bool Words(const SFbxValue* pValue, const uint32_t*& pOut, uint32_t& nCount);
     /// Shared with every earlier timeline of the same times. bAscending is false when the times go backwards.
     bool Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut, bool& bAscending);
+    /// Sets aside memory for what is made of arrays: nCount elements of nBytes each. False when that is too much.
+    bool Claim(size_t nCount, size_t nBytes);
     /// Times already in the arena.
     const SFbxTimeline* AddTimeline(const int64_t* pTimes, uint32_t nCount);
 
@@ -54,6 +57,7 @@ private:
     };
 
     bool Open(const SFbxValue* pValue, SPayload& payload);
+    bool Fail() { return Fail("the arrays of the file inflate to more than is reasonable for its size"); }
     /// Elements in their own type and this machine's byte order, in pOut.
     bool Decode(const SPayload& payload, void* pOut);
     template <class T>

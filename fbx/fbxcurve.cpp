@@ -1,5 +1,6 @@
 #include "fbx/fbxcurve.h"
 
+#include <bit>
 #include <cmath>
 
 const SFbxSegment* FbxAnimCurve::GetSegments(EFbxSegment& eOnly) const
@@ -27,6 +28,23 @@ const SFbxSegment* FbxAnimCurve::GetSegments(EFbxSegment& eOnly) const
     return m_pSegments;
 }
 
+namespace
+{
+
+/// True when a key of these attributes, between others of its own value, can only stay there.
+bool StaysFlat(uint32_t nFlags, const uint32_t* pWords)
+{
+    const float fRight = std::bit_cast<float>(pWords[0]);
+    const float fNextLeft = std::bit_cast<float>(pWords[1]);
+    if (!(nFlags & eFbxKey_Cubic) || (nFlags & (eFbxKey_Constant | eFbxKey_Tcb)))
+        return (nFlags & eFbxKey_Tcb) == 0 || std::isfinite(fRight + fNextLeft + std::bit_cast<float>(pWords[2]));
+    if (nFlags & eFbxKey_User)
+        return fRight == 0.0f && fNextLeft == 0.0f;
+    return std::fabs(fRight) <= 100.0f && std::fabs(fNextLeft) <= 100.0f; // beyond, a bias steepens by itself
+}
+
+} // namespace
+
 bool FbxAnimCurve::IsFlat() const
 {
     const uint32_t nKeys = pTimeline->nKeys;
@@ -35,6 +53,12 @@ bool FbxAnimCurve::IsFlat() const
     for (uint32_t n = 1; n < nKeys; ++n)
         if (pValues[n] != pValues[0])
             return false;
+    // Told by the attributes as a rule: the spans of a curve that never moves are not worked out.
+    bool bStays = true;
+    for (uint32_t n = 0; n < attributes.nEntries && bStays; ++n)
+        bStays = StaysFlat(attributes.pFlags[n], attributes.pWords + size_t(n) * 4);
+    if (bStays)
+        return true;
     EFbxSegment eOnly;
     const SFbxSegment* pSegments = GetSegments(eOnly);
     if (!pSegments)

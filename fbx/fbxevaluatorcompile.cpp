@@ -183,28 +183,39 @@ void FbxAnimEvaluator::SState::CompileLayers()
     }
 }
 
-void FbxAnimEvaluator::SState::CompileLinks(FbxObject& object) const
+void FbxAnimEvaluator::SState::CompileLinks(FbxObject& object)
 {
     std::vector<FbxObject::SActiveLink>& active = object.m_activeLinks;
     active.clear();
-    for (const FbxObject::SCurveNodeLink& link : object.m_curveNodes)
-        for (const FbxAnimLayer* pLayer : link.pCurveNode->m_layers)
-            if (pLayer->m_nPlace >= 0)
-                active.push_back({link.property, static_cast<uint32_t>(pLayer->m_nPlace), link.pCurveNode});
-    const auto before = [](const FbxObject::SActiveLink& a, const FbxObject::SActiveLink& b)
-    { return a.property != b.property ? a.property < b.property : a.nLayer < b.nLayer; };
-    std::stable_sort(active.begin(), active.end(), before);
-    // Of several curve nodes for one property in one layer the first connected counts.
-    const auto last =
-        std::unique(active.begin(), active.end(),
-                    [](const auto& a, const auto& b) { return a.nLayer == b.nLayer && a.property == b.property; });
-    active.erase(last, active.end());
+    links.assign(object.m_curveNodes.begin(), object.m_curveNodes.end());
+    std::stable_sort(links.begin(), links.end(), [](const auto& a, const auto& b) { return a.property < b.property; });
+    for (size_t nFirst = 0, nLast = 0; nFirst < links.size(); nFirst = nLast)
+    {
+        // Of several curve nodes for one property in one layer the first connected counts.
+        const size_t nBefore = active.size();
+        ++nProperty;
+        for (; nLast < links.size() && links[nLast].property == links[nFirst].property; ++nLast)
+        {
+            for (const FbxAnimLayer* pLayer : links[nLast].pCurveNode->m_layers)
+            {
+                if (pLayer->m_nPlace < 0 || taken[static_cast<size_t>(pLayer->m_nPlace)] == nProperty)
+                    continue;
+                taken[static_cast<size_t>(pLayer->m_nPlace)] = nProperty;
+                active.push_back(
+                    {links[nFirst].property, static_cast<uint32_t>(pLayer->m_nPlace), links[nLast].pCurveNode});
+            }
+        }
+        std::sort(active.begin() + static_cast<std::ptrdiff_t>(nBefore), active.end(),
+                  [](const auto& a, const auto& b) { return a.nLayer < b.nLayer; });
+    }
 }
 
 void FbxAnimEvaluator::SState::Compile()
 {
     bCompiled = true;
     CompileLayers();
+    taken.assign(layers.size(), 0);
+    nProperty = 0;
     for (const std::unique_ptr<FbxObject>& pObject : pScene->m_pStorage->objects)
         if (!pObject->m_curveNodes.empty())
             CompileLinks(*pObject);

@@ -135,7 +135,7 @@ struct FbxAnimEvaluator::SState
         return pFirst != pLast;
     }
     void CompileLayers();
-    void CompileLinks(FbxObject& object) const;
+    void CompileLinks(FbxObject& object);
     FbxVector3 ReadVector(const FbxNode& node, std::string_view property, const FbxVector3& fallback, bool bAnimated);
     void ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated);
 
@@ -156,4 +156,7 @@ struct FbxAnimEvaluator::SState
     std::vector<FbxAnimLayer*> layers;   ///< of the current stack, those that count
     const FbxAnimLayer* pBaseLayer = nullptr;
     std::vector<uint32_t> chain;
+    std::vector<FbxObject::SCurveNodeLink> links; ///< of the object that is compiled
+    std::vector<uint64_t> taken;                  ///< by layer: the last property that has a curve node there
+    uint64_t nProperty = 0;
 };

@@ -16,10 +16,12 @@ class FbxScene;
 ///
 /// Failures   Initialize and Import return false, and GetErrorText says what is wrong with the file in words.
 /// Safety     any bytes may be given. Records nest at most 1000 deep where they are read; an array or a text never
-///            claims more than the file's bytes can hold, or could inflate to (1032 to 1); all inflated arrays
-///            together stay below 64 times the file's size plus 256 MB; a node that would become its own ancestor
-///            is refused. Of a class's template the first 4096 properties count, of a curve node's layers the
-///            first 64.
+///            claims more than the file's bytes can hold, or could inflate to (1032 to 1); a node that would become
+///            its own ancestor is refused. Of a class's template the first 4096 properties count, of a curve node's
+///            layers the first 16.
+/// Memory     a file of n bytes takes at most 64 n + 1 MB for itself, its scene and the scene's evaluation, and what
+///            its deflated arrays inflate to, which is 32 n + 128 MB at most; key-heavy files take less than n. More
+///            than one object for 32 bytes, and 1000, are refused.
 class FbxImporter
 {
 public:

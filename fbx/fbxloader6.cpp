@@ -90,6 +90,12 @@ struct SOldKey
     float fSlopeNextLeft = 0;
     float fWeightRight = 1.0f / 3.0f;
     float fWeightNextLeft = 1.0f / 3.0f;
+
+    bool HasAttributesOf(const SOldKey& o) const
+    {
+        return nFlags == o.nFlags && fSlopeRight == o.fSlopeRight && fSlopeNextLeft == o.fSlopeNextLeft &&
+               fWeightRight == o.fWeightRight && fWeightNextLeft == o.fWeightNextLeft;
+    }
 };
 
 bool ReadWeights(KeyStream& stream, SOldKey& key)
@@ -211,7 +217,7 @@ private:
         bool bStatic = false; ///< the record says where the node rests
     };
 
-    void ReadModel(const SFbxRecord& record);
+    bool ReadModel(const SFbxRecord& record);
     void ReadSettings();
     void ReadConnections();
     void ReadChildren();
@@ -238,7 +244,7 @@ Loader::SModel* Loader::Lookup(std::string_view name)
     return found == m_models.end() ? nullptr : &found->second;
 }
 
-void Loader::ReadModel(const SFbxRecord& record)
+bool Loader::ReadModel(const SFbxRecord& record)
 {
     const SFbxObjectName split = FbxSplitName(record.Text(0));
     std::string_view type = record.Text(1);
@@ -246,7 +252,7 @@ void Loader::ReadModel(const SFbxRecord& record)
         if (const SFbxRecord* pType = record.Find("Type"))
             type = pType->Text(0);
     if (FbxIsEditorCamera(split.name))
-        return;
+        return true;
     if (type.empty() && record.Find("Properties60") == nullptr && record.Find("Properties") == nullptr)
         type = "Mesh"; // version 5 holds the mesh in the node and says nothing more
 
@@ -258,6 +264,8 @@ void Loader::ReadModel(const SFbxRecord& record)
         model.pAttribute = m_builder.AddAttribute(split.name, type, m_pEmptyTemplate);
     if (model.pAttribute)
         m_builder.ConnectAttribute(*model.pAttribute, *model.pNode);
+    if (!m_builder.HasRoom())
+        return false;
 
     if (const SFbxRecord* pProperties = record.Find("Properties60"))
     {
@@ -285,6 +293,7 @@ void Loader::ReadModel(const SFbxRecord& record)
         ReadChannels(record, kept, nullptr);
         kept.bStatic = true;
     }
+    return true;
 }
 
 void Loader::ReadSettings()
@@ -374,32 +383,43 @@ bool Loader::ReadCurve(const SFbxRecord& channel, const FbxAnimCurve*& pOut)
             return m_builder.Fail("the keys of a channel can't be read");
     if (keys.empty())
         return true;
-    std::stable_sort(keys.begin(), keys.end(), [](const SOldKey& a, const SOldKey& b) { return a.nTicks < b.nTicks; });
+    const auto before = [](const SOldKey& a, const SOldKey& b) { return a.nTicks < b.nTicks; };
+    if (!std::is_sorted(keys.begin(), keys.end(), before))
+        std::stable_sort(keys.begin(), keys.end(), before);
 
     FbxArena& arena = m_builder.Arena();
     const uint32_t nKeys = static_cast<uint32_t>(keys.size());
     int64_t* pTimes = arena.AllocateArray<int64_t>(nKeys);
     float* pValues = arena.AllocateArray<float>(nKeys);
-    uint32_t* pFlags = arena.AllocateArray<uint32_t>(nKeys);
-    uint32_t* pWords = arena.AllocateArray<uint32_t>(size_t(nKeys) * 4);
-    int32_t* pCounts = arena.AllocateArray<int32_t>(nKeys);
+    // Attributes are kept as newer files have them: one entry for all keys in a row that share it.
+    uint32_t nEntries = 1;
+    for (uint32_t n = 1; n < nKeys; ++n)
+        nEntries += !keys[n].HasAttributesOf(keys[n - 1]);
+    uint32_t* pFlags = arena.AllocateArray<uint32_t>(nEntries);
+    uint32_t* pWords = arena.AllocateArray<uint32_t>(size_t(nEntries) * 4);
+    int32_t* pCounts = arena.AllocateArray<int32_t>(nEntries);
+    uint32_t nEntry = 0;
     for (uint32_t n = 0; n < nKeys; ++n)
     {
         const SOldKey& key = keys[n];
         pTimes[n] = key.nTicks;
         pValues[n] = key.fValue;
-        pFlags[n] = key.nFlags;
-        pWords[n * 4] = std::bit_cast<uint32_t>(key.fSlopeRight);
-        pWords[n * 4 + 1] = std::bit_cast<uint32_t>(key.fSlopeNextLeft);
-        pWords[n * 4 + 2] = std::bit_cast<uint32_t>(key.fWeightRight);
-        pWords[n * 4 + 3] = std::bit_cast<uint32_t>(key.fWeightNextLeft);
-        pCounts[n] = 1;
+        if (n > 0 && key.HasAttributesOf(keys[n - 1]))
+        {
+            ++pCounts[nEntry - 1];
+            continue;
+        }
+        pFlags[nEntry] = key.nFlags;
+        uint32_t* pWord = pWords + size_t(nEntry) * 4;
+        for (const float f : {key.fSlopeRight, key.fSlopeNextLeft, key.fWeightRight, key.fWeightNextLeft})
+            *pWord++ = std::bit_cast<uint32_t>(f);
+        pCounts[nEntry++] = 1;
     }
     FbxAnimCurve* pCurve = arena.New<FbxAnimCurve>();
     pCurve->pArena = &arena;
     pCurve->pTimeline = m_builder.Arrays().AddTimeline(pTimes, nKeys);
     pCurve->pValues = pValues;
-    pCurve->attributes = {pFlags, pWords, pCounts, nKeys, true};
+    pCurve->attributes = {pFlags, pWords, pCounts, nEntries, true};
     pCurve->pre = FbxReadExtrapolation(channel.Find("Pre-Extrapolation"));
     pCurve->post = FbxReadExtrapolation(channel.Find("Post-Extrapolation"));
     pOut = pCurve;
@@ -485,6 +505,8 @@ bool Loader::ReadTake(const SFbxRecord& take)
 {
     FbxAnimStack* pStack = m_builder.AddStack(take.Text(0), m_pEmptyTemplate);
     FbxAnimLayer* pLayer = m_builder.AddLayer("BaseLayer", m_pEmptyTemplate);
+    if (!m_builder.HasRoom())
+        return false;
     m_builder.ConnectLayer(*pLayer, *pStack);
     if (const SFbxRecord* pTime = take.Find("LocalTime"))
         m_builder.SetSpan(*pStack, pTime->Int(0), pTime->Int(1));
@@ -493,18 +515,25 @@ bool Loader::ReadTake(const SFbxRecord& take)
             if (SModel* pModel = Lookup(FbxSplitName(p->Text(0)).name))
                 if (!ReadChannels(*p, *pModel, pLayer))
                     return false;
-    // What the first take said of a node without a place of its own stays its place.
-    for (auto& [name, model] : m_models)
-        model.bStatic = true;
     return true;
 }
 
 bool Loader::ReadTakes()
 {
     const SFbxRecord* pTakes = m_tree.root.Find("Takes");
+    bool bFirst = true;
     for (const SFbxRecord* p = pTakes ? pTakes->pChild : nullptr; p; p = p->pNext)
-        if (p->Is("Take") && !ReadTake(*p))
+    {
+        if (!p->Is("Take"))
+            continue;
+        if (!ReadTake(*p))
             return false;
+        // What the first take said of a node without a place of its own stays its place.
+        if (bFirst)
+            for (auto& [name, model] : m_models)
+                model.bStatic = true;
+        bFirst = false;
+    }
     if (m_tree.nVersion < 6000 && m_builder.Scene().GetAnimStackCount() == 0)
     {
         // The animation of a file without takes is the one inside its nodes.
@@ -529,8 +558,8 @@ bool Loader::Load()
     const SFbxRecord* pObjects = m_tree.root.Find("Objects");
     for (const SFbxRecord* pList : {static_cast<const SFbxRecord*>(&m_tree.root), pObjects})
         for (const SFbxRecord* p = pList ? pList->pChild : nullptr; p; p = p->pNext)
-            if (p->Is("Model"))
-                ReadModel(*p);
+            if (p->Is("Model") && !ReadModel(*p))
+                return false;
     ReadConnections();
     ReadChildren();
     if (!m_builder.FinishTree())

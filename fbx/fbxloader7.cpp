@@ -52,7 +52,7 @@ private:
     bool ReadObject(const SFbxRecord& record);
     void ReadCurveNode(const SFbxRecord& record, int64_t nId);
     bool ReadCurve(const SFbxRecord& record, int64_t nId);
-    void SortKeys(FbxAnimCurve& curve);
+    bool SortKeys(FbxAnimCurve& curve);
     void ReadConnections();
     void ConnectObjects(const SEntry& source, const SEntry& target);
     void ConnectProperty(const SEntry& source, const SEntry& target, std::string_view property);
@@ -71,11 +71,11 @@ private:
     std::vector<std::pair<int64_t, SEntry>> m_entries; ///< by number, once all are read; of equal ones the first counts
     struct STemplate
     {
-        std::string_view name;
-        const SFbxRecord* pProperties;
-        const SFbxPropertyTemplate* pTemplate;
+        const SFbxRecord* pProperties = nullptr;
+        const SFbxPropertyTemplate* pTemplate = nullptr;
     };
-    std::vector<STemplate> m_templates;
+    std::map<std::string_view, STemplate> m_templates; ///< of the file, by class; of equal ones the first counts
+    STemplate m_plainTemplates[3];                     ///< of classes that the file has none for: node, camera, others
     std::vector<SChannelNames> m_channelNames;
     std::string_view m_activeStack;
 };
@@ -95,7 +95,7 @@ void Loader::ReadDefinitions()
             std::string_view name = pTemplate->Text(0);
             if (name.substr(0, 4) == "KFbx")
                 name.remove_prefix(1);
-            m_templates.push_back({name, pTemplate->Find("Properties70"), nullptr});
+            m_templates.try_emplace(name, STemplate{pTemplate->Find("Properties70"), nullptr});
         }
     }
 }
@@ -103,25 +103,14 @@ void Loader::ReadDefinitions()
 /// Made when first asked for, completed by what the class has anyway.
 const SFbxPropertyTemplate* Loader::TemplateOf(std::string_view name, std::string_view type)
 {
-    STemplate* pFound = nullptr;
-    for (STemplate& entry : m_templates)
-        if (!pFound && entry.name == name)
-            pFound = &entry;
-    if (!pFound)
-    {
-        m_templates.push_back({name, nullptr, nullptr});
-        pFound = &m_templates.back();
-    }
-    if (!pFound->pTemplate)
-    {
-        if (name == "FbxNode")
-            pFound->pTemplate = m_builder.NodeTemplate(pFound->pProperties, true);
-        else if (type == "Camera")
-            pFound->pTemplate = m_builder.CameraTemplate(pFound->pProperties, true);
-        else
-            pFound->pTemplate = m_builder.Template(pFound->pProperties, true);
-    }
-    return pFound->pTemplate;
+    const size_t nKind = name == "FbxNode" ? 0 : type == "Camera" ? 1 : 2;
+    const auto found = m_templates.find(name);
+    STemplate& entry = found != m_templates.end() ? found->second : m_plainTemplates[nKind];
+    if (!entry.pTemplate)
+        entry.pTemplate = nKind == 0   ? m_builder.NodeTemplate(entry.pProperties, true)
+                          : nKind == 1 ? m_builder.CameraTemplate(entry.pProperties, true)
+                                       : m_builder.Template(entry.pProperties, true);
+    return entry.pTemplate;
 }
 
 void Loader::ReadDocuments()
@@ -175,9 +164,8 @@ bool Loader::ReadObject(const SFbxRecord& record)
     else if (record.Is("NodeAttribute") || record.Is("Geometry"))
     {
         const bool bBone = type == "LimbNode" || type == "Limb" || type == "Root";
-        const std::string sTemplate = bBone ? "FbxSkeleton" : "Fbx" + std::string(type);
-        const std::string_view known = m_builder.Arena().CopyText(sTemplate);
-        pObject = m_builder.AddAttribute(name, type, TemplateOf(known, type));
+        const std::string sTemplate = bBone ? "FbxSkeleton" : std::string("Fbx").append(type);
+        pObject = m_builder.AddAttribute(name, type, TemplateOf(sTemplate, type));
         eKind = EKind::eAttribute;
     }
     else if (!m_bAnimation)
@@ -192,6 +180,8 @@ bool Loader::ReadObject(const SFbxRecord& record)
         pObject = m_builder.AddLayer(name, TemplateOf("FbxAnimLayer", type));
         eKind = EKind::eLayer;
     }
+    if (!m_builder.HasRoom())
+        return false;
     FbxAccess::SetId(*pObject, nId);
     if (const SFbxRecord* pProperties = record.Find("Properties70"))
         m_builder.ReadProperties(*pObject, *pProperties, true);
@@ -229,10 +219,13 @@ void Loader::ReadCurveNode(const SFbxRecord& record, int64_t nId)
 }
 
 /// Keys out of order are put in order, each with the attributes it came with.
-void Loader::SortKeys(FbxAnimCurve& curve)
+bool Loader::SortKeys(FbxAnimCurve& curve)
 {
     FbxArena& arena = m_builder.Arena();
     const uint32_t nKeys = curve.pTimeline->nKeys;
+    constexpr size_t kBytesPerKey = 60; // what is kept of a key, and its place among the sorted ones
+    if (!m_builder.Arrays().Claim(nKeys, kBytesPerKey))
+        return false;
     std::vector<uint32_t> order(nKeys);
     std::iota(order.begin(), order.end(), 0u);
     const int64_t* pTimes = curve.pTimeline->pTimes;
@@ -274,6 +267,7 @@ void Loader::SortKeys(FbxAnimCurve& curve)
     }
     curve.pTimeline = m_builder.Arrays().AddTimeline(pSorted, nKeys);
     curve.pValues = pValues;
+    return true;
 }
 
 } // namespace
@@ -368,8 +362,13 @@ bool Loader::ReadCurve(const SFbxRecord& record, int64_t nId)
     }
     pCurve->pre = FbxReadExtrapolation(pPre);
     pCurve->post = FbxReadExtrapolation(pPost);
-    if (!bAscending)
-        SortKeys(*pCurve);
+    if (!bAscending && !SortKeys(*pCurve))
+        return fail(arrays.Error());
+    bool bCubic = false;
+    for (uint32_t n = 0; n < attributes.nEntries; ++n)
+        bCubic |= (attributes.pFlags[n] & eFbxKey_Cubic) != 0;
+    if (bCubic && !arrays.Claim(nValues, sizeof(SFbxSegment)))
+        return fail(arrays.Error());
     Enter(nId, EKind::eCurve).pCurve = pCurve;
     return true;
 }

@@ -23,9 +23,10 @@ bool EqualsIgnoringCase(std::string_view a, std::string_view b)
 const SFbxPropertyData* Find(const std::vector<SFbxPropertyData>& properties, std::string_view name,
                              bool bCaseSensitive)
 {
-    for (const SFbxPropertyData& data : properties)
-        if (bCaseSensitive ? data.name == name : EqualsIgnoringCase(data.name, name))
-            return &data;
+    // Of properties of one name, the last that was written holds.
+    for (auto data = properties.rbegin(); data != properties.rend(); ++data)
+        if (bCaseSensitive ? data->name == name : EqualsIgnoringCase(data->name, name))
+            return &*data;
     return nullptr;
 }
 
@@ -109,9 +110,8 @@ FbxObject::ActiveLinks(std::string_view property) const
 
 SFbxPropertyData& FbxObject::EditProperty(std::string_view name, EFbxType eType, std::string_view typeName)
 {
-    for (SFbxPropertyData& data : m_properties)
-        if (data.name == name)
-            return data;
+    if (const SFbxPropertyData* pOwn = Find(m_properties, name, true))
+        return const_cast<SFbxPropertyData&>(*pOwn);
     m_bMarked = false;
     const SFbxPropertyData* pDefault = m_pTemplate ? Find(m_pTemplate->properties, name, true) : nullptr;
     if (pDefault)

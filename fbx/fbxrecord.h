@@ -44,9 +44,9 @@ static_assert(sizeof(SFbxValue) == 16);
 struct SFbxRecord
 {
     const char* pName = "";
+    uint32_t nValues = 0;
     uint16_t nName = 0;
     bool bBlock = false; ///< has a list of nested records, which may be empty
-    uint32_t nValues = 0;
     const SFbxValue* pValues = nullptr;
     SFbxRecord* pChild = nullptr;
     SFbxRecord* pNext = nullptr;

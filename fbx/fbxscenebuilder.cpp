@@ -67,9 +67,18 @@ constexpr SFbxPropertyData kCameraProperties[] = {
 } // namespace
 
 FbxSceneBuilder::FbxSceneBuilder(FbxScene& scene, const SFbxRecordTree& tree, size_t nFileBytes, std::string& sError)
-    : m_scene(scene), m_sError(sError), m_arrays(FbxAccess::Arena(scene), nFileBytes, tree.bBigEndian)
+    : m_scene(scene),
+      m_nMaxObjects(nFileBytes / kBytesPerObject + kObjectsOfAnyFile),
+      m_sError(sError),
+      m_arrays(FbxAccess::Arena(scene), nFileBytes, tree.bBigEndian)
 {
     FbxAccess::SetTemplate(*scene.GetRootNode(), NodeTemplate(nullptr, true));
+}
+
+bool FbxSceneBuilder::HasRoom()
+{
+    return FbxAccess::Storage(m_scene).objects.size() <= m_nMaxObjects ||
+           Fail("the file has more objects than its size can hold");
 }
 
 FbxNode* FbxSceneBuilder::AddNode(std::string_view name, std::string_view type, const SFbxPropertyTemplate* pTemplate)

@@ -16,6 +16,9 @@ public:
     FbxScene& Scene() { return m_scene; }
     FbxArena& Arena() { return FbxAccess::Arena(m_scene); }
     FbxArrayReader& Arrays() { return m_arrays; }
+    /// False, with a text, when the file makes more objects than its size can hold: an honest one spends more than
+    /// kBytesPerObject bytes on each.
+    bool HasRoom();
     bool Fail(std::string sWhat)
     {
         m_sError = std::move(sWhat);
@@ -54,7 +57,11 @@ private:
     const SFbxPropertyTemplate* MakeTemplate(const SFbxRecord* pProperties, bool bLabel,
                                              const SFbxPropertyData* pBuiltIn, size_t nBuiltIn);
 
+    static constexpr size_t kBytesPerObject = 32;
+    static constexpr size_t kObjectsOfAnyFile = 1000;
+
     FbxScene& m_scene;
+    size_t m_nMaxObjects;
     std::string& m_sError;
     FbxArrayReader m_arrays;
 };
