@@ -116,6 +116,8 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
             to.pValues = channel.pCurve->pValues;
             to.pSegments = channel.pCurve->GetSegments(to.eOnly);
             to.fFactor = channel.fFactor;
+            to.bHolds = channel.pCurve->pre.eType == EFbxExtrapolation::eConstant &&
+                        channel.pCurve->post.eType == EFbxExtrapolation::eConstant;
             to.nTimeline = channel.pCurve->pTimeline->nIndex;
             plan.nMoving = static_cast<uint16_t>(plan.nMoving | 1u << (p * 3 + n));
         }

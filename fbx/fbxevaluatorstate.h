@@ -44,6 +44,7 @@ struct SFbxChannelPlan
     double fFactor = 1.0;
     uint32_t nTimeline = 0;
     EFbxSegment eOnly = EFbxSegment::eLinear;
+    bool bHolds = false; ///< has its first and last key's values outside of them
 };
 
 /// What the transform of a node is made of, after everything that does not move was worked out.
@@ -119,7 +120,7 @@ struct FbxAnimEvaluator::SState
     {
         const SFbxLocation& known = locations[channel.nTimeline];
         const SFbxLocation& location = known.nStamp == now.nStamp ? known : Locate(*channel.pCurve->pTimeline);
-        if (location.eWhere >= SFbxLocation::eBefore)
+        if (location.eWhere >= SFbxLocation::eBefore && !channel.bHolds)
             return channel.fFactor * Extrapolate(*channel.pCurve, location.eWhere == SFbxLocation::eBefore);
         return channel.fFactor * FbxValueAt(channel.pValues, channel.pSegments, channel.eOnly, location);
     }

@@ -191,23 +191,6 @@ FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f)
     return a * FbxQuaternion{d.x * k, d.y * k, d.z * k, c};
 }
 
-FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& r)
-{
-    // Starts from the largest of the four components, so that nothing is divided by a small number.
-    const double* m = r.m;
-    const double fTrace = m[0] + m[4] + m[8];
-    FbxQuaternion q;
-    if (fTrace >= m[0] && fTrace >= m[4] && fTrace >= m[8])
-        q = {m[7] - m[5], m[2] - m[6], m[3] - m[1], 1.0 + fTrace};
-    else if (m[0] >= m[4] && m[0] >= m[8])
-        q = {1.0 + m[0] - m[4] - m[8], m[1] + m[3], m[2] + m[6], m[7] - m[5]};
-    else if (m[4] >= m[8])
-        q = {m[1] + m[3], 1.0 + m[4] - m[0] - m[8], m[5] + m[7], m[2] - m[6]};
-    else
-        q = {m[2] + m[6], m[5] + m[7], 1.0 + m[8] - m[0] - m[4], m[3] - m[1]};
-    return q.Normalized();
-}
-
 SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a)
 {
     return {{a.m[0], a.m[3], a.m[6], a.m[1], a.m[4], a.m[7], a.m[2], a.m[5], a.m[8]}};
@@ -285,39 +268,17 @@ void DecomposeFlat(FbxVector3 x, FbxVector3 y, FbxVector3 z, FbxQuaternion& q)
 
 } // namespace
 
-void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
+void FbxDecomposeOdd(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
 {
     const FbxVector3 x{a.m[0], a.m[3], a.m[6]};
     const FbxVector3 y{a.m[1], a.m[4], a.m[7]};
     const FbxVector3 z{a.m[2], a.m[5], a.m[8]};
-    const double xx = Dot(x, x);
-    const double zz = Dot(z, z);
-    s = {std::sqrt(xx), std::sqrt(Dot(y, y)), std::sqrt(zz)};
-
-    // The first axis keeps its direction, the second its side of the first, the third follows. The part of the second
-    // that stands across the first is taken times the first's squared length: neither waits for the other's root.
-    const FbxVector3 across = y * xx - x * Dot(x, y);
-    const double fAcross = Dot(across, across);
-    if (!(fAcross > 1e-200 && fAcross < 1e200 && xx > 1e-100 && zz > 1e-200))
-    {
-        const double fMirror = FbxDeterminant(a) < 0.0 ? -1.0 : 1.0;
-        DecomposeFlat(x * fMirror, y * fMirror, z * fMirror, q);
-        s = s * fMirror;
-        if (fMirror < 0.0)
-            s = {s.x == 0.0 ? 0.0 : s.x, s.y == 0.0 ? 0.0 : s.y, s.z == 0.0 ? 0.0 : s.z};
-        return;
-    }
-    FbxVector3 first = x * (1.0 / s.x);
-    FbxVector3 second = across * (1.0 / std::sqrt(fAcross));
-    const FbxVector3 third = Cross(first, second);
-    if (Dot(third, z) < 0.0)
-    {
-        // Mirrored: all three axes are turned about, which leaves the third where it is.
-        s = -s;
-        first = -first;
-        second = -second;
-    }
-    q = FbxQuaternionOf({{first.x, second.x, third.x, first.y, second.y, third.y, first.z, second.z, third.z}});
+    s = {std::sqrt(Dot(x, x)), std::sqrt(Dot(y, y)), std::sqrt(Dot(z, z))};
+    const double fMirror = FbxDeterminant(a) < 0.0 ? -1.0 : 1.0;
+    DecomposeFlat(x * fMirror, y * fMirror, z * fMirror, q);
+    s = s * fMirror;
+    if (fMirror < 0.0)
+        s = {s.x == 0.0 ? 0.0 : s.x, s.y == 0.0 ? 0.0 : s.y, s.z == 0.0 ? 0.0 : s.z};
 }
 
 void FbxTurnNegativeScales(FbxQuaternion& q, FbxVector3& s)

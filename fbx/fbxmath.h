@@ -2,11 +2,24 @@
 
 #include "fbx/fbxtransform.h"
 
+#include <cmath>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 /// Functions that differ between the mathematics libraries of machines, written with the four operations and the
 /// square root alone, so that equal input gives equal bits everywhere. Errors are a few units in the last place.
 
 /// Two numbers that go through the same operations at once; each gets the bits it would get alone.
 using SFbxTwo = double __attribute__((vector_size(16)));
+inline SFbxTwo FbxSquareRoot(SFbxTwo x)
+{
+#ifdef __SSE2__
+    return _mm_sqrt_pd(x);
+#else
+    return {std::sqrt(x[0]), std::sqrt(x[1])};
+#endif
+}
 using SFbxTwoBits = long long __attribute__((vector_size(16)));
 
 /// An angle whose quarter turns a double can't count, within one turn; not a number for infinities.
@@ -86,10 +99,16 @@ inline SFbxMatrix3 FbxMatrixOf(const FbxQuaternion& q)
 }
 inline SFbxMatrix3 operator*(const SFbxMatrix3& a, const SFbxMatrix3& b)
 {
+    // The first two columns at once.
+    const SFbxTwo b0{b.m[0], b.m[1]}, b1{b.m[3], b.m[4]}, b2{b.m[6], b.m[7]};
     SFbxMatrix3 r;
     for (int i = 0; i < 9; i += 3)
-        for (int j = 0; j < 3; ++j)
-            r.m[i + j] = a.m[i] * b.m[j] + a.m[i + 1] * b.m[3 + j] + a.m[i + 2] * b.m[6 + j];
+    {
+        const SFbxTwo two = a.m[i] * b0 + a.m[i + 1] * b1 + a.m[i + 2] * b2;
+        r.m[i] = two[0];
+        r.m[i + 1] = two[1];
+        r.m[i + 2] = a.m[i] * b.m[2] + a.m[i + 1] * b.m[5] + a.m[i + 2] * b.m[8];
+    }
     return r;
 }
 inline FbxVector3 operator*(const SFbxMatrix3& a, const FbxVector3& v)
@@ -106,9 +125,67 @@ inline SFbxMatrix3 FbxScaled(const SFbxMatrix3& a, const FbxVector3& s)
 SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a);
 SFbxMatrix3 FbxInverse(const SFbxMatrix3& a); ///< not a number where it is singular
 double FbxDeterminant(const SFbxMatrix3& a);
-FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& rotation);
-/// Rotation and scale as FbxTransform tells them.
-void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s);
+inline FbxQuaternion FbxQuaternionOf(const SFbxMatrix3& r)
+{
+    // Starts from the largest of the four components, so that nothing is divided by a small number.
+    const double* m = r.m;
+    const double fTrace = m[0] + m[4] + m[8];
+    FbxQuaternion q;
+    if (fTrace >= m[0] && fTrace >= m[4] && fTrace >= m[8])
+        q = {m[7] - m[5], m[2] - m[6], m[3] - m[1], 1.0 + fTrace};
+    else if (m[0] >= m[4] && m[0] >= m[8])
+        q = {1.0 + m[0] - m[4] - m[8], m[1] + m[3], m[2] + m[6], m[7] - m[5]};
+    else if (m[4] >= m[8])
+        q = {m[1] + m[3], 1.0 + m[4] - m[0] - m[8], m[5] + m[7], m[2] - m[6]};
+    else
+        q = {m[2] + m[6], m[5] + m[7], 1.0 + m[8] - m[0] - m[4], m[3] - m[1]};
+    const double f = 1.0 / std::sqrt(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w);
+    return {q.x * f, q.y * f, q.z * f, q.w * f};
+}
+
+/// For matrices with axes of length zero, or so long or short that squares do not tell.
+void FbxDecomposeOdd(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s);
+/// Rotation and scale as FbxTransform tells them: the first axis keeps its direction, the second its side of the first,
+/// the third follows. Two numbers a register where two of a kind are to be had.
+inline void FbxDecompose(const SFbxMatrix3& a, FbxQuaternion& q, FbxVector3& s)
+{
+    const SFbxTwo xy0{a.m[0], a.m[1]}, xy1{a.m[3], a.m[4]}, xy2{a.m[6], a.m[7]}; // both axes, component by component
+    const SFbxTwo zx0{a.m[2], a.m[0]}, zx1{a.m[5], a.m[3]}, zx2{a.m[8], a.m[6]};
+    const SFbxTwo zy0{a.m[2], a.m[1]}, zy1{a.m[5], a.m[4]}, zy2{a.m[8], a.m[7]};
+    const SFbxTwo squares = xy0 * xy0 + xy1 * xy1 + xy2 * xy2; // of x and y
+    const SFbxTwo others = zx0 * zy0 + zx1 * zy1 + zx2 * zy2;  // z squared, x times y
+    const double xx = squares[0];
+    const double zz = others[0];
+
+    // The part of the second axis across the first is taken times the first's squared length: neither waits for the
+    // other's root.
+    const double fDot = others[1];
+    const FbxVector3 across{a.m[1] * xx - a.m[0] * fDot, a.m[4] * xx - a.m[3] * fDot, a.m[7] * xx - a.m[6] * fDot};
+    const double fAcross = across.x * across.x + across.y * across.y + across.z * across.z;
+    if (!(fAcross > 1e-200 && fAcross < 1e200 && xx > 1e-100 && zz > 1e-200))
+    {
+        FbxDecomposeOdd(a, q, s);
+        return;
+    }
+    const SFbxTwo rootsXAcross = FbxSquareRoot(SFbxTwo{xx, fAcross});
+    const SFbxTwo rootsYZ = FbxSquareRoot(SFbxTwo{squares[1], zz});
+    s = {rootsXAcross[0], rootsYZ[0], rootsYZ[1]};
+    const SFbxTwo inverse = 1.0 / rootsXAcross;
+    const double fFirst = inverse[0];
+    const double fSecond = inverse[1];
+    FbxVector3 first{a.m[0] * fFirst, a.m[3] * fFirst, a.m[6] * fFirst};
+    FbxVector3 second{across.x * fSecond, across.y * fSecond, across.z * fSecond};
+    const FbxVector3 third{first.y * second.z - first.z * second.y, first.z * second.x - first.x * second.z,
+                           first.x * second.y - first.y * second.x};
+    if (third.x * a.m[2] + third.y * a.m[5] + third.z * a.m[8] < 0.0)
+    {
+        // Mirrored: all three axes are turned about, which leaves the third where it is.
+        s = -s;
+        first = -first;
+        second = -second;
+    }
+    q = FbxQuaternionOf({{first.x, second.x, third.x, first.y, second.y, third.y, first.z, second.z, third.z}});
+}
 void FbxTurnNegativeScales(FbxQuaternion& q, FbxVector3& s);
 /// A rotation with scales of any sign, as FbxTransform tells them.
 inline void FbxNormaliseSigns(FbxQuaternion& q, FbxVector3& s)
