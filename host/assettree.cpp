@@ -42,12 +42,16 @@ std::vector<std::string_view> NamesOf(std::string_view path)
     return names;
 }
 
-bool IsSource(const fs::path& path)
+bool HasScanner(const fs::path& path)
 {
     const std::string sExtension = path.extension().string();
-    if (sExtension.empty() || ScannerOf(std::string_view(sExtension).substr(1)).empty())
-        return false;
-    const std::string_view sign = SignOfSource(std::string_view(sExtension).substr(1));
+    return !sExtension.empty() && !ScannerOf(std::string_view(sExtension).substr(1)).empty();
+}
+
+/// Looks into the file where its extension alone does not tell.
+bool IsSource(const fs::path& path)
+{
+    const std::string_view sign = SignOfSource(std::string_view(path.extension().string()).substr(1));
     if (sign.empty())
         return true;
     std::string sBeginning(SIGN_REACH, '\0');
@@ -163,7 +167,8 @@ bool ZAssetTree::IsFolder(const std::string& sId) const
     return fs::is_directory(m_sRoot + '/' + sId.substr(SCHEME.size()), error);
 }
 
-std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_t& nUnreadableNames) const
+std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_t& nUnreadableNames,
+                                             const FKnown& isKnown) const
 {
     std::vector<std::string> sources;
     std::vector<std::string> folders{m_sRoot + '/' + sFolderId.substr(SCHEME.size())};
@@ -185,11 +190,13 @@ std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_
                 folders.push_back(sPath);
                 continue;
             }
-            if (!entry->is_regular_file(ignored) || !IsSource(entry->path()))
+            if (!HasScanner(entry->path()) || !entry->is_regular_file(ignored))
                 continue;
-            const std::string_view relative = std::string_view(sPath).substr(m_sRoot.size() + 1);
-            if (IsUtf8(relative))
-                sources.push_back(std::string(SCHEME) + std::string(relative));
+            const std::string sId = std::string(SCHEME) + sPath.substr(m_sRoot.size() + 1);
+            if (!(isKnown && isKnown(sId, sPath)) && !IsSource(entry->path()))
+                continue;
+            if (IsUtf8(sId))
+                sources.push_back(sId);
             else
                 ++nUnreadableNames;
         }

@@ -2,6 +2,7 @@
 
 #include "base/misc/zresourceid.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -45,9 +46,12 @@ public:
     /// Whether an identifier names a folder of the tree.
     bool IsFolder(const std::string& sId) const;
 
+    /// Whether a file is known to be a source as it is, so that there is no need to look into it.
+    using FKnown = std::function<bool(const std::string& sId, const std::string& sPath)>;
     /// Identifiers of all files below a folder (its identifier) whose extension has a scanner, in their order. Names
     /// that are no UTF-8 and can't be told to anybody are left out and counted.
-    std::vector<std::string> Sources(const std::string& sFolderId, size_t& nUnreadableNames) const;
+    std::vector<std::string> Sources(const std::string& sFolderId, size_t& nUnreadableNames,
+                                     const FKnown& isKnown = {}) const;
 
     const std::string& Root() const { return m_sRoot; }
 

@@ -4,8 +4,8 @@
 #include "host/hostsession.h"
 #include "host/jsonwriter.h"
 #include "host/resourceids.h"
-#include "host/sourcescan.h"
 
+#include <algorithm>
 #include <chrono>
 #include <unordered_map>
 
@@ -75,11 +75,13 @@ private:
         m_session.Run(jobs,
                       [this](const SJobResult& result)
                       {
-                          if (result.IsGood())
-                              m_scans[result.job.sId] = ReadSourceScan(result.sScan);
-                          else
-                              Report(result);
+                          if (!result.IsGood())
+                              return Report(result);
+                          for (const SSourceScan::SSubResource& entry : result.scan.subResources)
+                              m_found[result.job.sId].push_back(entry.sId);
                       });
+        if (m_options.sources.empty())
+            m_session.ForgetAllBut(m_files);
         if (m_files.empty() && m_named.empty())
             m_console.Notice("there are no sources in '" + m_session.Tree().Root() + "'");
     }
@@ -99,9 +101,8 @@ private:
                                                          ToZString(kind.extension), "", ToZString(sPlatform)))});
                 };
                 for (const std::string& sFile : m_files)
-                    if (const auto it = m_scans.find(sFile); it != m_scans.end())
-                        for (const SSourceScan::SSubResource& entry : it->second.subResources)
-                            add(entry.sId);
+                    if (const auto it = m_found.find(sFile); it != m_found.end())
+                        std::for_each(it->second.begin(), it->second.end(), add);
                 for (const std::string& sNamed : m_named)
                     add(sNamed);
             }
@@ -137,9 +138,9 @@ private:
     const SOptions& m_options;
     ZConsole& m_console;
     ZHostSession m_session;
-    std::vector<std::string> m_files; ///< to build as a whole
-    std::vector<std::string> m_named; ///< takes and rigs that the user named
-    std::unordered_map<std::string, SSourceScan> m_scans;
+    std::vector<std::string> m_files;                                  ///< to build as a whole
+    std::vector<std::string> m_named;                                  ///< takes and rigs that the user named
+    std::unordered_map<std::string, std::vector<std::string>> m_found; ///< sub-resources, by file
     size_t m_counts[4] = {};
     uint64_t m_nBytes = 0;
 };

@@ -2,14 +2,13 @@
 
 #include "host/hosterror.h"
 #include "host/resourceids.h"
+#include "host/sqlstatement.h"
 
-#include <bit>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <sqlite3.h>
-#include <string_view>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -20,7 +19,7 @@ namespace
 {
 
 /// Raise it when the tables change: the old state is thrown away, and all is packed once more.
-constexpr int LAYOUT = 1;
+constexpr int LAYOUT = 2;
 constexpr int APPLICATION = 0x5a414e49;
 /// Records in one transaction: its flush to the disk takes longer than packing a small take.
 constexpr size_t BATCH = 200;
@@ -28,70 +27,46 @@ constexpr size_t BATCH = 200;
 constexpr const char LOCK_FILE[] = "/animpack.lock";
 
 constexpr const char TABLES[] = R"(
-CREATE TABLE IF NOT EXISTS run(one INTEGER PRIMARY KEY CHECK(one = 1), cut_short INTEGER NOT NULL);
-CREATE TABLE IF NOT EXISTS job(
+CREATE TABLE run(one INTEGER PRIMARY KEY CHECK(one = 1), cut_short INTEGER NOT NULL, assets TEXT NOT NULL);
+CREATE TABLE job(
   id TEXT PRIMARY KEY, component TEXT NOT NULL, tools TEXT NOT NULL, platform TEXT NOT NULL, parameters TEXT NOT NULL,
-  file TEXT NOT NULL, size INTEGER NOT NULL, time INTEGER NOT NULL, hash INTEGER NOT NULL, scan TEXT NOT NULL
+  file TEXT NOT NULL, size INTEGER NOT NULL, time INTEGER NOT NULL, hash INTEGER NOT NULL
 ) WITHOUT ROWID;
-CREATE TABLE IF NOT EXISTS dependency(
+CREATE TABLE dependency(
   job TEXT NOT NULL, position INTEGER NOT NULL, id TEXT NOT NULL, derived INTEGER NOT NULL, present INTEGER NOT NULL,
   size INTEGER NOT NULL, time INTEGER NOT NULL, hash INTEGER NOT NULL, PRIMARY KEY(job, position)
 ) WITHOUT ROWID;
-INSERT OR IGNORE INTO run VALUES(1, 0);
+INSERT INTO run VALUES(1, 0, '');
 )";
 
-} // namespace
-
-class ZBuildState::ZStatement
+/// Tables and indexes of a database, as the statements that made them.
+std::string SchemaOf(sqlite3* pDatabase)
 {
-public:
-    ZStatement(sqlite3* pDatabase, const char* szSql)
-    {
-        sqlite3_prepare_v2(pDatabase, szSql, -1, &m_pStatement, nullptr);
-    }
-    ~ZStatement() { sqlite3_finalize(m_pStatement); }
-    ZStatement(const ZStatement&) = delete;
-    ZStatement& operator=(const ZStatement&) = delete;
+    ZSqlStatement statement(pDatabase, "SELECT name, sql FROM sqlite_schema ORDER BY name");
+    std::string sSchema;
+    bool bFailed = !statement.IsSound();
+    while (!bFailed && statement.Step(bFailed))
+        sSchema += statement.TextAt(0) + ": " + statement.TextAt(1) + '\n';
+    return bFailed ? std::string() : sSchema;
+}
 
-    bool IsSound() const { return m_pStatement != nullptr; }
-    ZStatement& Text(const std::string& sText)
-    {
-        sqlite3_bind_text64(m_pStatement, ++m_nBound, sText.data(), sText.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-        return *this;
-    }
-    ZStatement& Integer(int64_t nValue)
-    {
-        sqlite3_bind_int64(m_pStatement, ++m_nBound, nValue);
-        return *this;
-    }
-    /// True when there is a row. The statement is ready for the next use when there is none.
-    bool Step(bool& bFailed)
-    {
-        const int nResult = sqlite3_step(m_pStatement);
-        if (nResult == SQLITE_ROW)
-            return true;
-        bFailed = nResult != SQLITE_DONE;
-        Reset();
-        return false;
-    }
-    void Reset()
-    {
-        sqlite3_reset(m_pStatement);
-        m_nBound = 0;
-    }
-    std::string TextAt(int nColumn) const
-    {
-        const auto* pText = reinterpret_cast<const char*>(sqlite3_column_text(m_pStatement, nColumn));
-        return pText != nullptr ? std::string(pText, static_cast<size_t>(sqlite3_column_bytes(m_pStatement, nColumn)))
-                                : std::string();
-    }
-    int64_t IntegerAt(int nColumn) const { return sqlite3_column_int64(m_pStatement, nColumn); }
-    uint64_t UnsignedAt(int nColumn) const { return std::bit_cast<uint64_t>(IntegerAt(nColumn)); }
+bool MakeTables(sqlite3* pDatabase)
+{
+    return sqlite3_exec(pDatabase, TABLES, nullptr, nullptr, nullptr) == SQLITE_OK &&
+           sqlite3_exec(pDatabase, ZScanIndex::Tables(), nullptr, nullptr, nullptr) == SQLITE_OK;
+}
 
-private:
-    sqlite3_stmt* m_pStatement = nullptr;
-    int m_nBound = 0;
-};
+/// Whether all tables are there and have the columns that this program gives them.
+bool HasOurTables(sqlite3* pDatabase)
+{
+    sqlite3* pModel = nullptr;
+    const bool bSame =
+        sqlite3_open(":memory:", &pModel) == SQLITE_OK && MakeTables(pModel) && SchemaOf(pModel) == SchemaOf(pDatabase);
+    sqlite3_close(pModel);
+    return bSame;
+}
+
+} // namespace
 
 void ZBuildState::SDatabaseCloser::operator()(sqlite3* pDatabase) const
 {
@@ -101,15 +76,22 @@ void ZBuildState::SDatabaseCloser::operator()(sqlite3* pDatabase) const
 ZBuildState::ZBuildState(const std::string& sPath, const FNotice& notice)
 {
     std::string sWhy;
-    if (Open(sPath, sWhy))
+    if (Open(sPath, true, sWhy))
         return;
     Close();
     std::error_code error;
     for (const char* szTail : {"", "-journal", "-wal", "-shm"})
         std::filesystem::remove(sPath + szTail, error);
     notice("the build state '" + sPath + "' is made anew: " + sWhy);
-    if (!Open(sPath, sWhy))
+    if (!Open(sPath, true, sWhy))
         throw ZHostError("the build state '" + sPath + "' can't be made: " + sWhy, "choose another folder with --out");
+}
+
+ZBuildState::ZBuildState(const std::string& sPath)
+{
+    std::string sWhy;
+    if (!Open(sPath, false, sWhy))
+        throw ZHostError("the build state '" + sPath + "' can't be used: " + sWhy, "'animpack scan' makes it anew");
 }
 
 ZBuildState::~ZBuildState()
@@ -121,17 +103,19 @@ ZBuildState::~ZBuildState()
 
 void ZBuildState::Close()
 {
+    m_pIndex.reset();
     for (auto* ppStatement :
          {&m_pFind, &m_pFindDependencies, &m_pSave, &m_pSaveDependency, &m_pRemove, &m_pRemoveDependencies})
         ppStatement->reset();
     m_pDatabase.reset();
 }
 
-bool ZBuildState::Open(const std::string& sPath, std::string& sWhy)
+bool ZBuildState::Open(const std::string& sPath, bool bMake, std::string& sWhy)
 {
     sqlite3* pOpened = nullptr;
-    const int nOpened = sqlite3_open_v2(sPath.empty() ? ":memory:" : sPath.c_str(), &pOpened,
-                                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int nOpened =
+        sqlite3_open_v2(sPath.empty() ? ":memory:" : sPath.c_str(), &pOpened,
+                        SQLITE_OPEN_READWRITE | (bMake ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX, nullptr);
     m_pDatabase.reset(pOpened);
     sqlite3* pDatabase = m_pDatabase.get();
     const auto fail = [&]
@@ -144,7 +128,7 @@ bool ZBuildState::Open(const std::string& sPath, std::string& sWhy)
     sqlite3_busy_timeout(pDatabase, 5000);
     const auto number = [&](const char* szSql, int64_t& nValue)
     {
-        ZStatement statement(pDatabase, szSql);
+        ZSqlStatement statement(pDatabase, szSql);
         bool bFailed = !statement.IsSound();
         if (bFailed || !statement.Step(bFailed))
             return false;
@@ -155,46 +139,62 @@ bool ZBuildState::Open(const std::string& sPath, std::string& sWhy)
     if (!number("PRAGMA user_version", nLayout) || !number("PRAGMA application_id", nApplication) ||
         !number("SELECT count(*) FROM sqlite_schema", nTables))
         return fail();
-    if (nTables != 0 && (nLayout != LAYOUT || nApplication != APPLICATION))
+    const bool bOurs = nLayout == LAYOUT && nApplication == APPLICATION;
+    if (!bOurs && (nTables != 0 || !bMake))
     {
         sWhy = "it is of another version of this program";
         return false;
     }
-    ZStatement check(pDatabase, "PRAGMA quick_check(1)");
+    ZSqlStatement check(pDatabase, "PRAGMA quick_check(1)");
     bool bFailed = !check.IsSound();
     if (bFailed || !check.Step(bFailed))
         return fail();
-    if (check.TextAt(0) != "ok")
+    if (check.ViewAt(0) != "ok")
     {
         sWhy = check.TextAt(0);
+        std::replace(sWhy.begin(), sWhy.end(), '\n', ' ');
         return false;
     }
     check.Reset();
-    // A run that is killed loses its last records and nothing else, so nobody waits for the disk here.
-    if (sqlite3_exec(pDatabase, "PRAGMA synchronous = OFF; PRAGMA journal_mode = TRUNCATE;", nullptr, nullptr,
-                     nullptr) != SQLITE_OK)
-        return fail();
-    if (nTables == 0)
+    if (bMake)
     {
+        // A run that is killed loses its last records and nothing else, so nobody waits for the disk here.
+        if (sqlite3_exec(pDatabase, "PRAGMA synchronous = OFF; PRAGMA journal_mode = TRUNCATE;", nullptr, nullptr,
+                         nullptr) != SQLITE_OK)
+            return fail();
         const std::string sMarks = "PRAGMA user_version = " + std::to_string(LAYOUT) +
                                    "; PRAGMA application_id = " + std::to_string(APPLICATION);
-        if (sqlite3_exec(pDatabase, sMarks.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK ||
-            sqlite3_exec(pDatabase, TABLES, nullptr, nullptr, nullptr) != SQLITE_OK)
+        if (nTables == 0 &&
+            (sqlite3_exec(pDatabase, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK ||
+             sqlite3_exec(pDatabase, sMarks.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK ||
+             !MakeTables(pDatabase) || sqlite3_exec(pDatabase, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK))
             return fail();
     }
-    const auto prepare = [&](std::unique_ptr<ZStatement>& pStatement, const char* szSql)
+    if (!HasOurTables(pDatabase))
     {
-        pStatement = std::make_unique<ZStatement>(pDatabase, szSql);
+        sWhy = "it lacks tables or has other ones";
+        return false;
+    }
+    return Prepare() || fail();
+}
+
+bool ZBuildState::Prepare()
+{
+    sqlite3* pDatabase = m_pDatabase.get();
+    const auto prepare = [&](std::unique_ptr<ZSqlStatement>& pStatement, const char* szSql)
+    {
+        pStatement = std::make_unique<ZSqlStatement>(pDatabase, szSql);
         return pStatement->IsSound();
     };
-    return (prepare(m_pFind, "SELECT component, tools, file, size, time, hash, scan FROM job WHERE id = ?") &&
-            prepare(m_pFindDependencies, "SELECT id, derived, present, size, time, hash FROM dependency WHERE job = ? "
-                                         "ORDER BY position") &&
-            prepare(m_pSave, "INSERT OR REPLACE INTO job VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)") &&
-            prepare(m_pSaveDependency, "INSERT INTO dependency VALUES(?, ?, ?, ?, ?, ?, ?, ?)") &&
-            prepare(m_pRemove, "DELETE FROM job WHERE id = ?") &&
-            prepare(m_pRemoveDependencies, "DELETE FROM dependency WHERE job = ?")) ||
-           fail();
+    m_pIndex = std::make_unique<ZScanIndex>(pDatabase);
+    return m_pIndex->IsSound() &&
+           prepare(m_pFind, "SELECT component, tools, file, size, time, hash FROM job WHERE id = ?") &&
+           prepare(m_pFindDependencies, "SELECT id, derived, present, size, time, hash FROM dependency WHERE job = ? "
+                                        "ORDER BY position") &&
+           prepare(m_pSave, "INSERT OR REPLACE INTO job VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)") &&
+           prepare(m_pSaveDependency, "INSERT INTO dependency VALUES(?, ?, ?, ?, ?, ?, ?, ?)") &&
+           prepare(m_pRemove, "DELETE FROM job WHERE id = ?") &&
+           prepare(m_pRemoveDependencies, "DELETE FROM dependency WHERE job = ?");
 }
 
 void ZBuildState::Fail(const char* szWhat) const
@@ -245,12 +245,11 @@ bool ZBuildState::Find(const std::string& sId, SBuildRecord& record)
     record.sFile = m_pFind->TextAt(2);
     record.stamp = {true, m_pFind->UnsignedAt(3), m_pFind->IntegerAt(4)};
     record.nHash = m_pFind->UnsignedAt(5);
-    record.sScan = m_pFind->TextAt(6);
     m_pFind->Reset();
     m_pFindDependencies->Text(sId);
     while (m_pFindDependencies->Step(bFailed))
     {
-        const ZStatement& row = *m_pFindDependencies;
+        const ZSqlStatement& row = *m_pFindDependencies;
         SDependency& dependency = record.dependencies.emplace_back();
         dependency.sId = row.TextAt(0);
         dependency.eKind = row.IntegerAt(1) != 0 ? SDependency::eDerived : SDependency::eSource;
@@ -264,43 +263,98 @@ bool ZBuildState::Find(const std::string& sId, SBuildRecord& record)
 
 void ZBuildState::Save(const SBuildRecord& record)
 {
-    Remove(record.sId);
+    RemoveRecord(record.sId);
     const ZResourceID id = ToId(record.sId);
+    const std::string sPlatform = ToStd(id.GetPlatformFromExtension());
     std::string sParameters;
     for (const ZString& parameter : id.GetParameters())
         sParameters += (sParameters.empty() ? "" : "|") + ToStd(parameter);
-    bool bFailed = false;
-    m_pSave->Text(record.sId).Text(record.sComponent).Text(record.sTools).Text(ToStd(id.GetPlatformFromExtension()));
-    m_pSave->Text(sParameters).Text(record.sFile).Integer(std::bit_cast<int64_t>(record.stamp.nSize));
-    m_pSave->Integer(record.stamp.nTime).Integer(std::bit_cast<int64_t>(record.nHash)).Text(record.sScan);
-    m_pSave->Step(bFailed);
+    m_pSave->Text(record.sId).Text(record.sComponent).Text(record.sTools).Text(sPlatform).Text(sParameters);
+    m_pSave->Text(record.sFile).Unsigned(record.stamp.nSize).Integer(record.stamp.nTime).Unsigned(record.nHash);
+    bool bGood = m_pSave->Run();
     int64_t nPosition = 0;
     for (const SDependency& dependency : record.dependencies)
     {
-        if (bFailed)
-            break;
         m_pSaveDependency->Text(record.sId).Integer(nPosition++).Text(dependency.sId);
         m_pSaveDependency->Integer(dependency.eKind == SDependency::eDerived).Integer(dependency.stamp.bExists);
-        m_pSaveDependency->Integer(std::bit_cast<int64_t>(dependency.stamp.nSize)).Integer(dependency.stamp.nTime);
-        m_pSaveDependency->Integer(std::bit_cast<int64_t>(dependency.nHash)).Step(bFailed);
+        m_pSaveDependency->Unsigned(dependency.stamp.nSize).Integer(dependency.stamp.nTime).Unsigned(dependency.nHash);
+        bGood = bGood && m_pSaveDependency->Run();
     }
-    if (bFailed)
+    if (!bGood)
+        Fail("the build state can't be written");
+}
+
+void ZBuildState::Save(const SBuildRecord& record, const SSourceScan& scan)
+{
+    Save(record);
+    if (!m_pIndex->Save(scan))
+        Fail("the scan index can't be written");
+}
+
+void ZBuildState::RemoveRecord(const std::string& sId)
+{
+    Pending();
+    if (!m_pRemove->Text(sId).Run() || !m_pRemoveDependencies->Text(sId).Run())
         Fail("the build state can't be written");
 }
 
 void ZBuildState::Remove(const std::string& sId)
 {
-    Pending();
-    bool bFailed = false, bFailedToo = false;
-    m_pRemove->Text(sId).Step(bFailed);
-    m_pRemoveDependencies->Text(sId).Step(bFailedToo);
-    if (bFailed || bFailedToo)
+    RemoveRecord(sId);
+    if (!m_pIndex->Remove(sId))
+        Fail("the scan index can't be written");
+}
+
+bool ZBuildState::FindScan(const SBuildRecord& record, SSourceScan& scan)
+{
+    bool bFound = false;
+    if (!m_pIndex->Find(record.sId, scan, bFound))
+        Fail("the scan index can't be read");
+    return bFound && HashOfScan(scan) == record.nHash;
+}
+
+std::vector<ZScanIndex::SSource> ZBuildState::ScannedSources()
+{
+    std::vector<ZScanIndex::SSource> sources;
+    if (!m_pIndex->Sources(sources))
+        Fail("the scan index can't be read");
+    return sources;
+}
+
+void ZBuildState::KeepSources(const std::vector<std::string>& sources)
+{
+    for (const ZScanIndex::SSource& known : ScannedSources())
+        if (!std::binary_search(sources.begin(), sources.end(), known.sId))
+            Remove(known.sId);
+    Commit();
+}
+
+void ZBuildState::VisitEntries(const std::function<void(ZScanIndex::SEntry&)>& function)
+{
+    if (!m_pIndex->Visit(function))
+        Fail("the scan index can't be read");
+}
+
+std::string ZBuildState::Assets()
+{
+    ZSqlStatement statement(m_pDatabase.get(), "SELECT assets FROM run");
+    bool bFailed = false;
+    return statement.IsSound() && statement.Step(bFailed) ? statement.TextAt(0) : std::string();
+}
+
+void ZBuildState::SetAssets(const std::string& sRoot)
+{
+    if (Assets() == sRoot)
+        return;
+    Commit();
+    ZSqlStatement statement(m_pDatabase.get(), "UPDATE run SET assets = ?");
+    if (!statement.IsSound() || !statement.Text(sRoot).Run())
         Fail("the build state can't be written");
 }
 
 bool ZBuildState::BeginRun()
 {
-    ZStatement statement(m_pDatabase.get(), "SELECT cut_short FROM run");
+    ZSqlStatement statement(m_pDatabase.get(), "SELECT cut_short FROM run");
     bool bFailed = false;
     const bool bCutShort = statement.IsSound() && statement.Step(bFailed) && statement.IntegerAt(0) != 0;
     statement.Reset();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/packjob.h"
+#include "host/scanindex.h"
 
 #include <chrono>
 #include <functional>
@@ -8,7 +9,6 @@
 #include <string>
 
 struct sqlite3;
-struct sqlite3_stmt;
 
 namespace Host
 {
@@ -21,9 +21,8 @@ struct SBuildRecord
     std::string sTools; ///< hash of the tools that did it
     std::string sFile;  ///< below the output folder; empty for a scan
     SFileStamp stamp;   ///< of that file
-    uint64_t nHash = 0;
+    uint64_t nHash = 0; ///< of its content, or of what the scan said
     std::vector<SDependency> dependencies;
-    std::string sScan;
 };
 
 /// The state of the output folder between runs: one SQLite file in it. A job that failed has no record.
@@ -38,13 +37,30 @@ public:
     /// Opens or makes the file. One that is damaged or of another layout is made anew, with a notice. ZHostError when
     /// there is no writing there. An empty path keeps all in memory.
     ZBuildState(const std::string& sPath, const FNotice& notice);
+    /// Opens a file that is there, to look into it: makes nothing anew. ZHostError when it is damaged or of another
+    /// layout.
+    explicit ZBuildState(const std::string& sPath);
     ~ZBuildState();
     ZBuildState(const ZBuildState&) = delete;
     ZBuildState& operator=(const ZBuildState&) = delete;
 
     bool Find(const std::string& sId, SBuildRecord& record);
     void Save(const SBuildRecord& record);
+    /// The record of a scan with what the scan found.
+    void Save(const SBuildRecord& record, const SSourceScan& scan);
     void Remove(const std::string& sId);
+
+    /// What a scan found, if that is all there and as it was saved.
+    bool FindScan(const SBuildRecord& record, SSourceScan& scan);
+    std::vector<ZScanIndex::SSource> ScannedSources();
+    /// Forgets scanned sources that are not on the list, which is sorted.
+    void KeepSources(const std::vector<std::string>& sources);
+    void VisitEntries(const std::function<void(ZScanIndex::SEntry&)>& function);
+
+    /// Root of the asset tree that was worked on last; empty when none was.
+    std::string Assets();
+    void SetAssets(const std::string& sRoot);
+
     /// Writes what is pending.
     void Commit();
 
@@ -57,17 +73,19 @@ private:
     {
         void operator()(sqlite3* pDatabase) const;
     };
-    class ZStatement;
 
-    bool Open(const std::string& sPath, std::string& sWhy);
+    bool Open(const std::string& sPath, bool bMake, std::string& sWhy);
+    bool Prepare();
     void Close();
+    void RemoveRecord(const std::string& sId);
     void Execute(const char* szSql);
     void Pending();
     [[noreturn]] void Fail(const char* szWhat) const;
 
     std::unique_ptr<sqlite3, SDatabaseCloser> m_pDatabase;
-    std::unique_ptr<ZStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
+    std::unique_ptr<ZSqlStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
         m_pRemoveDependencies;
+    std::unique_ptr<ZScanIndex> m_pIndex;
     size_t m_nPending = 0;
     std::chrono::steady_clock::time_point m_pendingSince;
 };

@@ -189,6 +189,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     options.eProgress = WHEN.at(raw.sProgress);
     options.nMemoryLimit = raw.nMemoryMegabytes << 20;
     options.bPlatformGiven = !options.platforms.empty();
+    const CLI::Option* pOut = command.get_option_no_throw("--out");
+    options.bOutGiven = pOut != nullptr && pOut->count() != 0;
     if (options.platforms.empty())
         options.platforms = {"pc"};
     std::error_code error;

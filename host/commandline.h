@@ -22,6 +22,7 @@ struct SOptions
 
     std::string sAssets; ///< never empty: the default is filled in
     std::string sOut;
+    bool bOutGiven = false;
     std::string sModule;
     std::vector<std::string> platforms;
     bool bPlatformGiven = false;

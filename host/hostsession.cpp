@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <unordered_map>
 
 namespace Host
 {
@@ -32,10 +33,20 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
     const auto notice = [&console](const std::string& sText) { console.Notice(sText); };
     RegisterHostModules();
     LoadModule(options.sModule);
-    m_pLock =
-        eUse == EUse::eWrites ? std::make_unique<ZOutputLock>(m_sOut, notice) : std::make_unique<ZOutputLock>(m_sOut);
-    m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
     m_bWrites = eUse == EUse::eWrites;
+    if (m_bWrites)
+        m_pLock = std::make_unique<ZOutputLock>(m_sOut, notice);
+    else
+    {
+        std::error_code error;
+        if (options.bOutGiven || options.sources.empty())
+            std::filesystem::create_directories(m_sOut, error);
+        m_pLock = std::make_unique<ZOutputLock>(m_sOut);
+        if (!m_pLock->IsHeld() && std::filesystem::is_directory(m_sOut, error))
+            notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
+    }
+    m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
+    m_pState->SetAssets(m_tree.Root());
     if (m_bWrites && m_pState->BeginRun())
         RemovePassingFiles(m_sOut);
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
@@ -69,13 +80,51 @@ void ZHostSession::Run(const std::vector<SJob>& jobs, const ZJobScheduler::FRepo
     m_pScheduler->Run(jobs);
 }
 
+bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobScheduler::FReport& report)
+{
+    std::vector<std::string> sources;
+    for (const std::string& sSource : SourcesOf(words))
+        sources.push_back(sSource.substr(0, sSource.find('?')));
+    std::vector<SJob> jobs;
+    for (const std::string& sSource : sources)
+        jobs.push_back({SJob::eScan, sSource});
+    bool bAllGood = true;
+    Run(jobs,
+        [&](const SJobResult& result)
+        {
+            for (const SMessage& message : result.messages)
+                m_console.Diagnostic(message.eSeverity, result.job.sId, message.sText);
+            bAllGood &= result.IsGood();
+            if (result.IsGood() || !result.scan.sError.empty())
+                return report(result);
+            const std::string* pError = result.FirstError();
+            SJobResult failed = result;
+            failed.scan.sSource = result.job.sId;
+            failed.scan.sError = pError != nullptr ? *pError : "it can't be read";
+            report(failed);
+        });
+    if (words.empty())
+        ForgetAllBut(sources);
+    if (jobs.empty())
+        m_console.Notice("there are no sources in '" + m_tree.Root() + "'");
+    return bAllGood;
+}
+
 std::vector<std::string> ZHostSession::SourcesOf(const std::vector<std::string>& words)
 {
     std::vector<std::string> sources;
     size_t nUnreadableNames = 0;
+    std::unordered_map<std::string, SFileStamp> known;
+    for (ZScanIndex::SSource& source : m_pState->ScannedSources())
+        known.emplace(std::move(source.sId), source.stamp);
+    const auto isKnown = [&known](const std::string& sId, const std::string& sPath)
+    {
+        const auto it = known.find(sId);
+        return it != known.end() && it->second.bExists && it->second == StampOf(sPath);
+    };
     const auto addFolder = [&](const std::string& sId)
     {
-        const std::vector<std::string> found = m_tree.Sources(sId, nUnreadableNames);
+        const std::vector<std::string> found = m_tree.Sources(sId, nUnreadableNames, isKnown);
         sources.insert(sources.end(), found.begin(), found.end());
     };
     if (words.empty())

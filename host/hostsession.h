@@ -13,8 +13,8 @@ namespace Host
 class ZHostSession
 {
 public:
-    /// Readers write nothing but the scan index, and that only to an output folder that is there already and in which
-    /// nobody is at work.
+    /// Readers write nothing but the scan index, and that only to an output folder in which nobody is at work. They
+    /// make one when the user named it, or looks at the whole tree.
     enum class EUse
     {
         eWrites,
@@ -31,6 +31,12 @@ public:
 
     /// See ZJobScheduler::Run. Nothing is printed but progress.
     void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report);
+
+    /// Scans sources, all of the tree when there are no words, prints what went wrong, and reports each; the result of
+    /// one that failed holds a scan with its error too. False when a scan failed.
+    bool Scan(const std::vector<std::string>& words, const ZJobScheduler::FReport& report);
+    /// Takes from the index the sources that are not on the list, which is sorted and without parameters.
+    void ForgetAllBut(const std::vector<std::string>& sources) { m_pState->KeepSources(sources); }
 
     /// Identifiers, in the disk's spelling, of the sources that the words name: identifiers, paths, folders; all of the
     /// tree when there are none. What names no file stays as it is: its scan will fail.

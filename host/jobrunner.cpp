@@ -3,7 +3,6 @@
 #include "base/component/componentmanager.h"
 #include "base/pointers/tcomponentsharedptr.h"
 #include "host/derivedkinds.h"
-#include "host/jsonwriter.h"
 #include "host/outputpath.h"
 #include "host/resourceids.h"
 #include "resource/_shared/_internal/resourcescandata.h"
@@ -39,55 +38,32 @@ std::string CurrentExceptionType()
     return sName;
 }
 
-void WriteIds(ZJsonWriter& json, std::string_view key, const TArray<ZResourceID>& ids)
+std::vector<std::string> TextsOf(const TArray<ZResourceID>& ids)
 {
-    json.Key(key);
-    json.Open('[');
+    std::vector<std::string> texts;
     for (const ZResourceID& id : ids)
-        json.Text(id.ToString().View());
-    json.Close(']');
+        texts.push_back(ToStd(id));
+    return texts;
 }
 
-void WriteProperties(ZJsonWriter& json, const TMap<ZString, ZString>& properties)
+SSourceScan::TProperties TextsOf(const TMap<ZString, ZString>& properties)
 {
-    json.Key("properties");
-    json.Open('{');
+    SSourceScan::TProperties texts;
     for (const auto& [key, value] : properties)
-        json.TextField(key.View(), value.View());
-    json.Close('}');
+        texts[ToStd(key)] = ToStd(value);
+    return texts;
 }
 
-std::string ScanLine(const std::string& sSource, const std::string* pError, const SResourceScanData& data)
+void FillScan(SSourceScan& scan, const SResourceScanData& data)
 {
-    ZJsonWriter json;
-    json.Open('{');
-    json.TextField("source", sSource);
-    json.BoolField("ok", pError == nullptr);
-    json.OptionalField("error", pError != nullptr ? *pError : std::string());
-    WriteIds(json, "references", data.fileReferencedResources);
-    WriteProperties(json, data.fileProperties);
-    json.Key("subResources");
-    json.Open('[');
+    scan.references = TextsOf(data.fileReferencedResources);
+    scan.properties = TextsOf(data.fileProperties);
     for (const SSubResourceScanData& entry : data.subResources)
-    {
-        json.Open('{');
-        json.TextField("id", entry.resourceID.ToString().View());
-        json.TextField("source", entry.sourceResourceID.ToString().View());
-        WriteIds(json, "references", entry.referencedResources);
-        WriteProperties(json, entry.properties);
-        json.Close('}');
-    }
-    json.Close(']');
-    json.Close('}');
-    return json.Take();
+        scan.subResources.push_back({ToStd(entry.resourceID), ToStd(entry.sourceResourceID),
+                                     TextsOf(entry.referencedResources), TextsOf(entry.properties)});
 }
 
 } // namespace
-
-std::string FailedScanLine(const std::string& sSource, const std::string& sError)
-{
-    return ScanLine(sSource, &sError, {});
-}
 
 ZJobRunner::ZJobRunner(const ZAssetTree& tree, const std::string& sOut, IJobHost& host)
     : m_host(host), m_database(tree, sOut, [this](const std::string& sId) { return Make(sId); })
@@ -110,7 +86,7 @@ SJobResult ZJobRunner::Run(const SJob& job)
     m_database.Push(&context);
     const bool bGood = Guarded(
         context, [&](ZJobContext& current)
-        { return job.eKind == SJob::eScan ? Scan(current, result.sScan) : Pack(current) && Publish(current, result); });
+        { return job.eKind == SJob::eScan ? Scan(current, result.scan) : Pack(current) && Publish(current, result); });
     context.Output().Discard();
     if (!bGood && !context.HasErrors())
     {
@@ -225,11 +201,12 @@ bool ZJobRunner::Publish(ZJobContext& context, SJobResult& result)
     return true;
 }
 
-bool ZJobRunner::Scan(ZJobContext& context, std::string& sScan)
+bool ZJobRunner::Scan(ZJobContext& context, SSourceScan& scan)
 {
     const std::string& sId = context.Job().sId;
     const std::string sComponent = context.Job().Component();
     SResourceScanData data;
+    scan.sSource = sId;
     const auto fail = [&](std::string sError)
     {
         if (context.HasErrors())
@@ -241,7 +218,8 @@ bool ZJobRunner::Scan(ZJobContext& context, std::string& sScan)
             sError = "the source can't be read";
         if (!context.HasErrors())
             context.AddMessage(ESeverity::eError, sError);
-        sScan = ScanLine(sId, &sError, data);
+        scan.sError = sError;
+        FillScan(scan, data);
         return false;
     };
     const TComponentScope<IResourceFactory> factory(CreateComponent<IResourceFactory>(ToZString(sComponent)));
@@ -252,7 +230,7 @@ bool ZJobRunner::Scan(ZJobContext& context, std::string& sScan)
         return fail("there is no such file");
     if (!factory->ScanResource(ToId(sId), stream.Get(), data))
         return fail(ToStd(factory->GetLastErrorMessage()));
-    sScan = ScanLine(sId, nullptr, data);
+    FillScan(scan, data);
     return true;
 }
 

@@ -44,14 +44,11 @@ private:
     bool Guarded(ZJobContext& context, const std::function<bool(ZJobContext&)>& work);
     bool Pack(ZJobContext& context);
     bool Publish(ZJobContext& context, SJobResult& result);
-    bool Scan(ZJobContext& context, std::string& sScan);
+    bool Scan(ZJobContext& context, SSourceScan& scan);
 
     IJobHost& m_host;
     ZHostDatabase m_database;
     ZTraceCollector m_trace;
 };
-
-/// The JSON line of a source that could not be looked at.
-std::string FailedScanLine(const std::string& sSource, const std::string& sError);
 
 } // namespace Host

@@ -66,6 +66,34 @@ ZJobScheduler::SEntry& ZJobScheduler::EntryOf(const SJob& job)
     return it->second;
 }
 
+/// The source file in a job's identifier, which all jobs of one file share.
+std::string_view ZJobScheduler::FileOf(std::string_view id)
+{
+    id.remove_prefix(std::min(id.find_first_not_of('<'), id.size()));
+    return id.substr(0, id.find_first_of("?>"));
+}
+
+/// The next job for a worker, out of turn where that saves reading a file again: a worker keeps the scene it read last.
+SJob ZJobScheduler::TakeNext(size_t nWorker)
+{
+    const auto end = m_waiting.begin() + static_cast<ptrdiff_t>(std::min(m_waiting.size(), MOST_OUT_OF_TURN));
+    auto it = std::find_if(m_waiting.begin(), end,
+                           [&](const SJob& job) { return FileOf(job.sId) == m_workers[nWorker].sFile; });
+    if (it == end)
+        it = std::find_if(m_waiting.begin(), end,
+                          [&](const SJob& job)
+                          {
+                              return std::none_of(m_workers.begin(), m_workers.end(),
+                                                  [&](const SWorker& worker)
+                                                  { return worker.sFile == FileOf(job.sId); });
+                          });
+    if (it == end)
+        it = m_waiting.begin();
+    SJob job = std::move(*it);
+    m_waiting.erase(it);
+    return job;
+}
+
 /// Done already, by a run before this one?
 bool ZJobScheduler::FillFromState(SEntry& entry)
 {
@@ -73,12 +101,13 @@ bool ZJobScheduler::FillFromState(SEntry& entry)
     if (m_services.bForce || !m_services.staleness.IsUpToDate(entry.result.job, record))
         return false;
     SJobResult& result = entry.result;
+    if (result.job.eKind == SJob::eScan && !m_services.state.FindScan(record, result.scan))
+        return false;
     result.eStatus = EJobStatus::eUpToDate;
     result.sFile = record.sFile;
     result.stamp = record.stamp;
     result.nBytes = record.sFile.empty() ? 0 : record.stamp.nSize;
     result.nHash = record.nHash;
-    result.sScan = record.sScan;
     entry.eState = EState::eDone;
     return true;
 }
@@ -135,8 +164,7 @@ void ZJobScheduler::StartJobs()
             continue;
         while (!m_waiting.empty())
         {
-            const SJob job = std::move(m_waiting.front());
-            m_waiting.pop_front();
+            const SJob job = TakeNext(n);
             SEntry& entry = EntryOf(job);
             if (entry.eState == EState::eNew && MustWait(entry))
             {
@@ -152,6 +180,7 @@ void ZJobScheduler::StartJobs()
             entry.eState = EState::eRunning;
             entry.nWorker = n;
             m_workers[n].stack.push_back(job.sId);
+            m_workers[n].sFile = FileOf(job.sId);
             m_services.pool.Send(n, EncodeJob(job));
             m_progress(m_nTold, m_list.size(), job);
             break;
@@ -266,7 +295,11 @@ void ZJobScheduler::Complete(SEntry& entry)
     m_postponed.clear();
     const SJobResult& result = entry.result;
     if (result.IsGood())
-        m_services.state.Save(m_services.staleness.RecordOf(result));
+    {
+        // Scans are kept as they are told, so that the index does not depend on which worker was first.
+        if (result.job.eKind == SJob::ePack)
+            m_services.state.Save(m_services.staleness.RecordOf(result));
+    }
     else
     {
         // What an earlier run left is of a source that is no more: better no file than that one.
@@ -327,7 +360,10 @@ void ZJobScheduler::Tell(SEntry& entry)
         if (need.eState == EState::eDone && need.result.eStatus != EJobStatus::eUpToDate)
             Tell(need);
     }
+    if (entry.result.job.eKind == SJob::eScan && entry.result.eStatus == EJobStatus::ePacked)
+        m_services.state.Save(m_services.staleness.RecordOf(entry.result), entry.result.scan);
     m_report(entry.result);
+    entry.result.scan = {};
 }
 
 void ZJobScheduler::TellWhatIsKnown()

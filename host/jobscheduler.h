@@ -15,7 +15,8 @@ namespace Host
 /// Runs jobs in worker processes, each thing once a run, whoever asks for it: the list that it is given, and what the
 /// jobs turn out to need. Alone decides what is up to date, and alone writes the build state.
 ///
-/// Order      jobs start in the list's order. Results are told in the list's order too, whatever worker was first,
+/// Order      jobs start about in the list's order: a worker stays with the file whose jobs it does. Results are told
+/// in the list's order too, whatever worker was first,
 ///            each as soon as those before it are known; what a job needed and was made for it is told right before
 ///            it. So the same tree tells the same lines for any number of workers.
 /// Needs      a job that needs a packed resource waits while another makes it, or makes it inside itself. A ring of
@@ -63,9 +64,13 @@ private:
     {
         std::vector<std::string> stack; ///< the job it was given, then those inside it
         std::string sWaitsFor;
+        std::string sFile; ///< source file of the job that it was given last
     };
+    static constexpr size_t MOST_OUT_OF_TURN = 64; ///< jobs that one may overtake
 
     SEntry& EntryOf(const SJob& job);
+    static std::string_view FileOf(std::string_view id);
+    SJob TakeNext(size_t nWorker);
     bool FillFromState(SEntry& entry);
     bool MustWait(const SEntry& entry);
     void StartJobs();

@@ -133,7 +133,11 @@ std::string EncodeResult(const SJobResult& result)
         json.Close('}');
     }
     json.Close(']');
-    json.TextField("holds", result.sScan);
+    if (result.job.eKind == SJob::eScan)
+    {
+        json.Key("holds");
+        json.Raw(ScanLine(result.scan));
+    }
     json.Close('}');
     return json.Take();
 }
@@ -185,7 +189,8 @@ bool DecodeLine(std::string_view text, SLine& line)
                 dependency.eKind = entry.at("derived").get<bool>() ? SDependency::eDerived : SDependency::eSource;
                 ReadStamp(entry, dependency.stamp, dependency.nHash);
             }
-            line.result.sScan = json.at("holds").get<std::string>();
+            if (line.result.job.eKind == SJob::eScan && !ReadSourceScan(json.at("holds"), line.result.scan))
+                return false;
         }
         return true;
     }

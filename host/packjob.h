@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/contenthash.h"
+#include "host/sourcescan.h"
 
 #include <cstdint>
 #include <string>
@@ -75,7 +76,7 @@ struct SJobResult
     uint64_t nHash = 0;
     double fSeconds = 0.0; ///< what it needs from others and waits for not counted
     std::vector<SDependency> dependencies;
-    std::string sScan; ///< of a scan that succeeded: the JSON line that tells what the source holds
+    SSourceScan scan; ///< of a scan; of one that failed, what it had found by then
 
     bool IsGood() const { return eStatus == EJobStatus::ePacked || eStatus == EJobStatus::eUpToDate; }
     const std::string* FirstError() const;

@@ -1,9 +1,7 @@
 #include "host/commands.h"
 #include "host/hosterror.h"
 #include "host/hostsession.h"
-#include "host/jobrunner.h"
 #include "host/resourceids.h"
-#include "host/sourcescan.h"
 
 namespace Host
 {
@@ -17,10 +15,28 @@ std::string Property(const SSourceScan::SSubResource& entry, const char* szKey)
     return it != entry.properties.end() ? it->second : std::string();
 }
 
+std::string PropertiesText(const SSourceScan::TProperties& properties, const char* szIndent)
+{
+    std::string sText;
+    for (const auto& [sKey, sValue] : properties)
+        sText.append(szIndent).append(sKey).append(": ").append(sValue) += '\n';
+    return sText;
+}
+
+std::string ReferencesText(const std::vector<std::string>& references, const char* szIndent)
+{
+    std::string sText;
+    for (const std::string& sId : references)
+        sText.append(szIndent).append("refers to ").append(sId) += '\n';
+    return sText;
+}
+
 /// For people: a line for the source, and one for each thing in it.
 std::string ScanText(const SSourceScan& scan, bool bAll)
 {
     std::string sText = scan.sSource + '\n';
+    if (bAll)
+        sText += ReferencesText(scan.references, "  ") + PropertiesText(scan.properties, "  ");
     for (const SSourceScan::SSubResource& entry : scan.subResources)
     {
         sText += "  " + ToStd(ToId(entry.sId).GetRootParameters());
@@ -28,9 +44,8 @@ std::string ScanText(const SSourceScan& scan, bool bAll)
             if (const std::string sValue = Property(entry, szKey); !bAll && !sValue.empty())
                 (sText += "  ") += sValue;
         sText += '\n';
-        for (const auto& [sKey, sValue] : entry.properties)
-            if (bAll)
-                sText.append("    ").append(sKey).append(": ").append(sValue) += '\n';
+        if (bAll)
+            sText += ReferencesText(entry.references, "    ") + PropertiesText(entry.properties, "    ");
     }
     if (scan.subResources.empty())
         sText += "  nothing to pack\n";
@@ -42,28 +57,14 @@ std::string ScanText(const SSourceScan& scan, bool bAll)
 int RunScan(const SOptions& options, ZConsole& console)
 {
     ZHostSession session(options, console, ZHostSession::EUse::eReads);
-    std::vector<SJob> jobs;
-    for (const std::string& sSource : session.SourcesOf(options.sources))
-        jobs.push_back({SJob::eScan, sSource.substr(0, sSource.find('?'))});
-    bool bAllGood = true;
-    session.Run(jobs,
-                [&](const SJobResult& result)
-                {
-                    bAllGood &= result.IsGood();
-                    const std::string* pError = result.FirstError();
-                    const std::string sLine =
-                        !result.sScan.empty()
-                            ? result.sScan
-                            : FailedScanLine(result.job.sId, pError != nullptr ? *pError : "it can't be read");
-                    for (const SMessage& message : result.messages)
-                        console.Diagnostic(message.eSeverity, result.job.sId, message.sText);
-                    if (console.IsJson())
-                        console.Output(sLine);
-                    else if (result.IsGood())
-                        console.Output(ScanText(ReadSourceScan(sLine), options.bVerbose));
-                });
-    if (jobs.empty())
-        console.Notice("there are no sources in '" + session.Tree().Root() + "'");
+    const bool bAllGood = session.Scan(options.sources,
+                                       [&](const SJobResult& result)
+                                       {
+                                           if (console.IsJson())
+                                               console.Output(ScanLine(result.scan));
+                                           else if (result.IsGood())
+                                               console.Output(ScanText(result.scan, options.bVerbose));
+                                       });
     return bAllGood ? eExit_Done : eExit_AssetsFailed;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,20 +10,42 @@
 namespace Host
 {
 
-/// What a scan said of a source, read back from its JSON line.
+class ZJsonWriter;
+
+/// What a scan said of a source.
 struct SSourceScan
 {
+    using TProperties = std::map<std::string, std::string>;
+
     struct SSubResource
     {
         std::string sId;
-        std::map<std::string, std::string> properties;
+        std::string sSource;
+        std::vector<std::string> references;
+        TProperties properties;
     };
     std::string sSource;
     std::string sError; ///< empty when the scan succeeded
-    std::vector<SSubResource> subResources;
+    std::vector<std::string> references;
+    TProperties properties;
+    std::vector<SSubResource> subResources; ///< in the scanner's order
 };
 
-/// Nothing but the source when the line is none of a scan.
-SSourceScan ReadSourceScan(const std::string& sLine);
+/// As one line of JSON, the form in which scans are told to users and between processes.
+std::string ScanLine(const SSourceScan& scan);
+/// The reverse, of the line's object. False when that is none of a scan.
+bool ReadSourceScan(const nlohmann::json& json, SSourceScan& scan);
+
+/// Content hash of all that the scan said; never 0.
+uint64_t HashOfScan(const SSourceScan& scan);
+
+// Lists of identifiers and tables of properties as the lines have them.
+void WriteReferences(ZJsonWriter& json, const std::vector<std::string>& references);
+void WriteProperties(ZJsonWriter& json, const SSourceScan::TProperties& properties);
+
+/// Name and extension of a sub-resource: "walk" and "take" of "assembly:/a.fbx?/walk.take". A source has the name and
+/// the extension of its file.
+std::string_view NameOfEntry(std::string_view id);
+std::string_view KindOfEntry(std::string_view id);
 
 } // namespace Host

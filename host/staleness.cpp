@@ -79,8 +79,8 @@ bool ZStaleness::IsUpToDate(const SJob& job, SBuildRecord& record)
 
 SBuildRecord ZStaleness::RecordOf(const SJobResult& result) const
 {
-    return {result.job.sId, result.job.Component(), m_sTools,    result.sFile, result.stamp,
-            result.nHash,   result.dependencies,    result.sScan};
+    const uint64_t nHash = result.job.eKind == SJob::eScan ? HashOfScan(result.scan) : result.nHash;
+    return {result.job.sId, result.job.Component(), m_sTools, result.sFile, result.stamp, nHash, result.dependencies};
 }
 
 } // namespace Host
