@@ -69,7 +69,7 @@ ZFbxAnimationImporter::ZFbxAnimationImporter(const ZResourceID& id) : ZAnimation
 {
     try
     {
-        m_pReader = TUniquePtr<ZFbxSceneReader>(ZNew<ZFbxSceneReader>(id));
+        m_pReader = TUniquePtr<ZFbxSceneLoan>(ZNew<ZFbxSceneLoan>(id));
     }
     catch (const ZFbxException& e)
     {
@@ -80,7 +80,7 @@ ZFbxAnimationImporter::ZFbxAnimationImporter(const ZResourceID& id) : ZAnimation
 TSharedPtr<ZAnimation> ZFbxAnimationImporter::ImportAnimation(const ZString& takeName, EBoneSpace eSpace, float scale,
                                                               bool bTotalLinearDelta)
 {
-    const ZFbxTakeData* pTake = m_pReader->FindTake(takeName);
+    const ZFbxTakeData* pTake = (*m_pReader)->FindTake(takeName);
     if (pTake == nullptr)
         return nullptr;
     const ZFbxGround& ground = *pTake->m_pGround;
@@ -123,18 +123,18 @@ TSharedPtr<ZAnimation> ZFbxAnimationImporter::ImportAnimation(const ZString& tak
 TArray<ZString> ZFbxAnimationImporter::GetTakeNames()
 {
     TArray<ZString> names;
-    for (unsigned int i = 0; i < m_pReader->m_takeCount; ++i)
-        names.Add(m_pReader->GetTakeAt(i)->m_name);
+    for (unsigned int i = 0; i < (*m_pReader)->m_takeCount; ++i)
+        names.Add((*m_pReader)->GetTakeAt(i)->m_name);
     return names;
 }
 
 TSharedPtr<ZBoneHierarchy> ZFbxAnimationImporter::ImportHierarchy(const ZString& rigName, float scale,
                                                                   const ZMessageDelegate* pMessages)
 {
-    if (m_pReader->GetGroundCount() == 0)
+    if ((*m_pReader)->GetGroundCount() == 0)
         return nullptr;
     const ZFbxGround* pGround =
-        m_pReader->FindGround(rigName.IsEmpty() ? m_pReader->GetGroundAt(0)->GetDisplayName() : rigName);
+        (*m_pReader)->FindGround(rigName.IsEmpty() ? (*m_pReader)->GetGroundAt(0)->GetDisplayName() : rigName);
     if (pGround == nullptr)
         return nullptr;
     if (!pGround->m_bIsRig)
@@ -159,7 +159,7 @@ TSharedPtr<ZBoneHierarchy> ZFbxAnimationImporter::ImportSceneTree(float scale)
 {
     const auto pDummy = TSharedPtr<ZBone>::Create("DummyRootBone", SVector3(), SQuaternion{0.0f, 0.0f, 0.0f, 0.0f},
                                                   TSharedPtr<ZBone>(), TArrayRef<const TSharedPtr<ZBone>>());
-    BuildBoneChildren(pDummy, m_pReader->Scene()->GetRootNode(), scale);
+    BuildBoneChildren(pDummy, (*m_pReader)->Scene()->GetRootNode(), scale);
     const TArray<TSharedPtr<ZBone>> roots = pDummy->Children();
     return TSharedPtr<ZBoneHierarchy>::Create("FbxSceneTree", ZString(), roots.Ref(), eSpace_Character, nullptr);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "resource/animation/fbximport/fbxanimationscenereader.h"
+#include "resource/animation/fbximport/fbxsceneloan.h"
 #include "resource/animation/import/animationimporter.h"
 
 namespace ResourceAnimation::Import
@@ -24,7 +24,7 @@ public:
                                                const ZMessageDelegate* pMessages) override;
 
 private:
-    TUniquePtr<ZFbxSceneReader> m_pReader;
+    TUniquePtr<ZFbxSceneLoan> m_pReader;
 };
 
 } // namespace ResourceAnimation::Import

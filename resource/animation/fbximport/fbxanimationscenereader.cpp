@@ -49,7 +49,8 @@ ZFbxSceneReader::ZFbxSceneReader(const ZResourceID& id)
         {
             m_pWrapper = TUniquePtr<ZFbxWrapper>(ZNew<ZFbxWrapper>());
             m_pWrapper->Load(SourceFilePath(id));
-            if (ZFbxConverter::IsOldFormat(Scene()))
+            m_bConverted = ZFbxConverter::IsOldFormat(Scene());
+            if (m_bConverted)
                 ZFbxConverter::ConvertToNewPipeline(id, Scene());
             StraightenCameras();
             ReadGrounds();

@@ -28,6 +28,9 @@ public:
     ZFbxGround* GetGroundAt(unsigned int nIndex) { return m_grounds.GetStart() + nIndex; }
     unsigned int GetGroundCount() const { return m_grounds.Size(); }
 
+    /// Whether the scene was of the old layout.
+    bool WasConverted() const { return m_bConverted; }
+
     uint64_t m_takeCount = 0;
     uint64_t m_rigCount = 0;
 
@@ -40,6 +43,7 @@ private:
     TUniquePtr<ZFbxWrapper> m_pWrapper;
     TArray<ZString> m_takeNodeNames; ///< still to be removed
     TArray<ZFbxGround> m_grounds;
+    bool m_bConverted = false;
     TUniquePtr<SQV> m_pSequenceOrigin; ///< the scene's; null when it has none
 };
 

@@ -3,6 +3,7 @@
 #include "base/component/componentbase.h"
 #include "base/misc/trace.h"
 #include "resource/_shared/_internal/resourcescandata.h"
+#include "resource/animation/fbximport/fbxsceneloan.h"
 #include "resource/animation/fbximport/motioncharacteristics.h"
 #include "resource/animation/frame/animationexception.h"
 #include "resource/animation/frame/animationresourceids.h"
@@ -75,9 +76,9 @@ bool ZAnimationScanner::ScanResource(const ZResourceID& id, IInputStream* pStrea
     {
         if (id.GetExtension().ICompare("fbx") != 0)
             throw ZAnimationException("The file is not an .fbx");
-        ZFbxSceneReader reader(id);
-        ScanTakes(id, reader, result);
-        ScanRigs(id, reader, result);
+        const ZFbxSceneLoan reader(id);
+        ScanTakes(id, *reader, result);
+        ScanRigs(id, *reader, result);
         return true;
     }
     catch (const ZAnimationException& e)

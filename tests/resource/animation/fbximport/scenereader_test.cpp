@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace
 {
 
@@ -43,6 +45,58 @@ TEST_F(SceneReader, FindsGroundsAndTakes)
     EXPECT_TRUE(rig.GetRigAt(0)->GetDisplayName() == "scout");
     EXPECT_EQ(rig.GetRigAt(1), nullptr);
     EXPECT_EQ(rig.FindGround("SCOUT"), rig.GetRigAt(0));
+}
+
+TEST_F(SceneReader, IsLentOutAgainWhileItsFileIsTheSame)
+{
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(testing::TempDir()) / "lent";
+    fs::create_directories(folder);
+    const fs::path samples = fs::path(Z_SOURCE_DIR) / "samples/assembly";
+    const auto put = [&folder](const fs::path& from, const char* szName)
+    {
+        fs::remove(folder / szName);
+        fs::copy_file(from, folder / szName);
+    };
+    put(samples / "characters/scout/moves.fbx", "a.fbx");
+    put(samples / "cameras/shot.fbx", "b.fbx");
+    put(samples / "old/crane_old.fbx", "old.fbx");
+    m_database.Mount(ZString::FromView(folder.string()));
+    // A mark on the reader tells whether it is the same one.
+    const auto lend = [](const char* szName)
+    {
+        const ZFbxSceneLoan reader(ZResourceID(ZString::Format("assembly:/{0}.fbx", szName)));
+        return std::exchange(reader->m_rigCount, uint64_t{77}) == 77;
+    };
+    ZFbxSceneLoan::DropKept();
+    EXPECT_FALSE(lend("a"));
+    EXPECT_TRUE(lend("a"));
+    put(samples / "characters/scout/moves.fbx", "a.fbx");
+    EXPECT_FALSE(lend("a")) << "the same bytes, but who knows";
+    {
+        const ZFbxSceneLoan outer(ZResourceID("assembly:/a.fbx"));
+        EXPECT_EQ(outer->m_rigCount, 77u);
+        EXPECT_FALSE(lend("a")) << "one at a time";
+        EXPECT_FALSE(lend("b"));
+    }
+    EXPECT_TRUE(lend("a")) << "the one that came back last";
+    EXPECT_FALSE(lend("b")) << "one is kept";
+    EXPECT_FALSE(lend("old"));
+    EXPECT_FALSE(lend("old")) << "other files had a say in it";
+    lend("a");
+    EXPECT_THROW(ZFbxSceneLoan(ZResourceID("assembly:/none.fbx")), ZAnimationException);
+    EXPECT_FALSE(lend("a")) << "what was kept has made room";
+    try
+    {
+        const ZFbxSceneLoan reader(ZResourceID("assembly:/a.fbx"));
+        throw 1;
+    }
+    catch (int)
+    {
+        EXPECT_FALSE(lend("a")) << "nobody knows what it was in the middle of";
+    }
+    ZFbxSceneLoan::DropKept();
+    fs::remove_all(folder);
 }
 
 TEST_F(SceneReader, StraightensCamerasAndSeesTheirFieldOfView)
@@ -123,6 +177,7 @@ TEST_F(SceneReader, FaultsOfTheSceneComeAsOneKind)
         }
     }
     EXPECT_THROW(ZFbxSceneReader reader(ZResourceID("assembly:/take_json_no_partial_list.fbx")), zhalt_exception);
+    ZFbxSceneLoan::DropKept();
     EXPECT_EQ(FbxManager::LiveObjectCount(), 0u);
 }
 
