@@ -1,6 +1,8 @@
 // Any text: it is collected, or fails with zhalt_exception and a place; nothing behind its end is read and nothing
-// stays. Techniques are read by the sample's reader of passes.
+// stays. Techniques are read by the sample's reader of passes. What the sample does to text before and behind the
+// preprocessor does not multiply it.
 #include "samples/effectcompiler/passreader.h"
+#include "samples/effectcompiler/preprocessortext.h"
 #include "tests/resource/_shared/effectfixtures.h"
 
 #include <cstdlib>
@@ -22,12 +24,16 @@ protected:
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
+    const std::string_view text(reinterpret_cast<const char*>(pData), nSize);
+    const size_t nMost = 8 * nSize + (size_t(2) << 20);
+    if (Samples::PrepareFlatSource(text).size() > nMost || Samples::ConvertLineMarks(text).text.size() > nMost)
+        std::abort();
     const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
     {
         ZFuzzedCompiler compiler;
         try
         {
-            if (!compiler.CollectText({reinterpret_cast<const char*>(pData), nSize}))
+            if (!compiler.CollectText(text))
                 std::abort();
         }
         catch (const zhalt_exception&)

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/prctl.h>
@@ -15,8 +13,6 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace Samples
 {
@@ -37,7 +33,7 @@ void Limit(int nResource, uint64_t nMost)
     // A group of its own, so that what the program starts can be ended with it.
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    Limit(RLIMIT_CPU, static_cast<uint64_t>(std::ceil(limits.fSeconds)));
+    Limit(RLIMIT_CPU, limits.nProcessorSeconds);
     Limit(RLIMIT_AS, limits.nMemory);
     Limit(RLIMIT_FSIZE, limits.nOutputBytes);
     Limit(RLIMIT_CORE, 0);
@@ -99,9 +95,9 @@ SProcessEnd RunProcess(const std::string& sProgram, const std::vector<std::strin
     std::vector<std::string> words{sProgram};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> environment;
-    for (char** ppEntry = environ; *ppEntry != nullptr; ++ppEntry)
-        if (std::strncmp(*ppEntry, "LC_", 3) != 0 && std::strncmp(*ppEntry, "LANG", 4) != 0)
-            environment.emplace_back(*ppEntry);
+    for (const char* szName : {"PATH", "HOME", "TMPDIR", "LD_LIBRARY_PATH"})
+        if (const char* szValue = std::getenv(szName))
+            environment.push_back(std::string(szName) + '=' + szValue);
     environment.emplace_back("LC_ALL=C");
     const std::vector<char*> wordPointers = Pointers(words);
     const std::vector<char*> environmentPointers = Pointers(environment);

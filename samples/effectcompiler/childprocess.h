@@ -10,9 +10,10 @@ namespace Samples
 /// Bounds of a program that works on files from people and tools.
 struct SProcessLimits
 {
-    double fSeconds = 30.0;                      ///< of wall time; as much of processor time
-    uint64_t nMemory = uint64_t(2) << 30;        ///< bytes of address space
-    uint64_t nOutputBytes = uint64_t(256) << 20; ///< of any file that it writes
+    double fSeconds = 30.0; ///< of wall time
+    uint64_t nProcessorSeconds = 10;
+    uint64_t nMemory = uint64_t(2) << 30;       ///< bytes of address space
+    uint64_t nOutputBytes = uint64_t(64) << 20; ///< of any file that it writes
 };
 
 struct SProcessEnd
@@ -29,7 +30,8 @@ struct SProcessEnd
 };
 
 /// Runs a program without a shell and waits for its end. Nothing stands on its standard input; the other two go to
-/// files, which are made. Messages are in English.
+/// files, which are made. Of the environment only PATH, HOME, TMPDIR and LD_LIBRARY_PATH are handed on: compilers and
+/// the like take include folders and files to write from others. Messages are in English.
 SProcessEnd RunProcess(const std::string& sProgram, const std::vector<std::string>& arguments,
                        const std::string& sOutputFile, const std::string& sErrorFile, const SProcessLimits& limits);
 

@@ -2,8 +2,9 @@
 
 #include "resource/_shared/fxcompilerutil.h"
 #include "samples/effectcompiler/childprocess.h"
+#include "samples/effectcompiler/preprocessortext.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -15,56 +16,53 @@ namespace Samples
 namespace
 {
 
-constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
-/// A jump forward in the same file, in lines, that becomes empty lines.
-constexpr uint32_t LONGEST_GAP = 10000;
 constexpr size_t MOST_MESSAGES = 100;
-
-/// "# 12 "name" flags": a number, a name with its escapes undone.
-bool ReadLineMark(std::string_view line, uint32_t& nNumber, std::string& sName)
-{
-    if (!line.starts_with("# "))
-        return false;
-    line.remove_prefix(2);
-    const auto number = std::from_chars(line.data(), line.data() + line.size(), nNumber);
-    line.remove_prefix(static_cast<size_t>(number.ptr - line.data()));
-    if (number.ec != std::errc() || !line.starts_with(" \""))
-        return false;
-    sName.clear();
-    for (size_t n = 2; n < line.size() && line[n] != '"'; ++n)
-    {
-        if (line[n] == '\\' && n + 1 < line.size())
-            ++n;
-        sName += line[n];
-    }
-    return true;
-}
+/// Beyond the plain limit of the output, what macros may make of each byte of the source.
+constexpr uint64_t GROWTH = 4;
 
 /// "FILE:LINE:COLUMN: KIND: TEXT" as FILE:LINE and TEXT; kinds are "error", "fatal error", "warning" and "note".
 struct SMessage
 {
     std::string_view place, kind, text;
+    bool bHasPlace = false; ///< else it is about the program itself
 };
 bool ReadMessage(std::string_view line, SMessage& message)
 {
+    size_t nFirst = std::string_view::npos; // what follows is text, whatever it looks like
     for (const std::string_view kind : {"fatal error", "error", "warning", "note"})
     {
         const std::string sMark = ": " + std::string(kind) + ": ";
         const size_t nMark = line.find(sMark);
-        if (nMark == std::string_view::npos)
+        if (nMark >= nFirst)
             continue;
-        message = {line.substr(0, nMark), kind, line.substr(nMark + sMark.size())};
-        const size_t nColumn = message.place.rfind(':');
-        const bool bHasLine = nColumn != std::string_view::npos && message.place.rfind(':', nColumn - 1) < nColumn;
-        if (nColumn != 0 && bHasLine)
-            message.place = message.place.substr(0, nColumn);
-        return true;
+        nFirst = nMark;
+        message = {line.substr(0, nMark), kind, line.substr(nMark + sMark.size()), false};
     }
-    return false;
+    if (nFirst == std::string_view::npos)
+        return false;
+    const size_t nColumn = message.place.rfind(':');
+    message.bHasPlace =
+        nColumn != 0 && nColumn != std::string_view::npos && message.place.rfind(':', nColumn - 1) < nColumn;
+    if (message.bHasPlace)
+        message.place = message.place.substr(0, nColumn);
+    return true;
+}
+
+/// As flattening tells it of the includes that it finds itself.
+std::string DescribeError(std::string_view text, const std::vector<std::string>& includeFolders)
+{
+    constexpr std::string_view MISSING = ": No such file or directory";
+    if (!text.ends_with(MISSING))
+        return std::string(text);
+    std::string sFolders;
+    for (const std::string& sFolder : includeFolders)
+        (sFolders += sFolders.empty() ? "" : ", ") += sFolder;
+    return "Could not find file '" + std::string(text.substr(0, text.size() - MISSING.size())) +
+           "' while looking into following directories: " + sFolders;
 }
 
 /// Sorts what cpp said. True when nothing in it is an error to a shader compiler.
-bool SortMessages(std::string_view said, SPreprocessed& result)
+bool SortMessages(std::string_view said, const std::vector<std::string>& includeFolders, SPreprocessed& result)
 {
     size_t nErrors = 0;
     for (size_t nStart = 0; nStart < said.size();)
@@ -73,14 +71,17 @@ bool SortMessages(std::string_view said, SPreprocessed& result)
         SMessage message;
         if (ReadMessage(said.substr(nStart, nEnd - nStart), message) && message.kind != "note")
         {
-            const std::string sLine = std::string(message.place) + ": " + std::string(message.text);
+            const std::string sLine = std::string(message.place) + ": " + DescribeError(message.text, includeFolders);
             const bool bPasting = message.text.find("does not give a valid preprocessing token") != std::string::npos;
+            // A flat source is nothing but a main file.
+            const bool bOnce = message.text == "#pragma once in main file";
             if (message.kind != "warning" && !bPasting)
             {
-                if (nErrors++ == 0)
+                ++nErrors;
+                if (message.bHasPlace && result.error.empty())
                     result.error = sLine;
             }
-            else if (result.warnings.size() < MOST_MESSAGES)
+            else if (result.warnings.size() < MOST_MESSAGES && !bOnce)
                 result.warnings.push_back(sLine);
         }
         nStart = nEnd + 1;
@@ -94,101 +95,59 @@ std::string ReadAll(const std::string& sPath)
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-std::string DescribeFailure(const SProcessEnd& end)
+/// An identifier; parameters may follow, as in "MAX(a,b)".
+bool IsMacroName(std::string_view name)
 {
-    switch (end.eKind)
-    {
-    case SProcessEnd::eNotStarted:
+    const std::string_view word = name.substr(0, name.find('('));
+    return !word.empty() && (word[0] < '0' || word[0] > '9') &&
+           std::all_of(word.begin(), word.end(), FXCompilerUtil::IsIdentifierCharacter);
+}
+
+/// Where a folder's name would mean something to cpp.
+std::string PlainFolder(const std::string& sFolder)
+{
+    return sFolder[0] == '/' ? sFolder : "./" + sFolder;
+}
+
+std::string DescribeFailure(const SProcessEnd& end, std::string_view said, const SProcessLimits& limits)
+{
+    if (end.eKind == SProcessEnd::eNotStarted)
         return std::string("the preprocessor can't be started: ") + std::strerror(end.nCode);
-    case SProcessEnd::eTimedOut:
+    if (end.eKind == SProcessEnd::eTimedOut)
         return "the preprocessor took too long";
-    case SProcessEnd::eKilled:
-        return std::string("the preprocessor ended by a signal, or beyond its limits: ") + ::strsignal(end.nCode);
-    case SProcessEnd::eExited:
-        break;
-    }
-    return "the preprocessor failed without a word; it may have met its limits";
+    const size_t nStart = std::min(said.find_first_not_of('\n'), said.size());
+    const std::string_view line = said.substr(nStart, std::min(said.find('\n', nStart), said.size()) - nStart);
+    return "the preprocessor fails, at its limits of " + std::to_string(limits.nProcessorSeconds) + " seconds, " +
+           std::to_string(limits.nMemory >> 20) + " MB of memory and " + std::to_string(limits.nOutputBytes >> 20) +
+           " MB of text: do macros multiply? " + std::string(line);
 }
 
 } // namespace
-
-std::string PrepareFlatSource(std::string_view flat)
-{
-    std::string text = std::string("#line 1 \"") + FXCompilerUtil::SOURCE_FILE + "\"\n";
-    bool bOnlyBlanks = true; // so far in this line
-    for (size_t n = 0; n < flat.size();)
-    {
-        FXCompilerUtil::SLineDirective directive;
-        if (FXCompilerUtil::FindLineDirective(flat.data(), n, flat.size(), directive))
-        {
-            if (!bOnlyBlanks)
-                text += '\n';
-            text += "#line " + std::to_string(directive.nNumber) + " \"";
-            for (const char c : directive.name)
-                text.append(c == '\\' ? 2 : 1, c);
-            text += '"';
-            n = directive.nEnd;
-            bOnlyBlanks = false;
-            continue;
-        }
-        if (flat.substr(n, BYTE_ORDER_MARK.size()) == BYTE_ORDER_MARK)
-        {
-            n += BYTE_ORDER_MARK.size();
-            continue;
-        }
-        bOnlyBlanks = flat[n] == '\n' || (bOnlyBlanks && FXCompilerUtil::IsWhiteSpace(flat[n]));
-        text += flat[n++];
-    }
-    return text;
-}
-
-std::string ConvertLineMarks(std::string_view output)
-{
-    std::string text;
-    std::string sCurrent = FXCompilerUtil::SOURCE_FILE;
-    uint32_t nCurrent = 1;
-    bool bInside = false; // cpp's own preamble stands in front of the first line
-    for (size_t nStart = 0; nStart < output.size();)
-    {
-        const size_t nEnd = std::min(output.find('\n', nStart), output.size());
-        const std::string_view line = output.substr(nStart, nEnd - nStart);
-        nStart = nEnd + 1;
-        uint32_t nNumber = 0;
-        std::string sName;
-        if (!ReadLineMark(line, nNumber, sName))
-        {
-            if (bInside)
-                (text += line) += '\n';
-            ++nCurrent;
-            continue;
-        }
-        if (!bInside && (sName != FXCompilerUtil::SOURCE_FILE || nNumber != 1))
-            continue;
-        if (!bInside)
-            nCurrent = 1;
-        bInside = true;
-        if (sName == sCurrent && nNumber >= nCurrent && nNumber - nCurrent <= LONGEST_GAP)
-            text.append(nNumber - nCurrent, '\n');
-        else
-            text += "#line " + std::to_string(nNumber) + " \"" + sName + "\"\n";
-        sCurrent = sName;
-        nCurrent = nNumber;
-    }
-    return text;
-}
 
 SPreprocessed PreprocessEffect(std::string_view flat, const std::vector<std::string>& includeFolders,
                                const std::vector<std::pair<std::string, std::string>>& defines,
                                const std::string& sTempFolder)
 {
     SPreprocessed result;
-    const std::string sSource = FXCompilerUtil::SOURCE_FILE;
+    const auto fail = [&result](const std::string& sWhy)
+    {
+        result.error = std::string(FXCompilerUtil::SOURCE_FILE) + ":1: " + sWhy;
+        return result;
+    };
     const std::string sProgram = FindProgram(PREPROCESSOR);
     if (sProgram.empty())
+        return fail(std::string("the program '") + PREPROCESSOR +
+                    "' is not installed; it comes with the Debian package of that name");
+    std::vector<std::string> arguments{
+        "-x", "c", "-undef", "-nostdinc", "-fno-diagnostics-show-caret", "-fno-diagnostics-show-option"};
+    for (const std::string& sFolder : includeFolders)
+        if (!sFolder.empty())
+            arguments.insert(arguments.end(), {"-I", PlainFolder(sFolder)});
+    for (const auto& [sName, sValue] : defines)
     {
-        result.error = sSource + ":1: the program '" + PREPROCESSOR +
-                       "' is not installed; it comes with the Debian package of that name";
-        return result;
+        if (!IsMacroName(sName))
+            return fail("'" + sName + "' can't be the name of a macro");
+        arguments.insert(arguments.end(), {"-D", sName + '=' + sValue});
     }
     try
     {
@@ -196,33 +155,33 @@ SPreprocessed PreprocessEffect(std::string_view flat, const std::vector<std::str
         const std::string sInput = folder.Path("source.fx");
         const std::string sOutput = folder.Path("output");
         const std::string sMessages = folder.Path("messages");
+        const std::string prepared = PrepareFlatSource(flat);
         {
-            const std::string prepared = PrepareFlatSource(flat);
             std::ofstream file(sInput, std::ios::binary);
             file.write(prepared.data(), static_cast<std::streamsize>(prepared.size())).flush();
             if (!file)
                 throw std::system_error(errno, std::generic_category(), "a temporary file can't be written");
         }
-        std::vector<std::string> arguments{
-            "-x", "c", "-undef", "-nostdinc", "-fno-diagnostics-show-caret", "-fno-diagnostics-show-option"};
-        for (const std::string& sFolder : includeFolders)
-            if (!sFolder.empty())
-                arguments.insert(arguments.end(), {"-I", sFolder});
-        for (const auto& [sName, sValue] : defines)
-            arguments.insert(arguments.end(), {"-D", sName + '=' + sValue});
         arguments.push_back(sInput);
-        const SProcessEnd end = RunProcess(sProgram, arguments, sOutput, sMessages, SProcessLimits());
-        const bool bNothingWrong = SortMessages(ReadAll(sMessages), result);
+        SProcessLimits limits;
+        limits.nOutputBytes += GROWTH * prepared.size();
+        const SProcessEnd end = RunProcess(sProgram, arguments, sOutput, sMessages, limits);
+        const std::string said = ReadAll(sMessages);
+        const bool bNothingWrong = SortMessages(said, includeFolders, result);
         const bool bOnlyPasting = bNothingWrong && !result.warnings.empty() && end.nCode == 1;
         result.bGood = end.eKind == SProcessEnd::eExited && bNothingWrong && (end.nCode == 0 || bOnlyPasting);
         if (result.bGood)
-            result.text = ConvertLineMarks(ReadAll(sOutput));
+        {
+            SConvertedOutput converted = ConvertLineMarks(ReadAll(sOutput));
+            result.text = std::move(converted.text);
+            result.files = std::move(converted.files);
+        }
         else if (result.error.empty())
-            result.error = sSource + ":1: " + DescribeFailure(end);
+            fail(DescribeFailure(end, said, limits));
     }
     catch (const std::system_error& e)
     {
-        result.error = sSource + ":1: " + e.what();
+        fail(e.what());
     }
     return result;
 }

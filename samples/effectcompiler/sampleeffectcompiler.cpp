@@ -99,6 +99,8 @@ bool ZSampleEffectCompiler::RunPreprocessor(const char* pFlat, size_t nFlatSize,
             m_sLastWarning.Append('\n');
         m_sLastWarning.Append(WithEffectName(sWarning, m_resourceID));
     }
+    for (const std::string& sFile : result.files)
+        AddReference(ZString::FromView(sFile));
     if (!result.bGood)
     {
         m_sLastError = WithEffectName(result.error, m_resourceID);

@@ -28,7 +28,8 @@ FILES = {
     "fx/main.fx": MAIN,
     "fx/shared/common.fxh": '#pragma once\n#include "deep/macros.fxh"\nshared float4x4 g_World;\n',
     "fx/shared/deep/macros.fxh": "#define FILTER ANISOTROPIC\r\n",
-    "lib/lighting.fxh": "float3 light;\n",
+    "lib/lighting.fxh": '# include "near.fxh"\nfloat3 light;\n',  # not flattened, but found and told
+    "lib/near.fxh": "shared float g_Near;\n",
 }
 
 
@@ -60,13 +61,14 @@ class EffectTest(host.HostTest):
     def test_everything_collected(self):
         line, result = self.effect("fx/main.fx", "-I", self.path("nothing"), "-I" + self.path("lib"), "-D", "QUALITY=2")
         common, macros = self.path("fx/shared/common.fxh"), self.path("fx/shared/deep/macros.fxh")
-        light = self.path("lib/lighting.fxh")
+        light, near = self.path("lib/lighting.fxh"), self.path("lib/near.fxh")
         head = ('// lit\n#line 1 "%s"\n#pragma once\n#line 1 "%s"\n#define FILTER ANISOTROPIC\r\n#line 2 "%s"\n\n'
-                'shared float4x4 g_World;\n#line 2 "sourcefile"\n\n#line 1 "%s"\nfloat3 light;\n#line 3 "sourcefile"\n\n'
+                'shared float4x4 g_World;\n#line 2 "sourcefile"\n\n#line 1 "%s"\n# include "near.fxh"\nfloat3 light;\n'
+                '#line 3 "sourcefile"\n\n'
                 % (common, macros, common, light))
         self.assertEqual(line["flat"], head + MAIN[MAIN.index("shared float g_Time"):])
-        self.assertEqual(line["references"], [p.lower() for p in (common, macros, light)])
-        self.assertEqual(line["sharedParameters"], ["g_World", "g_Time", "g_Fine"])
+        self.assertEqual(line["references"], [p.lower() for p in (common, macros, light, near)])
+        self.assertEqual(line["sharedParameters"], ["g_World", "g_Near", "g_Time", "g_Fine"])
         self.assertEqual(line["samplers"], [{
             "name": "Linear", "borderColor": 0xff0000ff, "flags": 0x01 | 0x04 | 0x20 | 0x80, "addressU": 1,
             "addressV": 0, "addressW": 0, "filter": 85, "maxAnisotropy": 1, "mipLODBias": -0.5}])
@@ -82,9 +84,14 @@ class EffectTest(host.HostTest):
     def test_faults_name_their_place(self):
         self.write({"fx/bad.fxh": "float x;\nSamplerState s\n{\n    AddressU = Wrap;\n};\n",
                     "fx/uses.fx": 'float y;\n#include "bad.fxh"\n', "fx/loop.fx": '#include "loop.fx"\n',
-                    "fx/odd.fx": "\n#include oops\n", "fx/stop.fx": "\n\n#error enough\n"})
+                    "fx/odd.fx": "\n#include oops\n", "fx/stop.fx": "\n\n#error enough\n",
+                    "fx/skip.fx": '#if 0\n#include "bad.fxh"\n#endif\nSamplerState t { Filter = NO; };\n',
+                    "fx/near.fx": '#include "bad.fxh"\n# include "none.fxh"\n'})
         for name, error in (("uses", "%s:4: sampler 's': 'Wrap' is no address mode" % self.path("fx/bad.fxh")),
                             ("odd", "%s:2: expected a name in quotes" % self.path("fx/odd.fx")),
+                            ("skip", "%s:4: sampler 't': 'NO' is no filter" % self.path("fx/skip.fx")),
+                            ("near", "%s:2: Could not find file 'none.fxh' while looking into following directories: "
+                             % self.path("fx/near.fx")),
                             ("stop", "%s:3: #error enough" % self.path("fx/stop.fx")),
                             ("loop", "%s:1: '%s' stands inside 1024 includes" % ((self.path("fx/loop.fx"),) * 2)),
                             ("main", "%s:3: Could not find file 'lighting.fxh'" % self.path("fx/main.fx")),
@@ -119,6 +126,6 @@ class EffectTest(host.HostTest):
         bomb = "#define A0 x x\n" + "".join("#define A%d A%d A%d\n" % (n, n - 1, n - 1) for n in range(1, 64)) + "A63\n"
         self.write({"fx/bomb.fx": bomb})
         line, result = self.effect("fx/bomb.fx", code=1)
-        self.assertIn("preprocessor", line["error"])
+        self.assertIn("do macros multiply?", line["error"])
         running = subprocess.run(["ps", "-eo", "args"], capture_output=True, text=True, check=False).stdout
         self.assertNotIn("/effect-", running)

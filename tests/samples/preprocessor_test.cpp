@@ -13,18 +13,6 @@ using namespace Samples;
 namespace
 {
 
-TEST(Preprocessor, SourceIsPreparedAndMarksAreConverted)
-{
-    EXPECT_EQ(PrepareFlatSource("a;#line 3 \"x\\y\"\n\xef\xbb\xbf#if 1\n  #line 4 <z>\n#endif#line 9 \"w\"\n"),
-              "#line 1 \"sourcefile\"\na;\n#line 3 \"x\\\\y\"\n#if 1\n  #line 4 \"z\"\n#endif\n#line 9 \"w\"\n");
-    EXPECT_EQ(
-        ConvertLineMarks(
-            "# 0 \"in\"\n\n# 0 \"<built-in>\"\n# 1 \"in\"\n# 1 \"sourcefile\"\na\n# 14 \"sourcefile\"\nb\n"
-            "# 1 \"d\\\\e\\\"\" 1 3\nc\n# 16 \"sourcefile\" 2\n# 20000 \"sourcefile\"\n# 3 \"sourcefile\"\n"),
-        "a\n\n\n\n\n\n\n\n\n\n\n\n\nb\n#line 1 \"d\\e\"\"\nc\n#line 16 \"sourcefile\"\n#line 20000 \"sourcefile\"\n"
-        "#line 3 \"sourcefile\"\n");
-}
-
 TEST(Preprocessor, MacrosLinesAndMessages)
 {
     const ZTemporaryFolder folder;
