@@ -305,6 +305,13 @@ void ZBuildState::Remove(const std::string& sId)
         Fail("the scan index can't be written");
 }
 
+std::string ZBuildState::IdOfFile(const std::string& sFile)
+{
+    ZSqlStatement statement(m_pDatabase.get(), "SELECT id FROM job WHERE file = ?");
+    bool bFailed = false;
+    return statement.IsSound() && statement.Text(sFile).Step(bFailed) ? statement.TextAt(0) : std::string();
+}
+
 bool ZBuildState::FindScan(const SBuildRecord& record, SSourceScan& scan)
 {
     bool bFound = false;

@@ -50,6 +50,9 @@ public:
     void Save(const SBuildRecord& record, const SSourceScan& scan);
     void Remove(const std::string& sId);
 
+    /// Of the packed resource at a place below the output folder; empty when none is known there.
+    std::string IdOfFile(const std::string& sFile);
+
     /// What a scan found, if that is all there and as it was saved.
     bool FindScan(const SBuildRecord& record, SSourceScan& scan);
     std::vector<ZScanIndex::SSource> ScannedSources();

@@ -32,6 +32,20 @@ A source is an identifier (assembly:/a/b.fbx, assembly:/a/b.fbx?/walk.take) or t
 Exit status: 0 all done; 1 at least one asset failed (the others are done); 2 wrong usage; 3 the host could not go on.
 )";
 
+constexpr const char QUERY_HELP[] = R"(
+Conditions:
+  = != < <= > >=    as numbers when both sides are numbers, else as texts, whose case does not matter
+  ~ !~              like a pattern, unlike it: * any text, ? a character, [a-z] one of a set
+  An entry that lacks the property meets no condition on it. id, name, kind and source count as properties.
+
+Examples:
+  animpack query --where 'FPS=30' --where 'ACD_TotalLinearDelta>1.5'
+  animpack query --name 'walk*' --source npc/ --columns DurationSeconds,CutsequenceRigResource
+  animpack query --kind character --uses '*/idle.take'
+
+The index is the one in --out, which scan and build keep.
+)";
+
 std::string DerivedKindsHelp()
 {
     std::string sText = "\nExtensions:\n";
@@ -84,17 +98,22 @@ void AddOutputOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
             ->group("Messages");
 }
 
+void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& sDefault)
+{
+    command
+        .add_option("-t,--target", options.platforms,
+                    "Platform, also -t:NAME; several with commas or repeated [default: " + sDefault + ']')
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(PLATFORMS), std::end(PLATFORMS))));
+}
+
 void AddTreeOptions(CLI::App& command, SOptions& options)
 {
     command.add_option("--assets", options.sAssets,
                        "Folder behind assembly:/ [default: ./assembly if it is there, else the current folder]");
     command.add_option("--out", options.sOut, "Folder for everything that is written")->capture_default_str();
-    command
-        .add_option("-t,--target", options.platforms,
-                    "Platform, also -t:NAME; several with commas or repeated [default: pc]")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(CLI::IsMember(std::vector<std::string>(std::begin(PLATFORMS), std::end(PLATFORMS))));
+    AddPlatformOption(command, options, "pc");
 }
 
 void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
@@ -115,6 +134,26 @@ void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
         .add_option("--module", options.sModule,
                     "Module to load [default: ../lib/libresource.animation.so beside this program]")
         ->group("Work");
+}
+
+void AddQueryOptions(CLI::App& command, SQueryOptions& query)
+{
+    const auto list = [&command](const char* szName, std::vector<std::string>& words, const char* szWhat)
+    { return command.add_option(szName, words, szWhat)->allow_extra_args(false); };
+    list("-w,--where", query.conditions,
+         "Only entries for which NAME OPERATOR VALUE holds, such as 'FPS=30'; repeated, all have to hold");
+    list("-n,--name", query.names, "Only entries of this name, such as 'walk*'; repeated, any will do");
+    list("--source", query.sources, "Only what is in these sources, such as 'assembly:/npc/*'");
+    list("--uses", query.uses, "Only what refers to such a resource, such as '*/idle.take'");
+    list("--kind", query.kinds, "Only take, rig, character or source [default: all but source]")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"take", "rig", "character", "chartype", "source"}));
+    list("--columns,--show", query.columns, "Properties to show, separated by commas")->delimiter(',');
+    command.add_option("--sort", query.sSort, "Order by this property [default: by identifier]");
+    command.add_flag("--reverse", query.bReverse, "The other way round");
+    command.add_option("--limit", query.nLimit, "Show so many")->check(CLI::Range(size_t(1), size_t(1) << 32));
+    command.add_flag("--scan", query.bScan, "Bring the index up to date first");
+    command.footer(QUERY_HELP);
 }
 
 void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
@@ -142,9 +181,19 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pBuild->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
     pBuild->add_flag("--force", options.bForce, "Pack also what is up to date");
 
+    CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
+    AddQueryOptions(*pQuery, options.query);
+
     CLI::App* pInspect = add("inspect", "Show what a packed file holds, from its header to its tracks");
     pInspect->add_option("FILE", raw.sSource, "A packed file, or the identifier of a packed resource")->required();
     pInspect->add_option("--frames", raw.sFrames, "Decode these frames against the rig, e.g. 0,10");
+
+    CLI::App* pStats = add("stats", "Memory that the packed animations in --out take");
+    pStats->add_option("--save", options.sSaveId,
+                       "Write the report as this resource, e.g. assembly:/stats/memory.txt, one for each platform");
+    pStats->add_option("--top", options.nTop, "List so many of the largest animations")->capture_default_str();
+    pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    AddPlatformOption(*pStats, options, "all that are there");
 
     CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
     pScene->add_option("FILE", raw.sSource, "The FBX file")->required();
@@ -168,9 +217,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pMark->add_option("MARKS", raw.sMarks, "What to mark, as JSON: see docs/marking.md")->required();
     pMark->add_option("OUT", raw.sMarked, "The file to write; may be IN")->required();
 
-    for (CLI::App* pCommand : {pScan, pPack, pBuild, pInspect, pScene})
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
-    for (CLI::App* pCommand : {pScan, pPack, pBuild})
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery})
         AddWorkOptions(*pCommand, options, raw);
 }
 
@@ -194,6 +243,9 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     if (options.platforms.empty())
         options.platforms = {"pc"};
     std::error_code error;
+    std::replace(options.query.kinds.begin(), options.query.kinds.end(), std::string("character"),
+                 std::string("chartype"));
+    options.bAssetsGiven = !options.sAssets.empty();
     if (options.sAssets.empty())
         options.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
     if (options.sModule.empty())

@@ -15,12 +15,28 @@ enum class EWhen
     eNever
 };
 
+/// Of query. Each list narrows what is found; of the patterns in one list any will do.
+struct SQueryOptions
+{
+    std::vector<std::string> conditions; ///< all have to hold
+    std::vector<std::string> names;
+    std::vector<std::string> sources;
+    std::vector<std::string> uses;
+    std::vector<std::string> kinds; ///< as extensions of sub-resources, or "source"
+    std::vector<std::string> columns;
+    std::string sSort;
+    bool bReverse = false;
+    size_t nLimit = 0; ///< 0: no limit
+    bool bScan = false;
+};
+
 /// The command line, read and checked. Texts that name files or identifiers are as the user wrote them.
 struct SOptions
 {
     std::string sCommand;
 
     std::string sAssets; ///< never empty: the default is filled in
+    bool bAssetsGiven = false;
     std::string sOut;
     bool bOutGiven = false;
     std::string sModule;
@@ -45,6 +61,12 @@ struct SOptions
     std::string sStack;
     std::vector<double> seconds;
     std::vector<int64_t> ticks;
+
+    SQueryOptions query;
+
+    // Of stats.
+    std::string sSaveId; ///< empty: nothing is saved
+    size_t nTop = 10;    ///< of the largest animations, how many are listed
 
     // Of effect.
     std::vector<std::string> includeFolders;

@@ -11,7 +11,9 @@ namespace Host
 int RunScan(const SOptions& options, ZConsole& console);
 int RunPack(const SOptions& options, ZConsole& console);
 int RunBuild(const SOptions& options, ZConsole& console);
+int RunQuery(const SOptions& options, ZConsole& console);
 int RunInspect(const SOptions& options, ZConsole& console);
+int RunStats(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);
 

@@ -64,6 +64,11 @@ uint32_t KeyCount(const SPropertyTrack& track)
 
 } // namespace
 
+const char* TrackGroupName(int32_t type)
+{
+    return GROUP_NAMES[type];
+}
+
 std::string HeaderText(const ZPackedFile& file, const std::string& sPath, const std::string& sPlatform)
 {
     const std::string sType = file.Type() == "ARTY"   ? "packed animation"

@@ -10,6 +10,9 @@ namespace Host
 
 // Packed resources as people want to read them: where the bytes go, and what moves.
 
+/// "rotation, 32 bits a frame"; the type is one that there is.
+const char* TrackGroupName(int32_t type);
+
 std::string HeaderText(const ZPackedFile& file, const std::string& sPath, const std::string& sPlatform);
 std::string AnimationText(const SystemAnimation::SAnimationResourceData& animation);
 std::string RigText(const ZAnimationRig& rig);

@@ -4,6 +4,7 @@
 #include "host/derivedkinds.h"
 #include "host/resourceids.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace Host
@@ -187,6 +188,88 @@ std::string OutputPathOf(const ZResourceID& anyCase)
     if (sPath.size() - nName > 240)
         sPath = sPath.substr(0, nName) + Shortened(sPath.substr(nName), LONGEST_NAME) + '.' + ToStd(id.GetExtension());
     return EncodeName(sPlatform) + '/' + sPath;
+}
+
+std::string ReportPathOf(const ZResourceID& id, std::string_view platform)
+{
+    if (!id.IsValid() || id.IsDerived() || id.ToString().View().find('?') != std::string_view::npos)
+        return {};
+    const std::string sPath = PathOfSource(CanonicalId(id));
+    if (sPath.size() < 3 || sPath.ends_with("%./@"))
+        return {};
+    return EncodeName(platform) + '/' + sPath.substr(0, sPath.size() - 2);
+}
+
+namespace
+{
+
+/// The reverse of EncodeName and its marks; false where a hash stands for the text.
+bool DecodeName(std::string_view name, std::string& sText)
+{
+    for (size_t i = 0; i < name.size(); ++i)
+    {
+        if (name[i] != '%')
+        {
+            sText += name[i];
+            continue;
+        }
+        if (i + 1 == name.size())
+            return true; // kept from looking packed
+        const size_t nHigh = std::string_view(HEX).find(name[i + 1]);
+        const size_t nLow = i + 2 < name.size() ? std::string_view(HEX).find(name[i + 2]) : std::string_view::npos;
+        if (nHigh == std::string_view::npos || nLow == std::string_view::npos)
+            return false;
+        sText += static_cast<char>(nHigh * 16 + nLow);
+        i += 2;
+    }
+    return true;
+}
+
+/// The reverse of EncodeParameters, without the parentheses.
+bool DecodeParameters(std::string_view text, std::string& sParameters)
+{
+    std::string sPlain(text);
+    std::replace(sPlain.begin(), sPlain.end(), '+', '|');
+    std::replace(sPlain.begin(), sPlain.end(), ',', '/');
+    return DecodeName(sPlain, sParameters);
+}
+
+} // namespace
+
+std::string IdOfOutputPath(std::string_view path)
+{
+    const size_t nPlatform = path.find('/');
+    const size_t nName = path.rfind('/');
+    const size_t nDot = path.rfind('.');
+    if (nPlatform == std::string_view::npos || nName == nPlatform || nDot == std::string_view::npos || nDot < nName)
+        return {};
+    std::string_view name = path.substr(nName + 1, nDot - nName - 1);
+    std::string sParameters, sSource = "assembly:";
+    if (const size_t nOpen = name.rfind('('); name.ends_with(')') && nOpen != std::string_view::npos)
+    {
+        if (!DecodeParameters(name.substr(nOpen + 1, name.size() - nOpen - 2), sParameters))
+            return {};
+        sParameters = '(' + sParameters + ')';
+        name = name.substr(0, nOpen);
+    }
+    for (std::string_view rest = path.substr(nPlatform + 1, nName - nPlatform - 1); !rest.empty();)
+    {
+        const size_t nSlash = std::min(rest.find('/'), rest.size());
+        sSource += '/';
+        if (!DecodeName(rest.substr(0, nSlash), sSource))
+            return {};
+        rest.remove_prefix(std::min(nSlash + 1, rest.size()));
+    }
+    if (name != "@")
+    {
+        sSource += name.starts_with("%-") ? "?" : "?/";
+        if (!DecodeName(name.starts_with("%-") ? name.substr(2) : name, sSource))
+            return {};
+    }
+    const std::string sId = '<' + sSource + '>' + sParameters + '.' + std::string(path.substr(0, nPlatform)) +
+                            std::string(path.substr(nDot));
+    // Only the way there tells what a place stands for.
+    return OutputPathOf(ToId(sId)) == path ? sId : std::string();
 }
 
 } // namespace Host

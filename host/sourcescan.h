@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -15,7 +16,7 @@ class ZJsonWriter;
 /// What a scan said of a source.
 struct SSourceScan
 {
-    using TProperties = std::map<std::string, std::string>;
+    using TProperties = std::map<std::string, std::string, std::less<>>;
 
     struct SSubResource
     {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// A packed animation that stands in an output folder.
+struct SPackedAnimation
+{
+    std::string sId;       ///< canonical; the path below the folder when nothing tells it
+    std::string sPlatform; ///< the folder that it stands in
+    std::string sPath;     ///< with the output folder
+};
+
+/// All packed animations of an output folder, by platform and identifier: files with the extension of one, and those
+/// that begin as one. Whether they are sound is not looked at. No platforms: all.
+std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, const std::vector<std::string>& platforms);
+
+} // namespace Host
