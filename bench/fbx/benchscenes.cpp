@@ -12,7 +12,7 @@ namespace
 
 using namespace fbxfile;
 
-std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAttribute& kind)
+std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAttribute& kind, bool bText)
 {
     Scene scene;
     const int64_t nLayer = scene.Layer("Base", scene.Stack("Take", 0, static_cast<int64_t>(nFrames) * kSecond / 30));
@@ -50,22 +50,22 @@ std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAtt
             }
         }
     }
-    return scene.Write({7400, false, false, true});
+    return scene.Write({7400, bText, false, !bText});
 }
 
 } // namespace
 
-std::string MakeBakedScene(size_t nNodes, size_t nFrames)
+std::string MakeBakedScene(size_t nNodes, size_t nFrames, bool bText)
 {
-    return MakeMotion(nNodes, nFrames, 1, {kLinear, 0, 0, 218434821, 1});
+    return MakeMotion(nNodes, nFrames, 1, {kLinear, 0, 0, 218434821, 1}, bText);
 }
 
 std::string MakeCubicScene(size_t nNodes, size_t nFrames)
 {
-    return MakeMotion(nNodes, nFrames, 8, {kCubicAuto | 0x6000, 0, 0, 218434821, 1});
+    return MakeMotion(nNodes, nFrames, 8, {kCubicAuto | 0x6000, 0, 0, 218434821, 1}, false);
 }
 
-std::string MakeMeshScene(size_t nMeshBytes)
+std::string MakeMeshScene(size_t nMeshBytes, bool bText)
 {
     Scene scene;
     const int64_t nModel = scene.Model("mesh", "Mesh");
@@ -76,10 +76,10 @@ std::string MakeMeshScene(size_t nMeshBytes)
     mesh.Add("Vertices", {Doubles(std::move(vertices))});
     scene.objects.push_back(std::move(mesh));
     scene.Connect("OO", 77, nModel);
-    return scene.Write({7500, false, false, false});
+    return scene.Write({7500, bText, false, false});
 }
 
-std::string MakeNodeScene(size_t nNodes)
+std::string MakeNodeScene(size_t nNodes, bool bText)
 {
     Scene scene;
     int64_t nParent = 0;
@@ -94,7 +94,50 @@ std::string MakeNodeScene(size_t nNodes)
         scene.Integer(nModel, "DefaultAttributeIndex", 0);
         scene.Property(nModel, "MaxHandle", "int", "UH", {I(static_cast<int64_t>(n))});
     }
-    return scene.Write({7400, false, false, true});
+    return scene.Write({7400, bText, false, !bText});
+}
+
+std::string MakeOldScene(size_t nNodes, size_t nFrames, bool bText)
+{
+    Record top{"", {}, {}};
+    Record& header = top.Add("FBXHeaderExtension");
+    header.Add("FBXVersion", {I(6100)});
+    Record objects{"Objects", {}, {}};
+    Record take{"Take", {S("Take 001")}, {}};
+    for (size_t nNode = 0; nNode < nNodes; ++nNode)
+    {
+        const Value name = Name("node" + std::to_string(nNode), "Model");
+        Record& model = objects.Add("Model", {name, S("LimbNode")});
+        Record& properties = model.Add("Properties60");
+        for (const char* szName : {"Lcl Translation", "Lcl Rotation", "Lcl Scaling"})
+            properties.Add("Property", {S(szName), S(szName), S("A+"), D(1), D(1), D(1)});
+        Record& transform = take.Add("Model", {name}).Add("Channel", {S("Transform")});
+        for (const char* szPart : {"T", "R", "S"})
+        {
+            Record& part = transform.Add("Channel", {S(szPart)});
+            for (const char* szAxis : {"X", "Y", "Z"})
+            {
+                Record& channel = part.Add("Channel", {S(szAxis)});
+                channel.Add("Default", {D(0)});
+                channel.Add("KeyVer", {I(4005)});
+                channel.Add("KeyCount", {I(static_cast<int64_t>(nFrames))});
+                std::vector<Value> keys;
+                for (size_t n = 0; n < nFrames; ++n)
+                {
+                    keys.push_back(L(static_cast<int64_t>(n) * kSecond / 30));
+                    keys.push_back(D(40.0 * std::sin(static_cast<double>(n * nNode))));
+                    keys.push_back({'C', 'L', 0.0, {}, {}, {}});
+                }
+                channel.Add("Key", std::move(keys));
+            }
+        }
+    }
+    top.children.push_back(std::move(objects));
+    Record takes{"Takes", {}, {}};
+    takes.Add("Current", {S("Take 001")});
+    takes.children.push_back(std::move(take));
+    top.children.push_back(std::move(takes));
+    return fbxfile::Write(top, {6100, bText, false, false});
 }
 
 std::string ReadShared(const std::string& sPath)

@@ -7,13 +7,15 @@
 
 /// A walking character as an exporter bakes it: nNodes in a tree, a key on every frame of nine curves a node, of which
 /// scale and, below the root, translation never move. Deflated binary 7.4.
-std::string MakeBakedScene(size_t nNodes, size_t nFrames);
+std::string MakeBakedScene(size_t nNodes, size_t nFrames, bool bText = false);
 /// The same motion as a sparse set of cubic keys, one in eight frames.
 std::string MakeCubicScene(size_t nNodes, size_t nFrames);
 /// A few nodes and many bytes of geometry.
-std::string MakeMeshScene(size_t nMeshBytes);
+std::string MakeMeshScene(size_t nMeshBytes, bool bText = false);
 /// Many nodes without animation, with the properties that exporters write for each.
-std::string MakeNodeScene(size_t nNodes);
+std::string MakeNodeScene(size_t nNodes, bool bText = false);
+/// A baked character in a file of version 6.1: names for numbers, keys as lists of single values.
+std::string MakeOldScene(size_t nNodes, size_t nFrames, bool bText);
 
 /// The bytes of a file below /work/shared, empty when it is not there.
 std::string ReadShared(const std::string& sPath);

@@ -165,15 +165,23 @@ int main(int argc, char** argv)
         {"Load/locomotion", ReadShared("samples/assembly/characters/hero/locomotion.fbx")},
         {"Load/locomotions", ReadShared("fbx-corpus/files/locomotions.fbx")},
         {"Load/mixamo", ReadShared("fbx-corpus/files/mixamo.fbx")},
-        {"Load/text", ReadShared("fbx-corpus/files/motionbuilder_sausage_rrss_7700_ascii.fbx")},
+        {"Load/small", ReadShared("fbx-corpus/files/maya_resampled_7500_binary.fbx")},
+        {"Load/old80x600", MakeOldScene(80, 600, false)},
+        {"Text/baked80x600", MakeBakedScene(80, 600, true)},
+        {"Text/nodes10000", MakeNodeScene(10000, true)},
+        {"Text/mesh16MB", MakeMeshScene(size_t(16) << 20, true)},
+        {"Text/old80x600", MakeOldScene(80, 600, true)},
+        {"Text/corpus", ReadShared("fbx-corpus/files/motionbuilder_sausage_rrss_7700_ascii.fbx")},
     };
     for (const auto& file : files)
     {
-        const bool bText = std::string_view(file.szName) == "Load/text";
+        const bool bText = std::string_view(file.szName).substr(0, 5) == "Text/";
         if (bText)
             benchmark::RegisterBenchmark(file.szName,
                                          [&file](benchmark::State& state)
                                          {
+                                             if (!LoadedScene(file.sFile).IsLoaded())
+                                                 state.SkipWithError("does not load");
                                              for (auto _ : state)
                                                  benchmark::DoNotOptimize(LoadedScene(file.sFile).IsLoaded());
                                              state.SetBytesProcessed(static_cast<int64_t>(file.sFile.size()) *

@@ -1,0 +1,118 @@
+#include "fbx/fbxinput.h"
+#include "tests/fbx/loadscene.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+
+using namespace fbxfile;
+
+/// A file of some megabytes: curves before and behind a mesh.
+std::string LargeScene(const Format& format)
+{
+    Scene scene;
+    const int64_t nLayer = scene.Layer("Base", scene.Stack("Take", 0, kSecond));
+    const auto move = [&](const std::string& sName)
+    {
+        const int64_t nCurveNode = scene.CurveNode(nLayer, scene.Model(sName), "Lcl Translation", {0, 0, 0});
+        std::vector<int64_t> times(100000);
+        std::vector<double> values(times.size());
+        for (size_t n = 0; n < times.size(); ++n)
+        {
+            times[n] = static_cast<int64_t>(n) * kSecond / 30;
+            values[n] = static_cast<double>(n * sName.size());
+        }
+        scene.Curve(nCurveNode, "d|X", times, values);
+    };
+    move("a");
+    Record mesh{"Geometry", {L(77), Name("shape", "Geometry"), S("Mesh")}, {}};
+    mesh.Add("Vertices", {Doubles(std::vector<double>(1000000, 0.25))});
+    scene.objects.push_back(std::move(mesh));
+    move("bb");
+    return scene.Write(format);
+}
+
+class Input : public ::testing::Test
+{
+protected:
+    Input()
+        : m_path(std::filesystem::temp_directory_path() /
+                 ("fbxinput" + std::to_string(reinterpret_cast<uintptr_t>(this)) + ".fbx"))
+    {
+    }
+    ~Input() override
+    {
+        std::error_code error;
+        std::filesystem::remove(m_path, error);
+    }
+    void Store(const std::string& sBytes) { std::ofstream(m_path, std::ios::binary) << sBytes; }
+
+    std::filesystem::path m_path;
+};
+
+TEST_F(Input, LargeFilesReadInPieces)
+{
+    for (const Format& format : {Format{7400}, Format{7500, false, true, false}, Format{7400, true}})
+    {
+        const std::string sFile = LargeScene(format);
+        Store(sFile);
+        FbxManager* pManager = FbxManager::Create();
+        FbxScene* pScene = FbxScene::Create(pManager, "");
+        FbxImporter* pImporter = FbxImporter::Create(pManager, "");
+        ASSERT_TRUE(pImporter->Initialize(m_path.c_str(), -1, nullptr)) << pImporter->GetErrorText();
+        ASSERT_TRUE(pImporter->Import(pScene)) << pImporter->GetErrorText();
+        for (const char* szName : {"a", "bb"})
+            EXPECT_EQ(pScene->FindNodeByName(szName)->EvaluateGlobalTransform(FbxTime::FromSeconds(3000.0)).t.x,
+                      90000.0 * static_cast<double>(std::strlen(szName)));
+        pManager->Destroy();
+    }
+}
+
+/// Whoever writes the file may cut it off between its head being read and the rest.
+TEST_F(Input, FileThatIsCutOffWhileItIsRead)
+{
+    for (const Format& format : {Format{7400}, Format{7400, true}})
+    {
+        const std::string sFile = LargeScene(format);
+        for (const size_t nLeft : {size_t(0), size_t(100), size_t(70000), sFile.size() / 2, sFile.size() - 5000})
+        {
+            SCOPED_TRACE(nLeft);
+            Store(sFile);
+            FbxManager* pManager = FbxManager::Create();
+            FbxImporter* pImporter = FbxImporter::Create(pManager, "");
+            ASSERT_TRUE(pImporter->Initialize(m_path.c_str(), -1, nullptr));
+            std::filesystem::resize_file(m_path, nLeft);
+            EXPECT_FALSE(pImporter->Import(FbxScene::Create(pManager, "")));
+            EXPECT_NE(std::string(pImporter->GetErrorText()).find("became shorter"), std::string::npos)
+                << pImporter->GetErrorText();
+            pManager->Destroy();
+        }
+    }
+}
+
+/// Of what lies between, nothing is read.
+TEST_F(Input, PiecesInAnyOrder)
+{
+    std::string sBytes(size_t(9) << 20, '\0');
+    for (size_t n = 0; n < sBytes.size(); ++n)
+        sBytes[n] = static_cast<char>(n * 2654435761u >> 13);
+    Store(sBytes);
+    FbxInput input;
+    std::string sError;
+    ASSERT_TRUE(input.Open(m_path.c_str(), sError, true)) << sError;
+    ASSERT_EQ(input.Size(), sBytes.size());
+    EXPECT_FALSE(input.IsWhole());
+    EXPECT_EQ(std::memcmp(input.Data() + (size_t(5) << 20), std::string(4096, '\0').data(), 4096), 0);
+    const size_t ranges[][2] = {
+        {size_t(5) << 20, 10}, {100, 5000000}, {sBytes.size() - 1, 1}, {32767, 2}, {0, sBytes.size()}};
+    for (const auto& range : ranges)
+    {
+        ASSERT_TRUE(input.Need(range[0], range[1]));
+        EXPECT_EQ(std::memcmp(input.Data() + range[0], sBytes.data() + range[0], range[1]), 0) << range[0];
+    }
+}
+
+} // namespace
