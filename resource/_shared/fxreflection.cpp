@@ -49,6 +49,13 @@ public:
     explicit ZBodyReader(SScan& scan) : m_scan(scan) {}
 
     void Skip() { SkipWhiteSpace(m_scan.pText, m_scan.nPosition, m_scan.nSize, m_scan.nLine); }
+    /// Settings may come out of an include, which leaves its #line directives between them.
+    void SkipToKey()
+    {
+        SLineDirective directive;
+        for (Skip(); FindLineDirective(m_scan.pText, m_scan.nPosition, m_scan.nSize, directive); Skip())
+            m_scan.nPosition = directive.nEnd;
+    }
     void Expect(char c)
     {
         m_scan.nPosition += ExpectChar(m_scan.pText, m_scan.nPosition, m_scan.nSize, m_scan.nLine, c);
@@ -127,7 +134,7 @@ void ReadSamplerBody(SScan& scan, SFXSamplerState& sampler)
     ZBodyReader reader(scan);
     scan.within = ZString::Format("sampler '{0}'", sampler.name);
     reader.Expect('{');
-    reader.Skip();
+    reader.SkipToKey();
     while (!reader.At('}'))
     {
         const ZString key = ZString::FromView(reader.Token());
@@ -147,7 +154,7 @@ void ReadSamplerBody(SScan& scan, SFXSamplerState& sampler)
             reader.SkipAll('>');
         reader.Expect(';');
         Assign(sampler, key.View(), scan.token);
-        reader.Skip();
+        reader.SkipToKey();
     }
     reader.Expect('}');
     reader.Expect(';');

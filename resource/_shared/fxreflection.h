@@ -111,7 +111,8 @@ struct SScan
 };
 
 /// Reads a sampler's settings from the opening brace to the semicolon behind the closing one. Keys and words are
-/// compared exactly; keys that are not known are passed over, words that are not known fail.
+/// compared exactly; keys that are not known are passed over, words that are not known fail. #line directives may stand
+/// between settings.
 void ReadSamplerBody(SScan& scan, SFXSamplerState& sampler);
 
 } // namespace FXCompilerUtil

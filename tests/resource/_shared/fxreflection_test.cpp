@@ -96,6 +96,11 @@ sampler all : register(s0)
 sampler defaults { };
 sampler hex { BorderColor = 0x80ff0001; texture = <<a>>; };
 sampler wild { BorderColor = float4(- 1, 2, nan, 1e99); MipLODBias = 1e99; MaxAnisotropy = -1; };
+sampler between {
+#line 1 "clamp.fxh"
+  AddressU = CLAMP;
+#line 7 "sourcefile"
+};
 sampler last { Filter = ANISOTROPIC; }; sampler last { texture = plain; };
 )");
     const auto get = [&](const char* szName) { return compiler.GetSamplers().At(ZString::ReferenceCString(szName)); };
@@ -114,6 +119,7 @@ sampler last { Filter = ANISOTROPIC; }; sampler last { texture = plain; };
     EXPECT_EQ(defaults.mipLODBias, 0.0f);
     EXPECT_EQ(get("hex").borderColor, 0x80ff0001u);
     EXPECT_EQ(get("hex").flags, 0x20);
+    EXPECT_EQ(get("between").addressU, 1);
     // -255 keeps its low bits, 510 runs into its neighbour, what is no 64-bit number gives nothing.
     EXPECT_EQ(get("wild").borderColor, (0xffffff01u << 24) | (510u << 16));
     EXPECT_TRUE(std::isinf(get("wild").mipLODBias));
@@ -151,6 +157,8 @@ TEST(FXReflection, MalformedSamplersNameFileAndLine)
          "sourcefile:1: sampler 's': 'LINEAR' is no filter; known are MIN_MAG_MIP_POINT, MIN_MAG_POINT_MIP_LINEAR, "
          "MIN_POINT_MAG_LINEAR_MIP_POINT, MIN_POINT_MAG_MIP_LINEAR, MIN_LINEAR_MAG_MIP_POINT, "
          "MIN_LINEAR_MAG_POINT_MIP_LINEAR, MIN_MAG_LINEAR_MIP_POINT, MIN_MAG_MIP_LINEAR, ANISOTROPIC"},
+        {"sampler s {\n#line 9 \"a.fxh\"\n\nAddressU = CLAMP\n#line 3 \"b.fxh\"\n};", "!\"Unexpected token\"",
+         "a.fxh:11: sampler 's': expected ';' before '#line'"},
         {"shared sampler samplerA;", "!\"Unexpected token\"",
          "sourcefile:1: sampler 'samplerA': expected '{' before ';'"},
         {"sampler s : packoffset(c0) { };", "!\"Unexpected token\"",
