@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -34,9 +35,69 @@ constexpr bool IsSpace(char c)
 }
 
 /// Letters that end a bare word.
-constexpr bool IsBreak(char c)
+struct SBreaks
 {
-    return IsSpace(c) || c == ',' || c == ':' || c == '{' || c == '}' || c == '"' || c == ';' || c == '*' || c == '\0';
+    constexpr SBreaks()
+    {
+        for (const char c : std::string_view(" \t\n\r,:{}\";*\0", 12))
+            is[static_cast<uint8_t>(c)] = true;
+    }
+    bool is[256] = {};
+};
+constexpr SBreaks kBreaks;
+
+inline bool IsBreak(char c)
+{
+    return kBreaks.is[static_cast<uint8_t>(c)];
+}
+
+inline bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// Numbers that a double holds as a whole number times or by a power of ten, both exact: one rounding, which is the
+/// right one. False for all others.
+bool ParseShortDouble(const char* p, const char* pEnd, double& f)
+{
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    constexpr int kMaxPower = static_cast<int>(std::size(kPowers)) - 1;
+    if (pEnd - p > 24)
+        return false;
+    uint64_t nDigits = 0; // all digits as one number
+    const char* pBegin = p;
+    for (; p != pEnd && IsDigit(*p); ++p)
+        nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
+    int nCount = static_cast<int>(p - pBegin);
+    int nPower = 0;
+    if (p != pEnd && *p == '.')
+    {
+        const char* pFraction = ++p;
+        for (; p != pEnd && IsDigit(*p); ++p)
+            nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
+        nPower = -static_cast<int>(p - pFraction);
+        nCount -= nPower;
+    }
+    if (nCount == 0 || nCount > 18 || nDigits > uint64_t(1) << 53)
+        return false;
+    if (p != pEnd && (*p | 0x20) == 'e')
+    {
+        const bool bNegative = ++p != pEnd && *p == '-';
+        if (p != pEnd && (*p == '-' || *p == '+'))
+            ++p;
+        if (p == pEnd || pEnd - p > 3)
+            return false;
+        int nExponent = 0;
+        for (; p != pEnd && IsDigit(*p); ++p)
+            nExponent = nExponent * 10 + (*p - '0');
+        nPower += bNegative ? -nExponent : nExponent;
+    }
+    if (p != pEnd || nPower > kMaxPower || nPower < -kMaxPower)
+        return false;
+    f = static_cast<double>(nDigits);
+    f = nPower < 0 ? f / kPowers[-nPower] : f * kPowers[nPower];
+    return true;
 }
 
 bool EqualsIgnoringCase(std::string_view text, std::string_view lower)
@@ -66,7 +127,7 @@ bool ParseNumber(std::string_view text, SFbxValue& value)
     {
         int64_t nValue = 0;
         const char* q = pDigits;
-        while (q != pEnd && *q >= '0' && *q <= '9')
+        while (q != pEnd && IsDigit(*q))
             nValue = nValue * 10 + (*q++ - '0');
         if (q == pEnd)
         {
@@ -80,16 +141,24 @@ bool ParseNumber(std::string_view text, SFbxValue& value)
             return true;
         }
     }
-    int64_t nInteger = 0;
-    const auto asInteger = std::from_chars(p, pEnd, nInteger);
-    if (asInteger.ec == std::errc() && asInteger.ptr == pEnd)
+    if (pEnd - pDigits > 18)
     {
-        value.type = 'I';
-        value.i = nInteger;
-        return true;
+        int64_t nInteger = 0;
+        const auto asInteger = std::from_chars(p, pEnd, nInteger);
+        if (asInteger.ec == std::errc() && asInteger.ptr == pEnd)
+        {
+            value.type = 'I';
+            value.i = nInteger;
+            return true;
+        }
     }
     const std::string_view rest(pDigits, static_cast<size_t>(pEnd - pDigits));
     value.type = 'D';
+    if (ParseShortDouble(pDigits, pEnd, value.d))
+    {
+        value.d = bNegative ? -value.d : value.d;
+        return true;
+    }
     if (rest.size() > 3 && rest.substr(1, 2) == ".#")
     {
         const bool bInfinite = EqualsIgnoringCase(rest.substr(3), "inf");
