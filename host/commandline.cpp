@@ -46,6 +46,14 @@ Examples:
 The index is the one in --out, which scan and build keep.
 )";
 
+constexpr const char ASSETS_HELP[] =
+    "Folder behind assembly:/ [default: ./assembly if it is there, else the current folder]";
+
+constexpr const char VERIFY_HELP[] = R"(
+Every bone of the rig at every frame of the take, as the character sees it: what the packed file decodes to, beside what
+the scene says. Millimetres are the way between points 3 cm from the bone along each of its axes.
+)";
+
 std::string DerivedKindsHelp()
 {
     std::string sText = "\nExtensions:\n";
@@ -110,13 +118,12 @@ void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& 
 
 void AddTreeOptions(CLI::App& command, SOptions& options)
 {
-    command.add_option("--assets", options.sAssets,
-                       "Folder behind assembly:/ [default: ./assembly if it is there, else the current folder]");
+    command.add_option("--assets", options.sAssets, ASSETS_HELP);
     command.add_option("--out", options.sOut, "Folder for everything that is written")->capture_default_str();
     AddPlatformOption(command, options, "pc");
 }
 
-void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+void AddWorkerOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
 {
     command.add_option("-j,--jobs", options.nWorkers, "Worker processes [default: one for each core]")
         ->check(CLI::Range(1u, 1024u))
@@ -130,6 +137,11 @@ void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
         ->check(CLI::Range(uint64_t(0), uint64_t(1) << 24))
         ->capture_default_str()
         ->group("Work");
+}
+
+void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    AddWorkerOptions(command, options, raw);
     command
         .add_option("--module", options.sModule,
                     "Module to load [default: ../lib/libresource.animation.so beside this program]")
@@ -194,6 +206,21 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pStats->add_option("--top", options.nTop, "List so many of the largest animations")->capture_default_str();
     pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
     AddPlatformOption(*pStats, options, "all that are there");
+
+    CLI::App* pVerify = add("verify", "Compare packed animations with their sources: what packing them has cost");
+    pVerify->add_option("ID", options.sources,
+                        "Packed animations, their files, or takes, scenes and folders that they are made of "
+                        "[default: all packed animations in --out]");
+    pVerify->add_option("--max-mm", options.fMaxMillimetres, "An animation that is further off fails")
+        ->check(CLI::NonNegativeNumber);
+    pVerify
+        ->add_option("--max-degrees", options.fMaxDegrees, "An animation of which a bone is turned further off fails")
+        ->check(CLI::NonNegativeNumber);
+    pVerify->add_option("--assets", options.sAssets, ASSETS_HELP);
+    pVerify->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    AddPlatformOption(*pVerify, options, "all that are there");
+    AddWorkerOptions(*pVerify, options, raw);
+    pVerify->footer(VERIFY_HELP);
 
     CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
     pScene->add_option("FILE", raw.sSource, "The FBX file")->required();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,10 @@ struct SOptions
     // Of stats.
     std::string sSaveId; ///< empty: nothing is saved
     size_t nTop = 10;    ///< of the largest animations, how many are listed
+
+    // Of verify; infinite: no bound.
+    double fMaxMillimetres = std::numeric_limits<double>::infinity();
+    double fMaxDegrees = std::numeric_limits<double>::infinity();
 
     // Of effect.
     std::vector<std::string> includeFolders;

@@ -14,6 +14,7 @@ int RunBuild(const SOptions& options, ZConsole& console);
 int RunQuery(const SOptions& options, ZConsole& console);
 int RunInspect(const SOptions& options, ZConsole& console);
 int RunStats(const SOptions& options, ZConsole& console);
+int RunVerify(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);
 

@@ -16,8 +16,9 @@ constexpr struct
     std::string_view name;
     int (*pRun)(const SOptions& options, ZConsole& console);
 } COMMANDS[] = {
-    {"scan", &RunScan},   {"pack", &RunPack},   {"build", &RunBuild},   {"query", &RunQuery}, {"inspect", &RunInspect},
-    {"stats", &RunStats}, {"scene", &RunScene}, {"effect", &RunEffect}, {"mark", &RunMark},
+    {"scan", &RunScan},       {"pack", &RunPack},   {"build", &RunBuild},   {"query", &RunQuery},
+    {"inspect", &RunInspect}, {"stats", &RunStats}, {"verify", &RunVerify}, {"scene", &RunScene},
+    {"effect", &RunEffect},   {"mark", &RunMark},
 };
 
 } // namespace
