@@ -241,48 +241,39 @@ void FbxArrayReader::Share(const SPayload& payload, char want, uint64_t nHash, c
     nHead = static_cast<int32_t>(m_shared.size()) - 1;
 }
 
-bool FbxArrayReader::Floats(const SFbxValue* pValue, const float*& pOut, uint32_t& nCount)
+template <class T>
+bool FbxArrayReader::Elements(const SFbxValue* pValue, char want, std::string_view sameTypes, const T*& pOut,
+                              uint32_t& nCount)
 {
     SPayload payload;
     if (!Open(pValue, payload))
         return false;
     nCount = payload.nCount;
     uint64_t nHash;
-    if (const SShared* pShared = FindShared(payload, 'f', nHash))
+    if (const SShared* pShared = FindShared(payload, want, nHash))
     {
-        pOut = static_cast<const float*>(pShared->pDecoded);
+        pOut = static_cast<const T*>(pShared->pDecoded);
         return true;
     }
-    if (!Claim(nCount, sizeof(float)))
+    if (!Claim(nCount, sizeof(T)))
         return false;
-    float* pFloats = m_arena.AllocateArray<float>(nCount);
-    pOut = pFloats;
-    if (!(payload.type == 'f' ? Decode(payload, pFloats) : Convert(payload, pFloats)))
+    T* pElements = m_arena.AllocateArray<T>(nCount);
+    pOut = pElements;
+    const bool bSame = sameTypes.find(payload.type) != std::string_view::npos;
+    if (!(bSame ? Decode(payload, pElements) : Convert(payload, pElements)))
         return false;
-    Share(payload, 'f', nHash, pFloats, nullptr, true);
+    Share(payload, want, nHash, pElements, nullptr, true);
     return true;
+}
+
+bool FbxArrayReader::Floats(const SFbxValue* pValue, const float*& pOut, uint32_t& nCount)
+{
+    return Elements(pValue, 'f', "f", pOut, nCount);
 }
 
 bool FbxArrayReader::Words(const SFbxValue* pValue, const uint32_t*& pOut, uint32_t& nCount)
 {
-    SPayload payload;
-    if (!Open(pValue, payload))
-        return false;
-    nCount = payload.nCount;
-    uint64_t nHash;
-    if (const SShared* pShared = FindShared(payload, 'w', nHash))
-    {
-        pOut = static_cast<const uint32_t*>(pShared->pDecoded);
-        return true;
-    }
-    if (!Claim(nCount, sizeof(uint32_t)))
-        return false;
-    uint32_t* pWords = m_arena.AllocateArray<uint32_t>(nCount);
-    pOut = pWords;
-    if (!(payload.type == 'i' || payload.type == 'f' ? Decode(payload, pWords) : Convert(payload, pWords)))
-        return false;
-    Share(payload, 'w', nHash, pWords, nullptr, true);
-    return true;
+    return Elements(pValue, 'w', "if", pOut, nCount);
 }
 
 bool FbxArrayReader::Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut, bool& bAscending)

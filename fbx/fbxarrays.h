@@ -62,6 +62,9 @@ private:
     bool Decode(const SPayload& payload, void* pOut);
     template <class T>
     bool Convert(const SPayload& payload, T* pOut);
+    /// Shared by all arrays of the same stored bytes that are wanted as the same; sameTypes need no conversion.
+    template <class T>
+    bool Elements(const SFbxValue* pValue, char want, std::string_view sameTypes, const T*& pOut, uint32_t& nCount);
     SShared* FindShared(const SPayload& payload, char want, uint64_t& nHash);
     void Share(const SPayload& payload, char want, uint64_t nHash, const void* pDecoded, const SFbxTimeline* pTimeline,
                bool bAscending);

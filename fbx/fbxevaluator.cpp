@@ -231,11 +231,7 @@ bool FbxAnimEvaluator::SState::RelativeLocal(size_t nNode, SFbxMoment& moment, S
 FbxTransform FbxAnimEvaluator::EvaluateLocalTransform(const FbxNode* pNode, FbxTime time)
 {
     SState& state = *m_pState;
-    if (!state.bCompiled)
-        state.Compile();
-    SFbxMoment& moment = time.IsInfinite() ? state.rest : state.now;
-    if (!time.IsInfinite())
-        state.SetTime(time);
+    SFbxMoment& moment = state.MomentOf(time);
     const size_t nNode = static_cast<size_t>(pNode->GetIndex());
     if (state.plans[nNode].bPlainLocal)
     {
@@ -255,12 +251,7 @@ FbxTransform FbxAnimEvaluator::EvaluateLocalTransform(const FbxNode* pNode, FbxT
 FbxTransform FbxAnimEvaluator::EvaluateGlobalTransform(const FbxNode* pNode, FbxTime time)
 {
     SState& state = *m_pState;
-    if (!state.bCompiled)
-        state.Compile();
-    SFbxMoment& moment = time.IsInfinite() ? state.rest : state.now;
-    if (!time.IsInfinite())
-        state.SetTime(time);
-    const SFbxGlobal& global = state.Global(static_cast<size_t>(pNode->GetIndex()), moment);
+    const SFbxGlobal& global = state.Global(static_cast<size_t>(pNode->GetIndex()), state.MomentOf(time));
     if (!global.bMatrix)
         return Finish(global.t, global.q, global.s);
     FbxTransform transform;
@@ -271,22 +262,19 @@ FbxTransform FbxAnimEvaluator::EvaluateGlobalTransform(const FbxNode* pNode, Fbx
 
 FbxMatrix4 FbxAnimEvaluator::EvaluateLocalMatrix(const FbxNode* pNode, FbxTime time)
 {
-    EvaluateLocalTransform(pNode, time);
     SState& state = *m_pState;
     SFbxLocal local;
     SFbxMatrix3 matrix;
     const size_t nNode = static_cast<size_t>(pNode->GetIndex());
-    if (state.RelativeLocal(nNode, time.IsInfinite() ? state.rest : state.now, local, matrix))
+    if (state.RelativeLocal(nNode, state.MomentOf(time), local, matrix))
         matrix = FbxScaled(FbxMatrixOf(local.q), local.s);
     return Matrix4Of(matrix, local.t);
 }
 
 FbxMatrix4 FbxAnimEvaluator::EvaluateGlobalMatrix(const FbxNode* pNode, FbxTime time)
 {
-    EvaluateGlobalTransform(pNode, time);
     SState& state = *m_pState;
-    const SFbxGlobal& global =
-        state.Global(static_cast<size_t>(pNode->GetIndex()), time.IsInfinite() ? state.rest : state.now);
+    const SFbxGlobal& global = state.Global(static_cast<size_t>(pNode->GetIndex()), state.MomentOf(time));
     return Matrix4Of(MatrixOf(global), global.t);
 }
 
@@ -298,9 +286,7 @@ int FbxAnimEvaluator::EvaluateProperty(const FbxProperty& property, FbxTime time
     if (!time.IsInfinite() && nChannels > 0 && property.GetObject())
     {
         SState& state = *m_pState;
-        if (!state.bCompiled)
-            state.Compile();
-        state.SetTime(time);
+        state.MomentOf(time);
         state.EvaluateLayers(*property.GetObject(), property.GetName(), channels, nChannels);
     }
     for (int n = 0; n < 4; ++n)

@@ -113,6 +113,16 @@ struct FbxAnimEvaluator::SState
     void CompileNode(FbxNode& node, SFbxNodePlan& plan);
     void CompileInheritance();
     void SetTime(FbxTime time);
+    /// What is known of a time; infinite is the rest.
+    SFbxMoment& MomentOf(FbxTime time)
+    {
+        if (!bCompiled)
+            Compile();
+        if (time.IsInfinite())
+            return rest;
+        SetTime(time);
+        return now;
+    }
 
     const SFbxLocation& Locate(const SFbxTimeline& timeline);
     double Evaluate(const FbxAnimCurve& curve);

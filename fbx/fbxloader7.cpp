@@ -1,6 +1,7 @@
 #include "fbx/fbxscenebuilder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <map>
 #include <numeric>
@@ -52,6 +53,7 @@ private:
     bool ReadObject(const SFbxRecord& record);
     void ReadCurveNode(const SFbxRecord& record, int64_t nId);
     bool ReadCurve(const SFbxRecord& record, int64_t nId);
+    const SFbxValue* ArrayOf(const SFbxRecord& record);
     bool SortKeys(FbxAnimCurve& curve);
     void ReadConnections();
     void ConnectObjects(const SEntry& source, const SEntry& target);
@@ -306,6 +308,25 @@ SFbxExtrapolation FbxReadExtrapolation(const SFbxRecord* pRecord)
 namespace
 {
 
+/// A record's array, which home-made writers spell as a plain list of numbers. Null where there is neither.
+const SFbxValue* Loader::ArrayOf(const SFbxRecord& record)
+{
+    const SFbxValue* pFirst = record.Value(0);
+    if (!pFirst || !pFirst->IsNumber())
+        return pFirst;
+    const bool bIntegers = std::all_of(pFirst, pFirst + record.nValues, [](const auto& v) { return v.type == 'I'; });
+    FbxArena& arena = m_builder.Arena();
+    int64_t* pNumbers = arena.AllocateArray<int64_t>(record.nValues);
+    for (uint32_t n = 0; n < record.nValues; ++n)
+        pNumbers[n] = bIntegers ? pFirst[n].i : std::bit_cast<int64_t>(pFirst[n].AsDouble());
+    SFbxValue& array = *arena.New<SFbxValue>();
+    array.type = bIntegers ? 'l' : 'd';
+    array.bNative = true;
+    array.n = record.nValues;
+    array.p = reinterpret_cast<const char*>(pNumbers);
+    return &array;
+}
+
 bool Loader::ReadCurve(const SFbxRecord& record, int64_t nId)
 {
     const SFbxValue* pTimes = nullptr;
@@ -319,15 +340,15 @@ bool Loader::ReadCurve(const SFbxRecord& record, int64_t nId)
     {
         const std::string_view name = p->Name();
         if (name == "KeyTime")
-            pTimes = p->Value(0);
+            pTimes = ArrayOf(*p);
         else if (name == "KeyValueFloat")
-            pValues = p->Value(0);
+            pValues = ArrayOf(*p);
         else if (name == "KeyAttrFlags")
-            pFlags = p->Value(0);
+            pFlags = ArrayOf(*p);
         else if (name == "KeyAttrDataFloat")
-            pWords = p->Value(0);
+            pWords = ArrayOf(*p);
         else if (name == "KeyAttrRefCount")
-            pCounts = p->Value(0);
+            pCounts = ArrayOf(*p);
         else if (name == "Pre-Extrapolation")
             pPre = p;
         else if (name == "Post-Extrapolation")

@@ -21,7 +21,11 @@ void FbxNode::RemoveChild(FbxNode* pChild)
 
 FbxCamera* FbxNode::GetCamera() const
 {
-    return m_attributes.empty() ? nullptr : dynamic_cast<FbxCamera*>(m_attributes.front());
+    if (m_attributes.empty())
+        return nullptr;
+    const int64_t n = FindProperty("DefaultAttributeIndex").GetInt64();
+    const size_t nDefault = n > 0 && n < static_cast<int64_t>(m_attributes.size()) ? static_cast<size_t>(n) : 0;
+    return dynamic_cast<FbxCamera*>(m_attributes[nDefault]);
 }
 
 bool FbxNode::GetRotationActive() const

@@ -30,7 +30,7 @@ public:
     size_t GetNodeAttributeCount() const { return m_attributes.size(); }
     /// GetTypeText() of an attribute tells its kind.
     FbxObject* GetNodeAttribute(size_t nIndex) const { return m_attributes[nIndex]; }
-    /// Null unless the default attribute, the first one, is a camera.
+    /// Null unless the default attribute is a camera: the one that "DefaultAttributeIndex" names, else the first.
     FbxCamera* GetCamera() const;
 
     /// Whether pre-rotation, post-rotation and rotation order act.

@@ -194,6 +194,10 @@ TEST(Memory, ArraysThatInflate)
         {
             const std::string sFile = ManyKeys(true, nKeys, nStep);
             EXPECT_LE(PeakOf(sFile), 96 * sFile.size() + 129 * kMB) << nKeys << " keys in " << sFile.size();
+            LoadedScene scene(sFile);
+            const bool bRefused = scene.Error().find("inflate to more") != std::string::npos;
+            EXPECT_EQ(bRefused, nKeys > 2000000) << scene.Error();
+            EXPECT_NE(bRefused, scene.IsLoaded());
         }
 }
 

@@ -108,6 +108,39 @@ TEST(Scene, Settings)
     EXPECT_EQ(LoadedScene(scene.Write())->GetGlobalSettings().GetAxisSystem(), FbxAxisSystem());
 }
 
+/// What small exporters leave out: settings, definitions, classes, labels of arrays, layers' properties. Of what stands
+/// twice the last one holds.
+TEST(Scene, FileOfAHomeMadeWriter)
+{
+    LoadedScene scene(R"(FBXHeaderExtension: { FBXVersion: 7400 }
+GlobalSettings: { Version: 1000 }
+Objects: {
+  Model: 10, "Hip", "LimbNode" { Version: 232
+    Properties70: { P: "Lcl Translation", "Lcl Translation", "", "A+", 9,9,9
+      P: "Lcl Translation", "Lcl Translation", "", "A+", 1,2,3 } }
+  Model: 11, "Model::rig:Knee", "LimbNode" { }
+  AnimationStack: 20, "walk", "" { }
+  AnimationLayer: 21, "", "" { }
+  AnimationCurveNode: 22, "T", "" { }
+  AnimationCurve: 23, "", "" { KeyTime: 0,46186158000,
+      92372316000
+    KeyValueFloat: 0,10.5,20 }
+}
+Connections: { C: "OO", 10, 0
+  C: "OO", 11, 10
+  C: "OO", 21, 20
+  C: "OO", 22, 21
+  C: "OP", 22, 11, "Lcl Translation"
+  C: "OP", 23, 22, "d|Y" }
+)");
+    ASSERT_TRUE(scene.IsLoaded()) << scene.Error();
+    ASSERT_EQ(scene->GetAnimStackCount(), 1u);
+    EXPECT_STREQ(scene->GetCurrentAnimStack()->GetName(), "walk");
+    EXPECT_EQ(scene->GetGlobalSettings().GetFrameRate(), 30.0);
+    const FbxVector3 t = scene.Node("rig:Knee").EvaluateGlobalTransform(FbxTime::FromSeconds(0.5)).t;
+    EXPECT_TRUE(Near(t, {1, 2 + 5.25, 3}, 1e-12));
+}
+
 TEST(Scene, Cameras)
 {
     Scene scene;
@@ -123,6 +156,10 @@ TEST(Scene, Cameras)
     const int64_t nLamp = scene.Model("lamp", "Light");
     scene.Attribute("Light", nLamp);
     scene.Attribute("Camera", nLamp); // not the default attribute
+    const int64_t nBoth = scene.Model("both", "Camera");
+    scene.Attribute("Light", nBoth);
+    scene.Attribute("Camera", nBoth);
+    scene.Integer(nBoth, "DefaultAttributeIndex", 1);
     LoadedScene loaded(scene.Write());
     ASSERT_TRUE(loaded.IsLoaded()) << loaded.Error();
     ASSERT_NE(loaded.Node("lens").GetCamera(), nullptr);
@@ -131,6 +168,7 @@ TEST(Scene, Cameras)
     EXPECT_NEAR(loaded.Node("lens").GetCamera()->ComputeFieldOfView(0.0), 180.0, 1e-12);
     EXPECT_TRUE(loaded.Node("lens").GetCamera()->FindProperty("FieldOfView").IsValid());
     EXPECT_EQ(loaded.Node("lamp").GetCamera(), nullptr);
+    EXPECT_EQ(loaded.Node("both").GetCamera(), loaded.Node("both").GetNodeAttribute(1));
     ASSERT_EQ(loaded.Node("lamp").GetNodeAttributeCount(), 2u);
     EXPECT_STREQ(loaded.Node("lamp").GetNodeAttribute(0)->GetTypeText(), "Light");
 }
