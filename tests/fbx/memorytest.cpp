@@ -18,15 +18,22 @@ namespace
 std::atomic<size_t> g_nNow{0};
 std::atomic<size_t> g_nPeak{0};
 
-void* Take(size_t nSize)
+void* TakeOrNull(size_t nSize) noexcept
 {
     void* p = std::malloc(nSize);
     if (!p)
-        throw std::bad_alloc();
+        return nullptr;
     const size_t nNow = g_nNow += malloc_usable_size(p);
     if (nNow > g_nPeak)
         g_nPeak = nNow;
     return p;
+}
+
+void* Take(size_t nSize)
+{
+    if (void* p = TakeOrNull(nSize))
+        return p;
+    throw std::bad_alloc();
 }
 
 void Give(void* p)
@@ -45,6 +52,22 @@ void* operator new(size_t nSize)
 void* operator new[](size_t nSize)
 {
     return Take(nSize);
+}
+void* operator new(size_t nSize, const std::nothrow_t&) noexcept
+{
+    return TakeOrNull(nSize);
+}
+void* operator new[](size_t nSize, const std::nothrow_t&) noexcept
+{
+    return TakeOrNull(nSize);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept
+{
+    Give(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept
+{
+    Give(p);
 }
 void operator delete(void* p) noexcept
 {
