@@ -49,6 +49,32 @@ def parse(data):
     return Resource(kind, order == ">", block, sizes, references, third, body)
 
 
+Entry = namedtuple("Entry", "name reference blend_space")
+
+
+def parse_character(resource):
+    """The entries of an animation database, in the file's order; ValueError names what is wrong."""
+    order = ">" if resource.big_endian else "<"
+    body = resource.body
+    count, = struct.unpack_from(order + "I", body, 0)
+    positions = struct.unpack_from(order + "%dI" % count, body, 4)
+    flags = body[4 + 4 * count:4 + 5 * count]
+    offsets = struct.unpack_from(order + "%dI" % count, body, 4 + 5 * count)
+    table = 4 + 5 * count
+    entries, at = [], 4 * count
+    for position, flag, offset in zip(positions, flags, offsets):
+        if offset != at:
+            raise ValueError("a name at %d, the one before ends at %d" % (offset, at))
+        if flag not in (0, 1):
+            raise ValueError("a flag of %d" % flag)
+        end = body.index(0, table + offset)
+        entries.append(Entry(body[table + offset:end].decode("utf-8"), resource.references[position][0], bool(flag)))
+        at = end + 1 - table
+    if table + at != len(body):
+        raise ValueError("%d bytes behind the last name" % (len(body) - table - at))
+    return entries
+
+
 def parse_file(path):
     with open(path, "rb") as f:
         return parse(f.read())

@@ -28,7 +28,7 @@ class ExitTest(host.HostTest):
             result = host.execute(*words)
             self.assertEqual(result.code, 0, result)
             self.assertTrue(result.stdout.strip(), words)
-        for command in ("scan", "pack", "build", "inspect", "scene", "effect"):
+        for command in ("scan", "pack", "build", "query", "inspect", "stats", "verify", "scene", "effect", "mark"):
             self.assertIn(command, host.execute("--help").stdout)
 
     def test_wrong_usage(self):

@@ -29,7 +29,7 @@ protected:
         const ZAssetTree tree(folder / "tree");
         ZBuildState state(folder / STATE_FILE, [](const std::string&) {});
         ZStaleness staleness(tree, folder / "out", state, sTools);
-        ZWorkerPool pool(nWorkers, {0, 1.0},
+        ZWorkerPool pool(nWorkers + 1, {0, 1.0},
                          [&](ZLineChannel& channel) { ZJobScheduler::WorkerMain(tree, folder / "out", channel); });
         ZJobScheduler scheduler(
             {pool, state, staleness, bForce}, [&](const SJobResult& result) { results.push_back(result); },

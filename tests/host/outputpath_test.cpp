@@ -113,3 +113,38 @@ TEST(OutputPath, NoTwoShareAPlace)
         for (size_t nSlash = sPlace.find('/'); nSlash != std::string::npos; nSlash = sPlace.find('/', nSlash + 1))
             EXPECT_FALSE(places.contains(sPlace.substr(0, nSlash))) << sPlace << " lies below a file";
 }
+
+TEST(OutputPath, TellsItsIdentifier)
+{
+    const std::string sLong(130, 'n');
+    for (const std::string& sId : {
+             std::string("<assembly:/a/hero.fbx?/walk.take>.pc.animation"),
+             std::string("<assembly:/a/hero.fbx?/walk.take>(noevents).ps3.animation"),
+             std::string("<assembly:/a/h.fbx?/w.take>(assembly:/r,1.fbx?/r.rig|no+events).pc.animation"),
+             std::string("<assembly:/a/rig.fbx>.pc.animationrig"),
+             std::string("<assembly:/100%/a (b)/@.fbx?walk>.pc.animation"),
+             std::string("<assembly:/a.animation?/b.animation>.pc.animation"),
+             std::string("<assembly:/a//b.fbx?/(x).take>.pc.animation"),
+         })
+    {
+        const std::string sPlace = Place(sId);
+        const std::string sTold = IdOfOutputPath(sPlace);
+        // An empty answer is honest, another identifier is not.
+        EXPECT_TRUE(sTold == sId || sTold.empty()) << sPlace << " of " << sId << " tells " << sTold;
+        EXPECT_EQ(sTold.empty(), sId.find("//") != std::string::npos) << sPlace;
+    }
+    EXPECT_EQ(IdOfOutputPath(Place("<assembly:/" + sLong + ".fbx?/a.take>.pc.animation")), "")
+        << "only a hash of it is there";
+    for (const char* szNone : {"", "/", "pc", "pc/a.animation", "pc/a/b", "pc/a/%zz.animation", "pc/a/%", "a/b.c/d"})
+        EXPECT_EQ(IdOfOutputPath(szNone), "") << szNone;
+}
+
+TEST(OutputPath, ReportsStandAside)
+{
+    EXPECT_EQ(ReportPathOf(ToId("assembly:/Stats/Memory.txt"), "ps3"), "ps3/stats/memory.txt");
+    EXPECT_EQ(ReportPathOf(ToId("assembly:/a.fbx/w.take.animation"), "pc"), "pc/a.fbx/w.take.animation%");
+    EXPECT_EQ(ReportPathOf(ToId("assembly:/../x.txt"), "pc"), "pc/%2e%2e/x.txt") << "no way out";
+    for (const char* szId : {"", "memory.txt", "assembly:/", "assembly:/a/", "assembly:/a.fbx?/b.take",
+                             "<assembly:/a.fbx>.pc.animationrig"})
+        EXPECT_EQ(ReportPathOf(ToId(szId), "pc"), "") << szId;
+}

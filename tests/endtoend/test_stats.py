@@ -1,0 +1,106 @@
+"""animpack stats: memory of packed animations, worked out again from the files."""
+
+import os
+import re
+
+import host
+import resourcefile
+
+MARK = "!PACKEDANIMDATA"
+
+
+class StatsTest(host.HostTest):
+    def stats(self, *words, code=0, platform=None, **more):
+        result = self.run_host("stats", *words, platform=platform, **more)
+        self.assertEqual(result.code, code, result)
+        return result
+
+    def run_host(self, command, *words, **more):
+        if command != "stats":
+            return super().run_host(command, *words, **more)
+        platform, json_lines = more.get("platform"), more.get("json_lines", True)
+        return host.execute("stats", *words, "--out", self.out, *(["-t:" + platform] if platform else []),
+                            *(["--json"] if json_lines else []))
+
+    def test_figures(self):
+        super().run_host("build", platform=("pc", "ps3"))
+        result = self.stats()
+        lines, summary = result.lines[:-1], result.summary
+        wanted = [p for p in self.files_of() if resourcefile.parse_file(p).kind == "ARTY"]
+        self.assertEqual(sorted(line["file"] for line in lines), wanted)
+        sums = {}
+        for line in lines:
+            shown = self.inspect(line["file"])["animation"]
+            groups = shown["trackGroups"]
+            data = sum(g["dataBytes"] for g in groups)
+            self.assertEqual((line["boneDataBytes"], line["bytes"]), (data, os.path.getsize(line["file"])))
+            self.assertEqual(line["otherDataBytes"], line["bytes"] - data)
+            self.assertEqual(line["boneCount"], len({b for g in groups for b in g["bones"]}))
+            self.assertAlmostEqual(line["seconds"], shown["frameCount"] / shown["frameRate"], places=5)
+            self.assertAlmostEqual(line["boneSeconds"], line["seconds"] * line["boneCount"], places=3)
+            for g in groups:
+                entry = line["trackClasses"][g["type"]]
+                self.assertEqual((entry["type"], entry["tracks"], entry["bytes"]),
+                                 (g["type"], len(g["bones"]), g["dataBytes"]))
+            of = sums.setdefault(line["platform"], [0, 0, 0])
+            of[0] += 1
+            of[1] += line["boneDataBytes"]
+            of[2] += line["otherDataBytes"]
+        self.assertEqual(set(sums), {"pc", "ps3"})
+        for platform, (count, data, other) in sums.items():
+            told = summary["platforms"][platform]
+            self.assertEqual((told["animations"], told["boneDataBytes"], told["otherDataBytes"]), (count, data, other))
+            percents = sum(c["percent"] for c in told["trackClasses"]) + 100 * other / (data + other)
+            self.assertAlmostEqual(percents, 100, places=6)
+        self.assertEqual(summary["animations"], len(lines))
+
+    def test_report(self):
+        super().run_host("build", "assembly:/characters", platform=("pc", "ps3"))
+        lines = [line for line in self.stats(platform="ps3").lines[:-1]]
+        text = self.stats("--top", "2", "--save", "assembly:/Stats/memory.txt", platform="ps3",
+                          json_lines=False).stdout
+        saved = host.content(os.path.join(self.out, "ps3/stats/memory.txt")).decode()
+        self.assertTrue(text.startswith(saved))
+        self.assertFalse(os.path.exists(os.path.join(self.out, "pc/stats")))
+        data, other = (sum(line[k] for line in lines) for k in ("boneDataBytes", "otherDataBytes"))
+        raw = sum(line["boneSeconds"] for line in lines) * 30 * 40
+        self.assertIn("  Number of animations: %d\n" % len(lines), saved)
+        self.assertIn("    BoneData: %d bytes" % data, saved)
+        self.assertIn("    Other: %d bytes" % other, saved)
+        level = float(re.search(r"compression level: ([\d.]+)%", saved).group(1))
+        self.assertAlmostEqual(level, 100 * data / raw, delta=0.011)
+        records = [x[len(MARK):].split("\t") for x in saved.splitlines() if x.startswith(MARK)]
+        self.assertEqual([r[0] for r in records], [line["id"] for line in lines])
+        for record, line in zip(records, lines):
+            values = record[2].split("|")
+            self.assertEqual((int(record[1]), int(values[2]), int(values[3])),
+                             (line["boneCount"], line["boneDataBytes"], line["otherDataBytes"]))
+            self.assertAlmostEqual(float(values[1]), line["boneSeconds"], delta=1e-3)
+        largest = text.split("-- LARGEST ANIMATIONS --\n")[1].splitlines()[1:]
+        self.assertEqual([int(x.split()[0]) for x in largest], sorted((x["bytes"] for x in lines), reverse=True)[:2])
+        self.assertNotIn("-- LARGEST", self.stats("--top", "0", json_lines=False).stdout)
+
+    def test_damaged_file(self):
+        super().run_host("build", "assembly:/props/lever.fbx", "assembly:/cameras")
+        sound = self.stats().lines[:-1]
+        spoiled = sound[0]
+        with open(spoiled["file"], "r+b") as f:
+            f.truncate(spoiled["bytes"] - 5)
+        with open(os.path.join(self.out, "pc", "junk.animation"), "wb") as f:
+            f.write(b"nothing")
+        result = self.stats(code=1)
+        self.assertEqual([line["id"] for line in result.lines[:-1] if not line["error"]],
+                         [line["id"] for line in sound[1:]])
+        self.assertEqual((result.summary["animations"], result.summary["failed"]), (len(sound) - 1, 2))
+        self.assertIn(spoiled["id"] + ": error: ", result.stderr)
+        self.assertIn("junk.animation: error: ", result.stderr)
+
+    def test_usage(self):
+        super().run_host("pack", "assembly:/props/lever.fbx?/pull.take", "animation")
+        self.stats("--save", "memory.txt", code=2)
+        self.stats("--save", "<assembly:/a.fbx?/b.take>.pc.animation", code=2)
+        packed = [p for p in self.files_of() if p.endswith("pull.take.animation")][0]
+        before = host.content(packed)
+        self.stats("--save", "assembly:/props/lever.fbx/pull.take.animation")
+        self.assertEqual(host.content(packed), before, "a report takes no packed file's place")
+        self.assertEqual(self.stats(platform="ps4").summary["animations"], 0)

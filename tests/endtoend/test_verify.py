@@ -1,0 +1,135 @@
+"""animpack verify: its figures worked out a second time from the scene and the decoded frames; faults that it must see."""
+
+import math
+import os
+import struct
+
+import host
+import make_samples
+from rotation import add, conj, mul, scale, sub, turn, unit
+
+POINTS = ((0.03, 0, 0), (0, 0.03, 0), (0, 0, 0.03))
+HELPERS = ("twist", "bone_")
+
+
+def narrow(value):
+    return struct.unpack("f", struct.pack("f", value))[0]
+
+
+def bare(name):
+    return name.rsplit(":", 1)[-1].lower()
+
+
+def degrees(a, b):
+    d = mul(conj(unit(a)), unit(b))
+    return math.degrees(2 * math.atan2(math.sqrt(sum(c * c for c in d[:3])), abs(d[3])))
+
+
+class VerifyTest(host.HostTest):
+    def verify(self, *words, code=0, **more):
+        result = self.run_host("verify", *words, **more)
+        self.assertEqual(result.code, code, result)
+        return result
+
+    def figures(self, scene, take, ground, first, last, packed):
+        """Bone name -> (millimetres, degrees) at worst, of bones whose own motion is packed: global transforms of the
+        scene relative to the ground's first frame."""
+        frames = range(first, last + 1)
+        at = ",".join(repr(narrow(narrow(f) / narrow(30))) for f in frames)
+        shown = self.run_host("scene", os.path.join(host.TREE, scene), "--at", at, platform=None).lines[0]
+        decoded = self.inspect(packed, range(last - first + 1))
+        nodes = {bare(n["name"]): i for i, n in enumerate(shown["nodes"])}
+        moved = {i for g in decoded["animation"]["trackGroups"] for i in g["bones"]}
+        origin = shown["at"][0]["nodes"][nodes[ground]]["global"]
+        worst = {}
+        for moment, frame in zip(shown["at"], decoded["frames"]):
+            for bone in frame["bones"]:
+                name = ground if bone["index"] == 0 else bare(bone["name"])
+                if bone["index"] not in moved or name == "bip01":
+                    continue
+                want = moment["nodes"][nodes[name]]["global"]
+                t = scale(turn(conj(origin["r"]), sub(want["t"], origin["t"])), 0.01)
+                q = mul(conj(origin["r"]), want["r"])
+                got_t, got_q = bone["character"]["t"], conj(unit(bone["character"]["r"]))
+                off = max(math.dist(add(t, turn(unit(q), p)), add(got_t, turn(got_q, p))) * 1000 for p in POINTS)
+                before = worst.get(bone["name"].lower(), (0, 0))
+                worst[bone["name"].lower()] = (max(before[0], off), max(before[1], degrees(q, got_q)))
+        return worst
+
+    def test_figures(self):
+        compared = 0
+        for scene, take, ground, first, last, platform in (
+                ("characters/scout/moves.fbx", "run", "scout_ground", 80, 119, "pc"),
+                ("characters/scout/moves.fbx", "jump", "scout_ground", 200, 254, "ps3"),
+                ("characters/crate_rider/rider.fbx", "ride", "rider_ground", 5, 64, "ps3"),
+                ("old/crane_old.fbx", "crane_swing", "crane_root", 50, 90, "pc")):
+            job = self.pack("assembly:/%s?/%s.take" % (scene, take), platform=platform)
+            line, = self.verify(job["id"], platform=platform).lines
+            worst = self.figures(scene, take, ground, first, last, job["file"])
+            self.assertEqual((line["frames"], line["bytes"]), (last - first + 1, os.path.getsize(job["file"])))
+            for n, (bone, own) in enumerate(((line["worstBone"], line["maxMillimetres"]),
+                                             (line["worstRotationBone"], line["maxRotationDegrees"]))):
+                if bone.lower() in worst:
+                    self.assertAlmostEqual(worst[bone.lower()][n], own, delta=1e-3, msg=bone)
+                    compared += 1
+            self.assertLessEqual(max(w[0] for w in worst.values()), line["maxMillimetres"] + 2e-3)
+            self.assertLessEqual(max(w[1] for w in worst.values()), line["maxRotationDegrees"] + 1e-3)
+            self.assertGreater(line["maxMillimetres"], 0)
+            self.assertLess(line["meanMillimetres"], line["maxMillimetres"])
+        self.assertGreaterEqual(compared, 6)
+
+    def test_both_platforms_decode_alike(self):
+        self.run_host("build", platform=("pc", "ps3"))
+        lines = self.verify(platform=None).lines
+        self.assertEqual({line["platform"] for line in lines}, {"pc", "ps3"})
+        by_platform = [[{k: v for k, v in line.items() if k not in ("id", "platform", "bytes")} for line in lines
+                        if line["platform"] == p] for p in ("pc", "ps3")]
+        self.assertEqual(*by_platform)
+        self.assertGreaterEqual(len(by_platform[0]), 15)
+        self.assertLess(max(line["maxMillimetres"] for line in lines), 0.5)
+        again = self.verify("-j", "3", platform=None)
+        self.assertEqual(again.lines, lines, "the same for any number of workers")
+
+    def test_another_source_is_seen(self):
+        """A knob that hangs a centimetre lower than when it was packed."""
+        tree = self.copy_tree("props/lever.fbx")
+        packed = self.pack("assembly:/props/lever.fbx?/pull.take", assets=tree)
+        scene = make_samples.lever()
+        scene.find("lever_knob").rest["Lcl Translation"] = (0, 0, 44)
+        scene.write(os.path.join(tree, "props/lever.fbx"))
+        line, = self.verify(assets=tree).lines
+        self.assertAlmostEqual(line["maxMillimetres"], 10, delta=0.01)
+        self.assertEqual(line["worstBone"], "lever_knob")
+        result = self.verify("--max-mm", "9.5", "props/lever.fbx", assets=tree, code=1)
+        self.assertIn("the bone 'lever_knob' in frame", result.stderr)
+        self.assertIn(packed["id"] + ": error: ", result.stderr)
+        self.assertEqual(result.lines[0]["bones"], 3)
+        self.verify("--max-mm", "11", "--max-degrees", "1", assets=tree)
+        result = self.verify("--max-degrees", "0.0001", assets=tree, code=1)
+        self.assertIn("degrees off", result.stderr)
+
+        path = os.path.join(tree, "props/lever.fbx")
+        shorter = host.content(path).replace(b'"endFrame": 49', b'"endFrame": 48')
+        self.assertNotEqual(shorter, host.content(path))
+        with open(path, "wb") as f:
+            f.write(shorter)
+        line, = self.verify(assets=tree, code=1).lines
+        self.assertIn("has 40 frames, its take 39", line["error"])
+        os.remove(path)
+        self.assertIn("source can't be read", self.verify(assets=tree, code=1).lines[0]["error"])
+
+    def test_what_fails_alone(self):
+        self.run_host("build", "assembly:/props", "assembly:/cameras")
+        files = [p for p in self.files_of() if p.endswith(".animation")]
+        with open(files[0], "r+b") as f:
+            f.truncate(100)
+        os.remove(next(p for p in self.files_of() if p.endswith("lever.rig.animationrig")))
+        result = self.verify("cameras/", "assembly:/props/lever.fbx?/pull.take", "assembly:/none.fbx", code=1)
+        errors = [line for line in result.lines if line["error"]]
+        self.assertEqual(len(errors), 3, result)
+        self.assertEqual(len(result.lines), 4)
+        self.assertIn("no packed animation", errors[0]["error"])
+        self.assertIn("lever.rig", errors[2]["error"])
+        table = self.verify("cameras", json_lines=False, code=1)
+        self.assertIn("max mm", table.stdout.splitlines()[0])
+        self.assertIn("1 failed", table.stderr)
