@@ -51,7 +51,7 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
         RemovePassingFiles(m_sOut);
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
-    m_pPool = std::make_unique<ZWorkerPool>(options.nWorkers, limits,
+    m_pPool = std::make_unique<ZWorkerPool>(options.nWorkers + 1, limits,
                                             [this](ZLineChannel& channel)
                                             { ZJobScheduler::WorkerMain(m_tree, m_sOut, channel); });
     m_pScheduler = std::make_unique<ZJobScheduler>(

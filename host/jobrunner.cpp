@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cxxabi.h>
+#include <unistd.h>
 
 namespace Host
 {
@@ -77,16 +78,20 @@ ZJobRunner::~ZJobRunner()
     SetResourceDatabase(nullptr);
 }
 
-SJobResult ZJobRunner::Run(const SJob& job)
+SJobResult ZJobRunner::Run(const SJob& job, bool bPublishLater)
 {
     const double fStart = SecondsNow();
     SJobResult result;
     result.job = job;
     ZJobContext context(job, [this](const SMessage& message) { m_host.OnMessage(message); });
     m_database.Push(&context);
-    const bool bGood = Guarded(
-        context, [&](ZJobContext& current)
-        { return job.eKind == SJob::eScan ? Scan(current, result.scan) : Pack(current) && Publish(current, result); });
+    const bool bGood = Guarded(context,
+                               [&](ZJobContext& current)
+                               {
+                                   return job.eKind == SJob::eScan
+                                              ? Scan(current, result.scan)
+                                              : Pack(current) && Publish(current, bPublishLater, result);
+                               });
     context.Output().Discard();
     if (!bGood && !context.HasErrors())
     {
@@ -176,7 +181,7 @@ bool ZJobRunner::Pack(ZJobContext& context)
     return packer->Pack(&context, target.GetSourceResourceID(), target, ZVariantRef());
 }
 
-bool ZJobRunner::Publish(ZJobContext& context, SJobResult& result)
+bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& result)
 {
     const ZResourceID target = ToId(context.Job().sId);
     ZOutputFile& output = context.Output();
@@ -187,7 +192,7 @@ bool ZJobRunner::Publish(ZJobContext& context, SJobResult& result)
         sWhy = "the packer reports success, but has not released its output";
     else if (output.Path().empty())
         sWhy = "the packer reports success, but has written nothing";
-    else if (!output.Publish())
+    else if (bPublishLater ? !output.Release(::getppid(), result.publication) : !output.Publish())
         sWhy = output.Error();
     if (!sWhy.empty())
     {
@@ -195,7 +200,7 @@ bool ZJobRunner::Publish(ZJobContext& context, SJobResult& result)
         return false;
     }
     result.sFile = OutputPathOf(target);
-    result.stamp = StampOf(output.Path());
+    result.stamp = StampOf(bPublishLater ? result.publication.sPassingPath : output.Path());
     result.nBytes = result.stamp.nSize;
     result.nHash = output.Hash();
     return true;

@@ -36,14 +36,15 @@ public:
     ZJobRunner(const ZJobRunner&) = delete;
     ZJobRunner& operator=(const ZJobRunner&) = delete;
 
-    /// The result has gone to the host when this returns, as have those of the jobs inside.
-    SJobResult Run(const SJob& job);
+    /// The result has gone to the host when this returns, as have those of the jobs inside. With bPublishLater a packed
+    /// file is complete by then, and the host's to publish.
+    SJobResult Run(const SJob& job, bool bPublishLater = false);
 
 private:
     bool Make(const std::string& sId);
     bool Guarded(ZJobContext& context, const std::function<bool(ZJobContext&)>& work);
     bool Pack(ZJobContext& context);
-    bool Publish(ZJobContext& context, SJobResult& result);
+    bool Publish(ZJobContext& context, bool bPublishLater, SJobResult& result);
     bool Scan(ZJobContext& context, SSourceScan& scan);
 
     IJobHost& m_host;

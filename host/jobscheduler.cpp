@@ -46,15 +46,21 @@ void ZJobScheduler::WorkerMain(const ZAssetTree& tree, const std::string& sOut, 
     ZJobRunner runner(tree, sOut, host);
     std::string sText;
     SLine line;
-    while (channel.Receive(sText) && DecodeLine(sText, line) && line.eKind == SLine::eJob)
-        runner.Run(SJob(line.job));
+    while (channel.Receive(sText) && DecodeLine(sText, line))
+    {
+        if (line.eKind == SLine::eJob)
+            runner.Run(SJob(line.job), line.bPublishLater);
+        else if (line.eKind != SLine::ePublish || !channel.Send(EncodePublished(PublishFiles(line.files))))
+            break;
+    }
 }
 
 ZJobScheduler::ZJobScheduler(const SServices& services, FReport report, FProgress progress)
     : m_services(services),
       m_report(std::move(report)),
       m_progress(std::move(progress)),
-      m_workers(services.pool.Size())
+      m_workers(services.pool.Size() - 1),
+      m_publisher(services.pool)
 {
 }
 
@@ -123,7 +129,7 @@ bool ZJobScheduler::MustWait(const SEntry& entry)
                        {
                            const auto it = m_entries.find(dependency.sId);
                            return dependency.eKind == SDependency::eDerived && it != m_entries.end() &&
-                                  it->second.eState == EState::eRunning;
+                                  (it->second.eState == EState::eRunning || it->second.eState == EState::eToPublish);
                        });
 }
 
@@ -148,6 +154,16 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs)
         ZWorkerPool::SEvent event;
         if (!m_services.pool.Wait(event, 0.5))
             m_services.state.Commit();
+        else if (event.nWorker == m_publisher.Worker())
+        {
+            SLine line;
+            if (event.bEnded)
+                HandlePublished(m_publisher.OnEnd(event.sText));
+            else if (DecodeLine(event.sText, line) && line.eKind == SLine::ePublished)
+                HandlePublished(m_publisher.OnPublished(line.errors));
+            else
+                m_services.pool.Kill(event.nWorker, "its process talked nonsense");
+        }
         else if (event.bEnded)
             HandleEnd(event);
         else
@@ -181,7 +197,7 @@ void ZJobScheduler::StartJobs()
             entry.nWorker = n;
             m_workers[n].stack.push_back(job.sId);
             m_workers[n].sFile = FileOf(job.sId);
-            m_services.pool.Send(n, EncodeJob(job));
+            m_services.pool.Send(n, EncodeJob(job, m_waiting.size() >= PUBLISH_LATER_FROM));
             m_progress(m_nTold, m_list.size(), job);
             break;
         }
@@ -233,7 +249,7 @@ void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
     const SJob job{SJob::ePack, sId};
     EntryOf({SJob::ePack, worker.stack.back()}).needs.push_back(sId);
     SEntry& entry = EntryOf(job);
-    if (entry.eState == EState::eRunning)
+    if (entry.eState == EState::eRunning || entry.eState == EState::eToPublish)
     {
         if (WouldCloseRing(nWorker, entry))
         {
@@ -285,7 +301,26 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
     worker.stack.pop_back();
     if (worker.stack.empty())
         m_services.pool.StopClock(nWorker);
-    Complete(entry);
+    if (entry.result.publication.sPath.empty() || !entry.result.IsGood())
+        return Complete(entry);
+    entry.eState = EState::eToPublish;
+    m_publisher.Add(entry.result.job.sId, entry.result.publication);
+}
+
+void ZJobScheduler::HandlePublished(const std::vector<ZPublisher::SOutcome>& outcomes)
+{
+    for (const ZPublisher::SOutcome& outcome : outcomes)
+    {
+        SEntry& entry = m_entries.at(outcome.sId);
+        if (!outcome.sError.empty())
+        {
+            entry.result.eStatus = EJobStatus::eFailed;
+            entry.result.sFile.clear();
+            entry.result.nBytes = 0;
+            entry.result.messages.push_back({ESeverity::eError, outcome.sError});
+        }
+        Complete(entry);
+    }
 }
 
 void ZJobScheduler::Complete(SEntry& entry)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/publisher.h"
 #include "host/staleness.h"
 #include "host/workerpool.h"
 
@@ -21,13 +22,15 @@ namespace Host
 ///            it. So the same tree tells the same lines for any number of workers.
 /// Needs      a job that needs a packed resource waits while another makes it, or makes it inside itself. A ring of
 ///            needs fails the need that would close it.
+/// Files      while many jobs wait, files are published in batches, by one worker that does nothing else; a job is done
+///            when its file stands in its place.
 /// Crashes    a job whose process ends is eCrashed; the jobs around it, which have done nothing wrong, start again.
 class ZJobScheduler
 {
 public:
     struct SServices
     {
-        ZWorkerPool& pool;
+        ZWorkerPool& pool; ///< the last of its workers publishes, so two at least
         ZBuildState& state;
         ZStaleness& staleness;
         bool bForce = false; ///< nothing is up to date but what this run has made
@@ -49,6 +52,7 @@ private:
     {
         eNew,
         eRunning,
+        eToPublish, ///< done but for its file
         eDone
     };
     struct SEntry
@@ -66,7 +70,8 @@ private:
         std::string sWaitsFor;
         std::string sFile; ///< source file of the job that it was given last
     };
-    static constexpr size_t MOST_OUT_OF_TURN = 64; ///< jobs that one may overtake
+    static constexpr size_t MOST_OUT_OF_TURN = 64;   ///< jobs that one may overtake
+    static constexpr size_t PUBLISH_LATER_FROM = 16; ///< jobs that wait; with fewer a batch would not fill
 
     SEntry& EntryOf(const SJob& job);
     static std::string_view FileOf(std::string_view id);
@@ -77,6 +82,7 @@ private:
     void HandleLine(size_t nWorker, const std::string& sText);
     void HandleNeed(size_t nWorker, const std::string& sId);
     void HandleResult(size_t nWorker, SJobResult&& result);
+    void HandlePublished(const std::vector<ZPublisher::SOutcome>& outcomes);
     void HandleEnd(const ZWorkerPool::SEvent& end);
     bool WouldCloseRing(size_t nWorker, const SEntry& needed) const;
     void Answer(size_t nWorker, const SEntry& needed);
@@ -89,6 +95,7 @@ private:
     FProgress m_progress;
     std::unordered_map<std::string, SEntry> m_entries; ///< by identifier; references to them stay good
     std::vector<SWorker> m_workers;
+    ZPublisher m_publisher;
     std::deque<SJob> m_waiting;
     std::vector<SJob> m_postponed;   ///< until something that runs is done
     std::vector<std::string> m_list; ///< of the current Run, in order

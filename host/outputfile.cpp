@@ -2,6 +2,7 @@
 
 #include "base/component/componentbase.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -9,7 +10,10 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace Host
 {
@@ -21,6 +25,7 @@ namespace
 
 constexpr std::string_view PASSING_START = ".animpack-";
 constexpr std::string_view PASSING_END = ".part";
+constexpr size_t MOST_FLUSHES = 16; ///< under way at the same time
 
 class ZFileOutputStream final : public TCountedComponent<ZFileOutputStream, IOutputStream>
 {
@@ -68,7 +73,50 @@ private:
     size_t m_nSize;
 };
 
+/// Flushed and renamed, or removed.
+std::string PublishFile(const SPublication& file)
+{
+    std::string sError;
+    const auto fail = [&](const char* szWhat)
+    { sError = std::string(szWhat) + " '" + file.sPath + "': " + std::strerror(errno); };
+    const int nFile = ::open(file.sPassingPath.c_str(), O_RDONLY | O_CLOEXEC);
+    if (nFile < 0 || ::fdatasync(nFile) != 0)
+        fail("cannot flush");
+    if (nFile >= 0)
+        ::close(nFile);
+    if (sError.empty() && ::rename(file.sPassingPath.c_str(), file.sPath.c_str()) != 0)
+        fail("cannot rename to");
+    if (!sError.empty())
+        ::unlink(file.sPassingPath.c_str());
+    return sError;
+}
+
 } // namespace
+
+std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
+{
+    std::vector<std::string> errors(files.size());
+    std::atomic<size_t> nNext{0};
+    const auto work = [&]
+    {
+        for (size_t n = nNext++; n < files.size(); n = nNext++)
+            errors[n] = PublishFile(files[n]);
+    };
+    std::vector<std::thread> threads;
+    try
+    {
+        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES); ++n)
+            threads.emplace_back(work);
+    }
+    catch (const std::system_error&)
+    {
+        // Fewer will do.
+    }
+    work();
+    for (std::thread& thread : threads)
+        thread.join();
+    return errors;
+}
 
 bool ZOutputFile::Fail(const std::string& sWhat)
 {
@@ -122,8 +170,6 @@ void ZOutputFile::Close()
 {
     if (m_nFile < 0)
         return;
-    if (m_sError.empty() && ::fdatasync(m_nFile) != 0)
-        Fail("cannot flush");
     if (::close(m_nFile) != 0)
         Fail("cannot close");
     m_nFile = -1;
@@ -135,8 +181,21 @@ bool ZOutputFile::Publish()
     Close();
     if (!IsComplete())
         return false;
-    if (::rename(m_sPassingPath.c_str(), m_sPath.c_str()) != 0)
-        return Fail("cannot rename to");
+    m_sError = PublishFiles({{std::exchange(m_sPassingPath, {}), m_sPath}}).front();
+    return m_sError.empty();
+}
+
+bool ZOutputFile::Release(pid_t nProcess, SPublication& publication)
+{
+    Close();
+    if (!IsComplete())
+        return false;
+    publication.sPath = m_sPath;
+    publication.sPassingPath = m_sPassingPath;
+    const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
+    publication.sPassingPath.replace(m_sPassingPath.rfind(PASSING_START), PASSING_START.size(), sStart);
+    if (::rename(m_sPassingPath.c_str(), publication.sPassingPath.c_str()) != 0)
+        return Fail("cannot write");
     m_sPassingPath.clear();
     return true;
 }

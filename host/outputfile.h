@@ -5,12 +5,23 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace Host
 {
 
+/// A file that was written under a passing name, and where it is to stand.
+struct SPublication
+{
+    std::string sPassingPath;
+    std::string sPath;
+};
+/// Flushes and renames complete files, what fails is removed. An error, or an empty text, for each. Many at a time cost
+/// hardly more than one, since the disk takes flushes that wait together for one; several files start threads.
+std::vector<std::string> PublishFiles(const std::vector<SPublication>& files);
+
 /// A file that appears complete or not at all: written under a passing name in its folder, flushed, then renamed.
-/// Ends in nothing unless Publish() was called.
+/// Ends in nothing unless Publish() was called, or Release().
 class ZOutputFile
 {
 public:
@@ -27,6 +38,9 @@ public:
     /// The file stands at its path from here on, instead of one that was there. False, with Error() told, when a write
     /// failed on the way, or nothing was opened.
     bool Publish();
+    /// Hands the complete file over to a process that will publish it: from here on it is that one's to remove. False
+    /// as with Publish().
+    bool Release(pid_t nProcess, SPublication& publication);
     void Discard();
 
     bool IsOpen() const { return m_nFile >= 0; }

@@ -66,6 +66,11 @@ void ReadStamp(const TJson& json, SFileStamp& stamp, uint64_t& nHash)
     nHash = json.at("hash").get<uint64_t>();
 }
 
+SPublication PublicationOf(const TJson& json)
+{
+    return {json.at("passing").get<std::string>(), json.at("path").get<std::string>()};
+}
+
 /// {"name": and the rest is the caller's, who closes it.
 ZJsonWriter OpenLine(std::string_view name)
 {
@@ -77,11 +82,12 @@ ZJsonWriter OpenLine(std::string_view name)
 
 } // namespace
 
-std::string EncodeJob(const SJob& job)
+std::string EncodeJob(const SJob& job, bool bPublishLater)
 {
     ZJsonWriter json = OpenLine("job");
     json.Text(job.sId);
     json.BoolField("scan", job.eKind == SJob::eScan);
+    json.BoolField("later", bPublishLater);
     json.Close('}');
     return json.Take();
 }
@@ -121,6 +127,8 @@ std::string EncodeResult(const SJobResult& result)
     json.TextField("file", result.sFile);
     json.UnsignedField("bytes", result.nBytes);
     json.NumberField("seconds", result.fSeconds);
+    json.TextField("passing", result.publication.sPassingPath);
+    json.TextField("path", result.publication.sPath);
     WriteStamp(json, result.stamp, result.nHash);
     json.Key("dependencies");
     json.Open('[');
@@ -142,6 +150,33 @@ std::string EncodeResult(const SJobResult& result)
     return json.Take();
 }
 
+std::string EncodePublish(const std::vector<SPublication>& files)
+{
+    ZJsonWriter json = OpenLine("publish");
+    json.Open('[');
+    for (const SPublication& file : files)
+    {
+        json.Open('{');
+        json.TextField("passing", file.sPassingPath);
+        json.TextField("path", file.sPath);
+        json.Close('}');
+    }
+    json.Close(']');
+    json.Close('}');
+    return json.Take();
+}
+
+std::string EncodePublished(const std::vector<std::string>& errors)
+{
+    ZJsonWriter json = OpenLine("published");
+    json.Open('[');
+    for (const std::string& sError : errors)
+        json.Text(sError);
+    json.Close(']');
+    json.Close('}');
+    return json.Take();
+}
+
 bool DecodeLine(std::string_view text, SLine& line)
 {
     try
@@ -152,6 +187,7 @@ bool DecodeLine(std::string_view text, SLine& line)
         {
             line.eKind = SLine::eJob;
             line.job = {kind(), json.at("job").get<std::string>()};
+            line.bPublishLater = json.at("later").get<bool>();
         }
         else if (json.contains("answer"))
         {
@@ -172,6 +208,18 @@ bool DecodeLine(std::string_view text, SLine& line)
             line.eKind = SLine::eNeed;
             line.sText = json.at("need").get<std::string>();
         }
+        else if (json.contains("publish"))
+        {
+            line.eKind = SLine::ePublish;
+            line.files.clear();
+            for (const TJson& file : json.at("publish"))
+                line.files.push_back(PublicationOf(file));
+        }
+        else if (json.contains("published"))
+        {
+            line.eKind = SLine::ePublished;
+            line.errors = json.at("published").get<std::vector<std::string>>();
+        }
         else
         {
             line.eKind = SLine::eResult;
@@ -181,6 +229,7 @@ bool DecodeLine(std::string_view text, SLine& line)
             line.result.sFile = json.at("file").get<std::string>();
             line.result.nBytes = json.at("bytes").get<uint64_t>();
             line.result.fSeconds = json.at("seconds").get<double>();
+            line.result.publication = PublicationOf(json);
             ReadStamp(json, line.result.stamp, line.result.nHash);
             for (const TJson& entry : json.at("dependencies"))
             {

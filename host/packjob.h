@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/contenthash.h"
+#include "host/outputfile.h"
 #include "host/sourcescan.h"
 
 #include <cstdint>
@@ -70,7 +71,8 @@ struct SJobResult
     SJob job;
     EJobStatus eStatus = EJobStatus::eFailed;
     std::vector<SMessage> messages;
-    std::string sFile; ///< of the packed resource, below the output folder; empty when there is none
+    SPublication publication; ///< of a packed file that is complete and waits to be published; else empty
+    std::string sFile;        ///< of the packed resource, below the output folder; empty when there is none
     uint64_t nBytes = 0;
     SFileStamp stamp; ///< of that file
     uint64_t nHash = 0;
@@ -84,14 +86,17 @@ struct SJobResult
 
 // The lines between host and worker. Each is one JSON object.
 
-/// Host to worker: a job to do.
-std::string EncodeJob(const SJob& job);
+/// Host to worker: a job to do. With bPublishLater its file, if it is no other job's need, is left to be published.
+std::string EncodeJob(const SJob& job, bool bPublishLater);
 /// Host to worker: the answer to "need".
 std::string EncodeAnswer(std::string_view answer, std::string_view why);
 /// Worker to host.
 std::string EncodeMessage(const SMessage& message);
 std::string EncodeNeed(std::string_view id);
 std::string EncodeResult(const SJobResult& result);
+/// Host to worker: files to publish, and the answer, an error or an empty text for each.
+std::string EncodePublish(const std::vector<SPublication>& files);
+std::string EncodePublished(const std::vector<std::string>& errors);
 
 /// Any line that either side may get. False for what is none: the other side is not to be trusted any more.
 struct SLine
@@ -102,10 +107,15 @@ struct SLine
         eAnswer,
         eMessage,
         eNeed,
-        eResult
+        eResult,
+        ePublish,
+        ePublished
     };
     EKind eKind = eJob;
     SJob job;
+    bool bPublishLater = false;
+    std::vector<SPublication> files;
+    std::vector<std::string> errors;
     std::string sText; ///< answer, or identifier needed
     std::string sWhy;
     SMessage message;

@@ -276,3 +276,34 @@ TEST_F(JobSchedulerTest, ScansAreJobsWithAnIndex)
     EXPECT_EQ(again[0].eStatus, EJobStatus::eUpToDate);
     EXPECT_EQ(ScanLine(again[0].scan), ScanLine(results[0].scan));
 }
+
+TEST_F(JobSchedulerTest, ManyFilesArePublishedInBatches)
+{
+    // Each third one needs the rig before it, which may be done but for its file.
+    std::vector<SJob> jobs;
+    std::string sTold;
+    for (int n = 0; n < 60; ++n)
+    {
+        const std::string sName = "f" + std::to_string(n) + ".fbx";
+        const std::string sBefore = "f" + std::to_string(n - 1) + ".fbx";
+        Source(sName, n % 3 == 2 ? Need(sBefore) + "write B" : "write A");
+        jobs.push_back(n % 3 == 1 ? Rig(sName) : Take(sName));
+        sTold += sName + (n == 30 ? " failed\n" : " packed\n");
+    }
+    // Nothing can be renamed to a folder that holds something.
+    folder.Write("out/" + OutputPathOf(ToId(jobs[30].sId)) + "/in the way", "");
+    const auto results = Run(jobs, 3);
+    EXPECT_EQ(Told(results), sTold);
+    EXPECT_TRUE(HasMessage(results[30], ESeverity::eError, "cannot rename to '"));
+    EXPECT_EQ(results[30].sFile, "");
+    for (size_t n = 0; n < jobs.size(); ++n)
+    {
+        const std::string sStart = n % 3 == 2 ? "[A" : "A"; // of what was needed
+        EXPECT_TRUE(n == 30 || Output(jobs[n]).starts_with(sStart)) << n;
+    }
+    for (const auto& file : std::filesystem::recursive_directory_iterator(folder.Path()))
+        EXPECT_EQ(file.path().filename().string().find(".part"), std::string::npos) << "nothing passing stays";
+    const auto again = Run(jobs, 3);
+    EXPECT_EQ(again[5].eStatus, EJobStatus::eUpToDate);
+    EXPECT_EQ(again[30].eStatus, EJobStatus::eFailed);
+}
