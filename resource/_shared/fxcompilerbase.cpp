@@ -1,5 +1,6 @@
 #include "resource/_shared/fxcompilerbase.h"
 
+#include "resource/_shared/fxfilenames.h"
 #include "resource/_shared/fxflattener.h"
 
 #include <cstdio>
@@ -181,7 +182,9 @@ bool ZFXCompilerBase::Preprocess(IResourcePackerContext* pContext, const void* p
     *ppPreprocessed = nullptr;
     preprocessedSize = 0;
 
-    ZFXFlattener flattener(static_cast<const char*>(pData), nDataSize, includePaths, &ZFXFlattener::ReadFromDisk);
+    ZFXFileNames names;
+    ZFXFlattener flattener(static_cast<const char*>(pData), nDataSize, includePaths, &ZFXFlattener::ReadFromDisk,
+                           [&names](const ZString& path) { return names.Find(path); });
     try
     {
         if (!flattener.Run([this](const ZString& path) { AddReference(path); }))

@@ -9,8 +9,13 @@
 
 using namespace FXCompilerUtil;
 
-ZFXFlattener::ZFXFlattener(const char* pText, size_t nSize, const TArray<ZString>& directories, FReadFile readFile)
-    : m_directories(directories), m_readFile(std::move(readFile)), m_pText(pText), m_nSize(nSize)
+ZFXFlattener::ZFXFlattener(const char* pText, size_t nSize, const TArray<ZString>& directories, FReadFile readFile,
+                           FFindAnyCase findAnyCase)
+    : m_directories(directories),
+      m_readFile(std::move(readFile)),
+      m_findAnyCase(std::move(findAnyCase)),
+      m_pText(pText),
+      m_nSize(nSize)
 {
 }
 
@@ -116,6 +121,12 @@ bool ZFXFlattener::FindFile(std::string_view name, ZString& path, std::vector<ch
         // Slashes forward before the file is looked for: sources written elsewhere spell folders with backslashes.
         path = ZPath(directory + "/" + fileName).ToString();
         if (m_readFile(path, nMost, bytes))
+            return true;
+    }
+    for (const ZString& directory : directories)
+    {
+        path = m_findAnyCase ? m_findAnyCase(ZPath(directory + "/" + fileName).ToString()) : ZString();
+        if (!path.IsEmpty() && m_readFile(path, nMost, bytes))
             return true;
     }
     ZString tried;

@@ -32,10 +32,14 @@ public:
 
     /// True when the path names a file that opens; then up to nMost of its bytes are in `bytes`, which comes empty.
     using FReadFile = std::function<bool(const ZString& path, size_t nMost, std::vector<char>& bytes)>;
+    /// The path of a file that differs from this one in case only, or empty.
+    using FFindAnyCase = std::function<ZString(const ZString& path)>;
     using FReference = std::function<void(const ZString& path)>;
 
-    /// The text and the directories stay the caller's and have to outlive this.
-    ZFXFlattener(const char* pText, size_t nSize, const TArray<ZString>& directories, FReadFile readFile);
+    /// The text and the directories stay the caller's and have to outlive this. When no directory has a file of a name
+    /// as it is spelled, findAnyCase, if there is one, is asked for it in each.
+    ZFXFlattener(const char* pText, size_t nSize, const TArray<ZString>& directories, FReadFile readFile,
+                 FFindAnyCase findAnyCase = {});
     ZFXFlattener(const ZFXFlattener&) = delete;
     ZFXFlattener& operator=(const ZFXFlattener&) = delete;
     ~ZFXFlattener();
@@ -66,6 +70,7 @@ private:
 
     const TArray<ZString>& m_directories;
     FReadFile m_readFile;
+    FFindAnyCase m_findAnyCase;
     ZString m_error;
 
     std::vector<char, TZAllocator<char>> m_done; ///< scanned, final

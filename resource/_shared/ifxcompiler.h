@@ -22,8 +22,9 @@ public:
     /// Null on failure; zhalt_exception for malformed text. GetLastError() tells why in either case.
     ///
     /// `id` names the effect in messages, `pData` is its source. Includes are looked for beside the including file, in
-    /// the working directory, then in `includePath`: one directory, or several with semicolons between them. Every file
-    /// that was included is appended to `references`, lower-cased and with slashes forward, as often as it was.
+    /// the working directory, then in `includePath`: one directory, or several with semicolons between them; a file
+    /// whose name differs in case only is taken when there is no other. Every file that was included is appended to
+    /// `references`, lower-cased and with slashes forward, as often as it was.
     virtual ICompiledEffect* CompileEffect(IResourcePackerContext* pContext, const ZResourceID& id, const void* pData,
                                            size_t nDataSize, const TArray<SFXCompilerDefine>& defines,
                                            const ZString& includePath, TArray<ZString>& references) = 0;

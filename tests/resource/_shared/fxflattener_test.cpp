@@ -1,4 +1,5 @@
 #include "base/misc/memory.h"
+#include "resource/_shared/fxfilenames.h"
 #include "tests/resource/_shared/effectfixtures.h"
 #include "tests/resource/_shared/plainflattening.h"
 #include "tests/support/printing.h"
@@ -232,6 +233,36 @@ TEST(FXFlattener, OnDiskOnlyRegularFilesCount)
     std::vector<std::string> found;
     ASSERT_TRUE(flattener.Run([&](const ZString& path) { found.emplace_back(path.View()); }));
     EXPECT_EQ(found, (std::vector<std::string>{folder.Path("second") + "/x", folder.Path("second") + "/empty"}));
+}
+
+TEST(FXFlattener, CaseCountsOnlyWhenItChooses)
+{
+    const ZTemporaryFolder folder;
+    folder.Write("one/Sub/Deep.fxh", "deep");
+    folder.Write("one/Two.fxh", "Two");
+    folder.Write("two/two.fxh", "two");
+    folder.Write("two/B.fxh", "");
+    folder.Write("two/b.FXH", "");
+    ZFXFileNames names;
+    const auto find = [&](const std::string& path)
+    {
+        const std::string found(names.Find(ZString::FromView(folder.Path(path))).View());
+        return found.empty() ? found : found.substr(folder.Path().size() + 1);
+    };
+    EXPECT_EQ(find("ONE/sub/../SUB/deep.FXH"), "one/Sub/../Sub/Deep.fxh");
+    EXPECT_EQ(find("two/b.fxh"), "two/B.fxh") << "the first of several";
+    EXPECT_EQ(find("one/none"), "");
+    EXPECT_EQ(find("one/two.fxh/x"), "");
+    EXPECT_EQ(find(std::string(100000, '/') + "x"), "");
+
+    const TArray<ZString> directories = {ZString::FromView(folder.Path("one")), ZString::FromView(folder.Path("two"))};
+    const std::string source = "#include \"two.fxh\"\n#include \"TWO.fxh\"\n#include \"sub\\DEEP.fxh\"\n";
+    ZFXFlattener flattener(source.data(), source.size(), directories, &ZFXFlattener::ReadFromDisk,
+                           [&](const ZString& path) { return names.Find(path); });
+    std::vector<std::string> found;
+    ASSERT_TRUE(flattener.Run([&](const ZString& path) { found.emplace_back(path.View()); }));
+    EXPECT_EQ(found, (std::vector<std::string>{folder.Path("two/two.fxh"), folder.Path("one/Two.fxh"),
+                                               folder.Path("one/Sub/Deep.fxh")}));
 }
 
 } // namespace
