@@ -176,7 +176,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         AddOutputOptions(*pCommand, options, raw);
         return pCommand;
     };
-    CLI::App* pScan = add("scan", "Tell what sources hold: takes, rigs, references, properties");
+    CLI::App* pScan = add("scan", "Tell what sources hold: takes, rigs, characters; keeps an index of it in --out");
     pScan->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
 
     CLI::App* pPack = add("pack", "Make one packed resource, and what it needs; print its file");

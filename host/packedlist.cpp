@@ -45,12 +45,13 @@ public:
 
     std::string Of(const std::string& sRelative)
     {
-        const std::string sId = IdOfOutputPath(sRelative);
+        std::string sId = IdOfOutputPath(sRelative);
         if (!sId.empty())
             return sId;
         Open();
-        const std::string sKnown = m_pState ? m_pState->IdOfFile(sRelative) : std::string();
-        return sKnown.empty() ? sRelative : sKnown;
+        if (m_pState)
+            sId = m_pState->IdOfFile(sRelative);
+        return sId.empty() ? sRelative : sId;
     }
 
 private:
@@ -92,7 +93,7 @@ std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, cons
         if (it.depth() == 0 || !it->is_regular_file(ignored) || !IsAnimation(it->path()))
             continue;
         const std::string sRelative = it->path().lexically_relative(sOut).generic_string();
-        found.push_back({ids.Of(sRelative), sRelative.substr(0, sRelative.find('/')), sOut + '/' + sRelative});
+        found.push_back({ids.Of(sRelative), sRelative.substr(0, sRelative.find('/')), it->path().string()});
     }
     if (error)
         throw ZHostError("the output folder '" + sOut + "' can't be read: " + error.message());

@@ -209,7 +209,7 @@ private:
         {
             if (nClass != other.nClass || nClass == 2)
                 return nClass < other.nClass;
-            return nClass == 0 ? fValue < other.fValue : CompareValues(text, other.text) < 0;
+            return nClass == 0 ? fValue < other.fValue : std::is_lt(CompareValues(text, other.text));
         }
     };
     SRank RankOf(const ZScanIndex::SEntry& entry) const
@@ -269,6 +269,7 @@ private:
         for (const ZScanIndex::SEntry& entry : m_found)
         {
             std::vector<std::string> row;
+            row.reserve(columns.size());
             for (const std::string& sName : columns)
                 row.emplace_back(ValueOf(entry, sName).value_or(std::string_view()));
             table.Add(std::move(row));

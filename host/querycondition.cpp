@@ -196,17 +196,17 @@ bool SCondition::Holds(const ZScanIndex::SEntry& entry) const
     switch (eOperator)
     {
     case eUnequal:
-        return order != 0;
+        return std::is_neq(order);
     case eLess:
-        return order < 0;
+        return std::is_lt(order);
     case eLessOrEqual:
-        return order <= 0;
+        return std::is_lteq(order);
     case eGreater:
-        return order > 0;
+        return std::is_gt(order);
     case eGreaterOrEqual:
-        return order >= 0;
+        return std::is_gteq(order);
     default:
-        return order == 0;
+        return std::is_eq(order);
     }
 }
 

@@ -59,7 +59,7 @@ public:
         const SAnimationResourceData* pAnimation = m_file.Type() == "ARTY" ? m_file.Animation() : nullptr;
         if (pAnimation == nullptr)
             return Fail(m_file.Type() == "ARTY" ? m_file.Error() : "the file is no packed animation");
-        const int nRig = pAnimation->rigReference;
+        const auto nRig = static_cast<int>(pAnimation->rigReference);
         if (nRig < 0 || static_cast<size_t>(nRig) >= m_file.References().size())
             return Fail("the animation refers to no rig");
         const std::string& sRig = m_file.References()[static_cast<size_t>(nRig)].sId;
@@ -234,6 +234,7 @@ std::vector<SVerified> ZTakeVerifier::Verify(std::span<const SPackedAnimation> p
                             return true;
                         });
     std::vector<SVerified> results;
+    results.reserve(comparisons.size());
     for (const auto& pComparison : comparisons)
         results.push_back(pComparison->Take());
     return results;
