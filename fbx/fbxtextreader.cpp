@@ -491,12 +491,15 @@ bool TextReader::Read()
     if (m_pEnd - m_p >= 3 && std::memcmp(m_p, "\xEF\xBB\xBF", 3) == 0)
         m_p += 3;
     m_levels.push_back({&m_tree.root.pChild, m_tree.bWhole ? EFbxScope::eAll : EFbxScope::eRoot});
+    bool bRecords = false;
     Next();
     for (;;)
     {
         switch (m_eToken)
         {
         case EToken::eEnd:
+            if (!bRecords)
+                return Fail("the file has no records");
             return m_levels.size() == 1 ? true : Fail("the file ends within a record");
         case EToken::eClose:
             if (m_levels.size() == 1)
@@ -505,6 +508,7 @@ bool TextReader::Read()
             Next();
             continue;
         case EToken::eName:
+            bRecords = true;
             break;
         case EToken::eBad:
             return Fail("this can't be read");

@@ -87,6 +87,7 @@ TEST(Text, Refusals)
         const char* szLabel;
         const char* szText;
     } cases[] = {
+        {"cut off behind its head", "; FBX 7.4.0 project file\n"},
         {"not closed", "Takes: {\n A: 1\n"},
         {"closed twice", "Takes: {\n}\n}\n"},
         {"text not closed", "Takes: {\n A: \"x\n}\n"},
