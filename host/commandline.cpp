@@ -179,6 +179,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     CLI::App* pScan = add("scan", "Tell what sources hold: takes, rigs, characters; keeps an index of it in --out");
     pScan->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
 
+    pScan->add_flag("--scandata", options.bScanData,
+                    "Write what each source holds as scan data, the blob that hosts exchange, to scan/ in --out");
+
     CLI::App* pPack = add("pack", "Make one packed resource, and what it needs; print its file");
     pPack->add_option("SOURCE", raw.sSource, "What to pack")->required();
     pPack->add_option("EXTENSION", options.sExtension, "What to make of it, see below")->required();

@@ -42,7 +42,8 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
         if (options.bOutGiven || options.sources.empty())
             std::filesystem::create_directories(m_sOut, error);
         m_pLock = std::make_unique<ZOutputLock>(m_sOut);
-        if (!m_pLock->IsHeld() && std::filesystem::is_directory(m_sOut, error))
+        const bool bAsked = options.bOutGiven || options.sources.empty();
+        if (!m_pLock->IsHeld() && (bAsked || std::filesystem::is_directory(m_sOut, error)))
             notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
     }
     m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);

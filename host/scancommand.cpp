@@ -2,6 +2,7 @@
 #include "host/hosterror.h"
 #include "host/hostsession.h"
 #include "host/resourceids.h"
+#include "host/scandatafiles.h"
 
 namespace Host
 {
@@ -57,15 +58,31 @@ std::string ScanText(const SSourceScan& scan, bool bAll)
 int RunScan(const SOptions& options, ZConsole& console)
 {
     ZHostSession session(options, console, ZHostSession::EUse::eReads);
-    const bool bAllGood = session.Scan(options.sources,
-                                       [&](const SJobResult& result)
-                                       {
-                                           if (console.IsJson())
-                                               console.Output(ScanLine(result.scan));
-                                           else if (result.IsGood())
-                                               console.Output(ScanText(result.scan, options.bVerbose));
-                                       });
-    return bAllGood ? eExit_Done : eExit_AssetsFailed;
+    ZScanDataFiles blobs(session.Out());
+    bool bAllWritten = true;
+    const bool bAllScanned = session.Scan(options.sources,
+                                          [&](const SJobResult& result)
+                                          {
+                                              if (console.IsJson())
+                                                  console.Output(ScanLine(result.scan));
+                                              else if (result.IsGood())
+                                                  console.Output(ScanText(result.scan, options.bVerbose));
+                                              if (!options.bScanData || !result.IsGood())
+                                                  return;
+                                              if (const std::string sError = blobs.Add(result.scan); !sError.empty())
+                                              {
+                                                  console.Diagnostic(ESeverity::eError, result.job.sId, sError);
+                                                  bAllWritten = false;
+                                              }
+                                          });
+    for (const std::string& sError : blobs.Publish())
+    {
+        console.Notice("error: " + sError);
+        bAllWritten = false;
+    }
+    if (blobs.Count() != 0)
+        console.Notice("scan data stand in '" + session.Out() + "/scan'");
+    return bAllScanned && bAllWritten ? eExit_Done : eExit_AssetsFailed;
 }
 
 } // namespace Host

@@ -82,6 +82,20 @@ class CharacterTest(host.HostTest):
         for entry, entries in zip(line["subResources"], RESOLVED.values()):
             self.assertEqual(entry["references"], [source_of(take) for _, take in entries])
 
+    def test_scan_data(self):
+        """The blobs that other hosts read hold what scanning tells, freshly scanned or out of the index."""
+        for _ in range(2):
+            result = self.run_host("scan", "--scandata", assets=self.tree)
+            self.assertEqual(result.code, 0, result)
+            self.assertEqual(len(result.lines), 3)
+            for line in result.lines:
+                blob = os.path.join(self.out, "scan", line["source"].split(":/")[1] + ".scandata")
+                data = host.content(blob)
+                os.remove(blob)
+                self.assertEqual(resourcefile.parse_scan_data(data),
+                                 {k: line[k] for k in ("references", "properties", "subResources")})
+        self.assertGreater(len(line["subResources"]), 0)
+
     def test_packed_lookup(self):
         for platform in ("pc", "ps3"):
             self.add_blend_space(platform)
