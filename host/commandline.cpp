@@ -24,7 +24,9 @@ constexpr const char EXAMPLES[] = R"(
 Examples:
   animpack build -t:pc -t:ps4 --assets art --out packed
   animpack pack 'assembly:/characters/hero/moves.fbx?/walk.take' animation -t:pc
+  animpack query --where 'ACD_TotalLinearDelta>1.5' --name 'walk*'
   animpack inspect packed/pc/characters/hero/moves.fbx/walk.take.animation --frames 0,10
+  animpack verify --assets art --out packed --max-mm 0.5
   animpack scene art/characters/hero/moves.fbx
 
 A source is an identifier (assembly:/a/b.fbx, assembly:/a/b.fbx?/walk.take) or the path of a file in the asset tree.
@@ -207,6 +209,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pStats->add_option("--save", options.sSaveId,
                        "Write the report as this resource, e.g. assembly:/stats/memory.txt, one for each platform");
     pStats->add_option("--top", options.nTop, "List so many of the largest animations")->capture_default_str();
+    pStats->add_option("--assets", options.sAssets, "Of no effect here: packed files tell all");
     pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
     AddPlatformOption(*pStats, options, "all that are there");
 

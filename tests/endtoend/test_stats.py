@@ -15,15 +15,8 @@ class StatsTest(host.HostTest):
         self.assertEqual(result.code, code, result)
         return result
 
-    def run_host(self, command, *words, **more):
-        if command != "stats":
-            return super().run_host(command, *words, **more)
-        platform, json_lines = more.get("platform"), more.get("json_lines", True)
-        return host.execute("stats", *words, "--out", self.out, *(["-t:" + platform] if platform else []),
-                            *(["--json"] if json_lines else []))
-
     def test_figures(self):
-        super().run_host("build", platform=("pc", "ps3"))
+        self.run_host("build", platform=("pc", "ps3"))
         result = self.stats()
         lines, summary = result.lines[:-1], result.summary
         wanted = [p for p in self.files_of() if resourcefile.parse_file(p).kind == "ARTY"]
@@ -55,7 +48,7 @@ class StatsTest(host.HostTest):
         self.assertEqual(summary["animations"], len(lines))
 
     def test_report(self):
-        super().run_host("build", "assembly:/characters", platform=("pc", "ps3"))
+        self.run_host("build", "assembly:/characters", platform=("pc", "ps3"))
         lines = [line for line in self.stats(platform="ps3").lines[:-1]]
         text = self.stats("--top", "2", "--save", "assembly:/Stats/memory.txt", platform="ps3",
                           json_lines=False).stdout
@@ -81,7 +74,7 @@ class StatsTest(host.HostTest):
         self.assertNotIn("-- LARGEST", self.stats("--top", "0", json_lines=False).stdout)
 
     def test_damaged_file(self):
-        super().run_host("build", "assembly:/props/lever.fbx", "assembly:/cameras")
+        self.run_host("build", "assembly:/props/lever.fbx", "assembly:/cameras")
         sound = self.stats().lines[:-1]
         spoiled = sound[0]
         with open(spoiled["file"], "r+b") as f:
@@ -96,7 +89,7 @@ class StatsTest(host.HostTest):
         self.assertIn("junk.animation: error: ", result.stderr)
 
     def test_usage(self):
-        super().run_host("pack", "assembly:/props/lever.fbx?/pull.take", "animation")
+        self.run_host("pack", "assembly:/props/lever.fbx?/pull.take", "animation")
         self.stats("--save", "memory.txt", code=2)
         self.stats("--save", "<assembly:/a.fbx?/b.take>.pc.animation", code=2)
         packed = [p for p in self.files_of() if p.endswith("pull.take.animation")][0]
