@@ -81,6 +81,7 @@ SProcessEnd WaitFor(pid_t nProcess, double fSeconds)
 std::vector<char*> Pointers(std::vector<std::string>& words)
 {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& sWord : words)
         pointers.push_back(sWord.data());
     pointers.push_back(nullptr);
@@ -131,7 +132,7 @@ std::string FindProgram(const std::string& sName)
     for (size_t nStart = 0; nStart <= sPath.size();)
     {
         const size_t nEnd = std::min(sPath.find(':', nStart), sPath.size());
-        const std::string sFile = sPath.substr(nStart, nEnd - nStart) + '/' + sName;
+        std::string sFile = sPath.substr(nStart, nEnd - nStart) + '/' + sName;
         std::error_code error;
         if (nEnd > nStart && std::filesystem::is_regular_file(sFile, error) && ::access(sFile.c_str(), X_OK) == 0)
             return sFile;

@@ -147,7 +147,9 @@ SPreprocessed PreprocessEffect(std::string_view flat, const std::vector<std::str
     {
         if (!IsMacroName(sName))
             return fail("'" + sName + "' can't be the name of a macro");
-        arguments.insert(arguments.end(), {"-D", sName + '=' + sValue});
+        arguments.emplace_back("-D");
+        arguments.push_back(sName);
+        (arguments.back() += '=') += sValue;
     }
     try
     {
