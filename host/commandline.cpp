@@ -208,7 +208,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     CLI::App* pStats = add("stats", "Memory that the packed animations in --out take");
     pStats->add_option("--save", options.sSaveId,
                        "Write the report as this resource, e.g. assembly:/stats/memory.txt, one for each platform");
-    pStats->add_option("--top", options.nTop, "List so many of the largest animations")->capture_default_str();
+    pStats->add_option("--top", options.nTop, "List so many of the largest animations")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     pStats->add_option("--assets", options.sAssets, "Of no effect here: packed files tell all");
     pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
     AddPlatformOption(*pStats, options, "all that are there");
