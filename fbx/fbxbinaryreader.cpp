@@ -1,4 +1,3 @@
-#include "fbx/fbxinput.h"
 #include "fbx/fbxrecord.h"
 
 #include <bit>
@@ -52,15 +51,13 @@ size_t ElementSize(uint8_t nType)
 class BinaryReader
 {
 public:
-    BinaryReader(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError,
-                 FbxInput* pInput)
+    BinaryReader(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError)
         : m_pData(pData),
           m_nSize(nSize),
           m_bBig(head.bBigEndian),
           m_bWide(head.nVersion >= 7500),
           m_tree(tree),
-          m_sError(sError),
-          m_pInput(pInput && !pInput->IsWhole() ? pInput : nullptr)
+          m_sError(sError)
     {
     }
 
@@ -79,11 +76,6 @@ private:
         m_sError = std::string(szWhat) + " (at byte " + std::to_string(nAt) + ")";
         return false;
     }
-    bool Have(size_t nAt, size_t nBytes)
-    {
-        return !m_pInput || m_pInput->Need(nAt, nBytes) ||
-               Fail("the file became shorter while it was read, or can't be read", nAt);
-    }
     bool ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin, size_t nEnd);
     bool ReadArray(SFbxValue& value, size_t& nAt, size_t nEnd);
 
@@ -93,7 +85,6 @@ private:
     bool m_bWide;
     SFbxRecordTree& m_tree;
     std::string& m_sError;
-    FbxInput* m_pInput;
     std::vector<SLevel> m_levels;
 };
 
@@ -221,8 +212,6 @@ bool BinaryReader::Read()
         }
         if (level.nEnd - nAt < nHead)
             return Fail("the file ends within a record", nAt);
-        if (!Have(nAt, nHead))
-            return false;
         const uint8_t* p = m_pData + nAt;
         const uint64_t nEnd = m_bWide ? Load<uint64_t>(p, m_bBig) : Load<uint32_t>(p, m_bBig);
         const uint64_t nCount = m_bWide ? Load<uint64_t>(p + 8, m_bBig) : Load<uint32_t>(p + 4, m_bBig);
@@ -245,8 +234,6 @@ bool BinaryReader::Read()
                         nAt);
         if (nEnd < nValues || nValueBytes > nEnd - nValues)
             return Fail("a record's values pass its end", nAt);
-        if (!Have(nAt + nHead, nName))
-            return false;
 
         const std::string_view name(reinterpret_cast<const char*>(p + nHead), nName);
         const EFbxScope eScope = FbxScopeOfChild(level.eScope, name);
@@ -261,7 +248,7 @@ bool BinaryReader::Read()
         *level.ppTail = pRecord;
         level.ppTail = &pRecord->pNext;
         const size_t nNested = nValues + static_cast<size_t>(nValueBytes);
-        if (!Have(nValues, nNested - nValues) || !ReadValues(*pRecord, nCount, nValues, nNested))
+        if (!ReadValues(*pRecord, nCount, nValues, nNested))
             return false;
         nAt = nNested;
         if (nNested < nEnd)
@@ -277,13 +264,12 @@ bool BinaryReader::Read()
 
 } // namespace
 
-bool FbxReadBinary(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError,
-                   FbxInput* pInput)
+bool FbxReadBinary(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError)
 {
     tree.nVersion = head.nVersion;
     tree.bBinary = true;
     tree.bBigEndian = head.bBigEndian;
-    if (!BinaryReader(pData, nSize, head, tree, sError, pInput).Read())
+    if (!BinaryReader(pData, nSize, head, tree, sError).Read())
         return false;
     // Old writers left the head at the version of its layout; the header's record has the one that counts.
     const SFbxRecord* pHeader = head.nVersion < 6000 ? tree.root.Find("FBXHeaderExtension") : nullptr;

@@ -61,7 +61,7 @@ bool FbxImporter::Initialize(const char* szPath, int nFormat, FbxIOSettings* pSe
         m_pState->sError = "unknown file format number " + std::to_string(nFormat);
         return false;
     }
-    return m_pState->input.Open(szPath ? szPath : "", m_pState->sError, true) && m_pState->Check();
+    return m_pState->input.Open(szPath ? szPath : "", m_pState->sError) && m_pState->Check();
 }
 
 bool FbxImporter::InitializeFromMemory(const void* pData, size_t nSize, FbxIOSettings* pSettings)
@@ -92,14 +92,10 @@ bool FbxImporter::Import(FbxScene* pScene)
     try
     {
         SFbxRecordTree tree;
-        FbxInput& input = state.input;
-        const size_t nSize = input.Size();
-        if (state.head.eFormat == EFbxFormat::eBinary)
-            bOk = FbxReadBinary(input.Data(), nSize, state.head, tree, state.sError, &input);
-        else if (input.Need(0, nSize))
-            bOk = FbxReadText(input.Data(), nSize, state.head, tree, state.sError);
-        else
-            state.sError = "the file became shorter while it was read, or can't be read";
+        const uint8_t* pData = state.input.Data();
+        const size_t nSize = state.input.Size();
+        bOk = state.head.eFormat == EFbxFormat::eBinary ? FbxReadBinary(pData, nSize, state.head, tree, state.sError)
+                                                        : FbxReadText(pData, nSize, state.head, tree, state.sError);
         state.head.nVersion = bOk ? tree.nVersion : state.head.nVersion;
         if (bOk)
         {

@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-class FbxInput;
-
 /// What text and binary files have in common: a tree of named records with values. Texts and arrays stay in the file's
 /// bytes where that is possible, so a tree lives no longer than those.
 
@@ -137,8 +135,6 @@ struct SFbxHead
 };
 SFbxHead FbxReadHead(const uint8_t* pData, size_t nSize);
 
-/// Both fail with a text in sError. A tree that was filled part of the way is not to be used. pInput brings the bytes
-/// that are looked at, where they are not there yet.
-bool FbxReadBinary(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError,
-                   FbxInput* pInput = nullptr);
+/// Both fail with a text in sError. A tree that was filled part of the way is not to be used.
+bool FbxReadBinary(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError);
 bool FbxReadText(const uint8_t* pData, size_t nSize, const SFbxHead& head, SFbxRecordTree& tree, std::string& sError);

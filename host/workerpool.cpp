@@ -164,6 +164,7 @@ void ZWorkerPool::Start(SWorker& worker)
 void ZWorkerPool::RunWorker(int nSocket, pid_t nParent)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::signal(SIGBUS, SIG_DFL); // the parent tells what it means
     if (::getppid() != nParent)
         ::_exit(0);
     // Whatever a module prints must not get between the lines of standard output.
@@ -241,6 +242,8 @@ std::string ZWorkerPool::DescribeEnd(int nStatus)
         sText += std::string(" (") + szText + ')';
     if (nSignal == SIGKILL)
         sText += ", perhaps because the system ran out of memory";
+    if (nSignal == SIGBUS)
+        sText += ", perhaps because a file became shorter while it was read";
     return sText;
 }
 

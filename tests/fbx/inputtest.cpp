@@ -1,4 +1,3 @@
-#include "fbx/fbxinput.h"
 #include "tests/fbx/loadscene.h"
 
 #include <cstring>
@@ -53,7 +52,7 @@ protected:
     std::filesystem::path m_path;
 };
 
-TEST_F(Input, LargeFilesReadInPieces)
+TEST_F(Input, LargeFilesAreMapped)
 {
     for (const Format& format : {Format{7400}, Format{7500, false, true, false}, Format{7400, true}})
     {
@@ -68,50 +67,6 @@ TEST_F(Input, LargeFilesReadInPieces)
             EXPECT_EQ(pScene->FindNodeByName(szName)->EvaluateGlobalTransform(FbxTime::FromSeconds(3000.0)).t.x,
                       90000.0 * static_cast<double>(std::strlen(szName)));
         pManager->Destroy();
-    }
-}
-
-/// Whoever writes the file may cut it off between its head being read and the rest.
-TEST_F(Input, FileThatIsCutOffWhileItIsRead)
-{
-    for (const Format& format : {Format{7400}, Format{7400, true}})
-    {
-        const std::string sFile = LargeScene(format);
-        for (const size_t nLeft : {size_t(0), size_t(100), size_t(70000), sFile.size() / 2, sFile.size() - 5000})
-        {
-            SCOPED_TRACE(nLeft);
-            Store(sFile);
-            FbxManager* pManager = FbxManager::Create();
-            FbxImporter* pImporter = FbxImporter::Create(pManager, "");
-            ASSERT_TRUE(pImporter->Initialize(m_path.c_str(), -1, nullptr));
-            std::filesystem::resize_file(m_path, nLeft);
-            EXPECT_FALSE(pImporter->Import(FbxScene::Create(pManager, "")));
-            EXPECT_NE(std::string(pImporter->GetErrorText()).find("became shorter"), std::string::npos)
-                << pImporter->GetErrorText();
-            pManager->Destroy();
-        }
-    }
-}
-
-/// Of what lies between, nothing is read.
-TEST_F(Input, PiecesInAnyOrder)
-{
-    std::string sBytes(size_t(9) << 20, '\0');
-    for (size_t n = 0; n < sBytes.size(); ++n)
-        sBytes[n] = static_cast<char>(n * 2654435761u >> 13);
-    Store(sBytes);
-    FbxInput input;
-    std::string sError;
-    ASSERT_TRUE(input.Open(m_path.c_str(), sError, true)) << sError;
-    ASSERT_EQ(input.Size(), sBytes.size());
-    EXPECT_FALSE(input.IsWhole());
-    EXPECT_EQ(std::memcmp(input.Data() + (size_t(5) << 20), std::string(4096, '\0').data(), 4096), 0);
-    const size_t ranges[][2] = {
-        {size_t(5) << 20, 10}, {100, 5000000}, {sBytes.size() - 1, 1}, {32767, 2}, {0, sBytes.size()}};
-    for (const auto& range : ranges)
-    {
-        ASSERT_TRUE(input.Need(range[0], range[1]));
-        EXPECT_EQ(std::memcmp(input.Data() + range[0], sBytes.data() + range[0], range[1]), 0) << range[0];
     }
 }
 
