@@ -55,7 +55,7 @@ struct SOptions
     EWhen eProgress = EWhen::eAuto;
 
     std::vector<std::string> sources; ///< of scan and build; one for pack, inspect and scene
-    bool bScanData = false; ///< of scan: its blobs are written too
+    bool bScanData = false;           ///< of scan: its blobs are written too
     std::string sExtension;
     std::vector<std::string> parameters;
     std::vector<uint32_t> frames;
