@@ -21,19 +21,19 @@ struct STypeOfMark
     std::string_view name;
     std::string_view type;
     std::string_view label;
-    char letter;
     size_t nValues;
+    char letter;
     bool bFlag; ///< true and false only
 };
 
 constexpr STypeOfMark TYPES[] = {
-    {"bool", "bool", "", 'I', 1, true},       {"Bool", "Bool", "", 'I', 1, true},
-    {"int", "int", "Integer", 'I', 1, false}, {"Integer", "Integer", "", 'I', 1, false},
-    {"enum", "enum", "", 'I', 1, false},      {"float", "float", "", 'D', 1, false},
-    {"Float", "Float", "", 'D', 1, false},    {"double", "double", "Number", 'D', 1, false},
-    {"Number", "Number", "", 'D', 1, false},  {"KString", "KString", "", 'S', 1, false},
-    {"Vector", "Vector", "", 'D', 3, false},  {"Vector3D", "Vector3D", "Vector", 'D', 3, false},
-    {"Color", "Color", "", 'D', 3, false},    {"matrix", "matrix4x4", "", 'D', 16, false},
+    {"bool", "bool", "", 1, 'I', true},       {"Bool", "Bool", "", 1, 'I', true},
+    {"int", "int", "Integer", 1, 'I', false}, {"Integer", "Integer", "", 1, 'I', false},
+    {"enum", "enum", "", 1, 'I', false},      {"float", "float", "", 1, 'D', false},
+    {"Float", "Float", "", 1, 'D', false},    {"double", "double", "Number", 1, 'D', false},
+    {"Number", "Number", "", 1, 'D', false},  {"KString", "KString", "", 1, 'S', false},
+    {"Vector", "Vector", "", 3, 'D', false},  {"Vector3D", "Vector3D", "Vector", 3, 'D', false},
+    {"Color", "Color", "", 3, 'D', false},    {"matrix", "matrix4x4", "", 16, 'D', false},
 };
 
 [[noreturn]] void Fail(const std::string& sPlace, const std::string& sWhat)
