@@ -27,6 +27,7 @@ public:
     using ZFXCompilerBase::AddReference;
     using ZFXCompilerBase::Collect;
     using ZFXCompilerBase::Preprocess;
+    using ZFXCompilerBase::PROFILE_COUNT;
 
     /// Collect on a block of exactly the text's size, so that the address sanitizer sees a read behind it.
     bool CollectText(std::string_view text)
