@@ -498,7 +498,7 @@ bool TextReader::Read()
         switch (m_eToken)
         {
         case EToken::eEnd:
-            if (!bRecords)
+            if (!bRecords && !m_tree.bWhole)
                 return Fail("the file has no records");
             return m_levels.size() == 1 ? true : Fail("the file ends within a record");
         case EToken::eClose:
