@@ -1,7 +1,9 @@
 #include "resource/animation/compress/defaultcompressor.h"
 
+#include "base/collections/thashmap.h"
 #include "resource/animation/compress/propertyarrays.h"
 #include "resource/animation/compress/trackgroupwriter.h"
+#include "resource/animation/frame/animationexception.h"
 
 namespace ResourceAnimation
 {
@@ -32,13 +34,21 @@ void AddMissingRigBones(Import::ZAnimation& animation, const ZAnimationRig& rig)
 {
     if (!animation.PartialList().IsEmpty())
         return;
-    const uint32_t nImported = animation.AnimatedBones().Size();
+    THashMap<uint32_t, bool> imported;
+    for (const TSharedPtr<ZAnimatedBone>& pBone : animation.AnimatedBones())
+        imported[pBone->Uid()] = true;
+    const auto isMissing = [&](uint32_t i) { return !imported.Contains(rig.UniqueId(i)); };
+    uint64_t nBones = animation.AnimatedBones().Size();
+    for (uint32_t i = 0; i < rig.BoneCount(); ++i)
+        nBones += isMissing(i) ? 1 : 0;
+    if (nBones * animation.FrameCount() > MAX_COMPLETED_KEYS)
+        throw ZAnimationException(
+            ZString::Format("Take '{0}' with all bones of its rig has {1} bones of {2} frames; together they are more "
+                            "than {3} keys",
+                            animation.Name(), nBones, animation.FrameCount(), MAX_COMPLETED_KEYS));
     for (uint32_t i = 0; i < rig.BoneCount(); ++i)
     {
-        bool bThere = false;
-        for (uint32_t n = 0; n < nImported && !bThere; ++n)
-            bThere = animation.AnimatedBones()[n]->Uid() == rig.UniqueId(i);
-        if (bThere)
+        if (!isMissing(i))
             continue;
         const SQV& bind = rig.Bone(i);
         ZAnimatedBone::TRotations rotations;

@@ -24,8 +24,12 @@ public:
                                                              EEndian eEndian);
 };
 
+/// Keys of an animation and the bones that its rig adds, 28 bytes each: as many as a take may have by itself.
+constexpr uint64_t MAX_COMPLETED_KEYS = uint64_t{1} << 25;
+
 /// Appends every bone that the rig has and the animation lacks, resting in the bind pose, to be packed. An animation
 /// with a partial list is left as it is. Rig rotations are conjugated into the import model's sense.
+/// ZAnimationException beyond MAX_COMPLETED_KEYS.
 void AddMissingRigBones(Import::ZAnimation& animation, const ZAnimationRig& rig);
 
 } // namespace ResourceAnimation

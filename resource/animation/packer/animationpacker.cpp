@@ -1,13 +1,12 @@
 #include "resource/animation/packer/animationpacker.h"
 
+#include "base/collections/thashmap.h"
 #include "resource/animation/fbximport/fbxanimationimporter.h"
 #include "resource/animation/frame/platform.h"
 #include "resource/animation/packer/animposepropertyevents.h"
 #include "resource/animation/packer/eventtracks.h"
 #include "resource/animation/packer/packedoutput.h"
 #include "resource/core/iresourcedatabase.h"
-
-#include <algorithm>
 
 namespace ResourceAnimation
 {
@@ -153,11 +152,13 @@ ZAnimationPacker::TAnimation ZAnimationPacker::MatchToRig(TAnimation pAnimation,
     AddMissingRigBones(*pAnimation, rig);
     ZAnimation::ClearTwistBones(pAnimation);
 
-    const TArrayRef<const uint32_t> uids = rig.UniqueIds();
+    THashMap<uint32_t, bool> uids;
+    for (const uint32_t uid : rig.UniqueIds())
+        uids[uid] = true;
     for (uint32_t i = 0; i < pAnimation->AnimatedBones().Size(); ++i)
     {
         const ZAnimatedBone& bone = *pAnimation->AnimatedBones()[i];
-        if (bone.IsExported() && std::find(uids.begin(), uids.end(), bone.Uid()) != uids.end())
+        if (bone.IsExported() && uids.Contains(bone.Uid()))
             bonesToPack[bone.Name()] = static_cast<int>(i);
     }
     if (bonesToPack.IsEmpty())

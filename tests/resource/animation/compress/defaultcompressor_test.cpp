@@ -1,5 +1,6 @@
 #include "resource/animation/compress/defaultcompressor.h"
 
+#include "resource/animation/frame/animationexception.h"
 #include "system/animation/animationsampler.h"
 #include "system/animation/quaternioncomp.h"
 #include "system/io/streams.h"
@@ -286,6 +287,16 @@ TEST(AddMissingRigBones, CompletesWithTheBindPoseInTheImportModelsSense)
     const SAnimationAnalysis analysis = ZDefaultAnalyzer().Analyze(clip.animation, clip.rig, clip.bonesToPack);
     EXPECT_EQ(analysis.aBindPoseRotations.Size(), 1u);
     EXPECT_EQ(analysis.aBindPoseTranslations.Size(), 1u);
+}
+
+TEST(AddMissingRigBones, AddsNoMoreThanMemoryCanHold)
+{
+    const SClip clip({{"root", -1, TTurns(3)}, {"gone", 0}});
+    const auto& bones = clip.animation->AnimatedBones();
+    Import::ZAnimation endless("long", MAX_COMPLETED_KEYS, 25.0f, "root", ZResourceID(), bones, clip.animation->Space(),
+                               SQV(), {});
+    EXPECT_THROW(AddMissingRigBones(endless, clip.rig), ZAnimationException);
+    EXPECT_EQ(endless.AnimatedBones().Size(), 1u);
 }
 
 TEST(AddMissingRigBones, LeavesAnAnimationOfChosenBones)
