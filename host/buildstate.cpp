@@ -268,7 +268,7 @@ void ZBuildState::Save(const SBuildRecord& record)
     const std::string sPlatform = ToStd(id.GetPlatformFromExtension());
     std::string sParameters;
     for (const ZString& parameter : id.GetParameters())
-        sParameters += (sParameters.empty() ? "" : "|") + ToStd(parameter);
+        sParameters.append(sParameters.empty() ? "" : "|").append(parameter.View());
     m_pSave->Text(record.sId).Text(record.sComponent).Text(record.sTools).Text(sPlatform).Text(sParameters);
     m_pSave->Text(record.sFile).Unsigned(record.stamp.nSize).Integer(record.stamp.nTime).Unsigned(record.nHash);
     bool bGood = m_pSave->Run();

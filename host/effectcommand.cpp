@@ -101,7 +101,7 @@ std::string IncludePath(const std::string& sPath, const std::vector<std::string>
 {
     std::string sResult = fs::path(sPath).parent_path().string();
     if (sResult.empty())
-        sResult = ".";
+        sResult += '.';
     for (const std::string& sFolder : folders)
         (sResult += ';') += sFolder;
     return sResult;

@@ -130,7 +130,8 @@ IOutputStream* ZHostDatabase::OpenOutputStream(const ZResourceID& id)
         return nullptr;
     if (pContext->Job().eKind != SJob::ePack || CanonicalId(id) != pContext->Job().sId)
     {
-        pContext->AddMessage(ESeverity::eError, "'" + ToStd(id) + "' is not what this job is to make");
+        pContext->AddMessage(ESeverity::eError,
+                             std::string("'").append(ToStd(id)).append("' is not what this job is to make"));
         return nullptr;
     }
     if (!pContext->Output().Open(FileOf(id)))

@@ -33,7 +33,7 @@ std::string ValueText(const FbxProperty& property)
         property.GetChannels(channels);
         std::string sText;
         for (int n = 0; n < nChannels; ++n)
-            sText += (n == 0 ? "" : " ") + Formatted("%g", channels[n]);
+            sText.append(n == 0 ? "" : " ").append(Formatted("%g", channels[n]));
         return sText;
     }
     std::string sText = property.GetString();
