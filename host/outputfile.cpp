@@ -210,13 +210,17 @@ void ZOutputFile::Discard()
     m_sPassingPath.clear();
 }
 
+bool IsPassingName(std::string_view name)
+{
+    return name.starts_with(PASSING_START) && name.ends_with(PASSING_END);
+}
+
 void RemovePassingFiles(const std::string& sFolder)
 {
     std::error_code error;
     for (fs::recursive_directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
     {
-        const std::string sName = entry->path().filename().string();
-        if (sName.starts_with(PASSING_START) && sName.ends_with(PASSING_END))
+        if (IsPassingName(entry->path().filename().string()))
             ::unlink(entry->path().c_str());
     }
 }

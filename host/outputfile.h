@@ -4,6 +4,7 @@
 #include "system/io/streams.h"
 
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 #include <vector>
 
@@ -62,6 +63,8 @@ private:
     bool m_bClosed = false;
 };
 
+/// Whether a file of this name is none yet: ZOutputFile's, before it stands in its place.
+bool IsPassingName(std::string_view name);
 /// Removes what ZOutputFile left below a folder when its process was killed.
 void RemovePassingFiles(const std::string& sFolder);
 /// The same for one process, in the folder of one file.

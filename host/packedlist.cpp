@@ -3,6 +3,7 @@
 #include "host/buildstate.h"
 #include "host/derivedkinds.h"
 #include "host/hosterror.h"
+#include "host/outputfile.h"
 #include "host/outputpath.h"
 
 #include <algorithm>
@@ -30,6 +31,8 @@ bool BeginsAsAnimation(const fs::path& path)
 
 bool IsAnimation(const fs::path& path)
 {
+    if (IsPassingName(path.filename().string()))
+        return false; // of a run at work
     const std::string sExtension = path.extension().string();
     if (sExtension == ".animation")
         return true;

@@ -2,6 +2,7 @@
 
 import os
 import re
+import shutil
 
 import host
 import resourcefile
@@ -17,9 +18,11 @@ class StatsTest(host.HostTest):
 
     def test_figures(self):
         self.run_host("build", platform=("pc", "ps3"))
+        wanted = [p for p in self.files_of() if resourcefile.parse_file(p).kind == "ARTY"]
+        # A run at work has files that are none yet.
+        shutil.copy(wanted[0], os.path.join(os.path.dirname(wanted[0]), ".animpack-1-2-3.part"))
         result = self.stats()
         lines, summary = result.lines[:-1], result.summary
-        wanted = [p for p in self.files_of() if resourcefile.parse_file(p).kind == "ARTY"]
         self.assertEqual(sorted(line["file"] for line in lines), wanted)
         sums = {}
         for line in lines:
