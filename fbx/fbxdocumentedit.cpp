@@ -51,15 +51,7 @@ size_t Distance(const std::string& a, const std::string& b, size_t nMost)
 
 } // namespace
 
-SFbxRecord* FbxDocumentEdit::PropertiesOf(const SFbxRecord& object) const
-{
-    for (SFbxRecord* p = object.pChild; p; p = p->pNext)
-        if (p->Is(m_bNamed ? "Properties60" : "Properties70"))
-            return p;
-    return nullptr;
-}
-
-SFbxRecord* FbxDocumentEdit::Find(SFbxRecord& parent, std::string_view name)
+SFbxRecord* FbxDocumentEdit::Find(const SFbxRecord& parent, std::string_view name)
 {
     for (SFbxRecord* p = parent.pChild; p; p = p->pNext)
         if (p->Is(name))
@@ -173,7 +165,7 @@ bool FbxDocumentEdit::IsTrue(const SFbxRecord& object, std::string_view name) co
 void FbxDocumentEdit::SetProperty(SFbxRecord& object, std::string_view name, std::string_view typeName,
                                   std::string_view label, std::string_view flags, const std::vector<SFbxValue>& values)
 {
-    SFbxRecord& properties = Part(object, m_bNamed ? "Properties60" : "Properties70");
+    SFbxRecord& properties = Part(object, PropertiesName());
     SFbxRecord* pRecord = properties.pChild;
     while (pRecord && !EqualsIgnoringCase(pRecord->Text(0), name))
         pRecord = pRecord->pNext;
@@ -226,7 +218,7 @@ SFbxRecord* FbxDocumentEdit::NewNode(const SFbxValue* pId, std::string_view name
     m_document.SetValues(*pNode, values);
     FbxRecordList parts(*pNode);
     parts.Append(m_document.NewRecord("Version", {FbxDocument::Int(232)}));
-    parts.Append(m_document.NewRecord(m_bNamed ? "Properties60" : "Properties70", {}, true));
+    parts.Append(m_document.NewRecord(PropertiesName(), {}, true));
     parts.Append(m_document.NewRecord("Shading", {FbxDocument::Flag(true)}));
     parts.Append(m_document.NewRecord("Culling", {m_document.Text("CullingOff")}));
     if (m_bNamed)

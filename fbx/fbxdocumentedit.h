@@ -51,7 +51,8 @@ public:
     void Finish();
 
 private:
-    SFbxRecord* PropertiesOf(const SFbxRecord& object) const;
+    const char* PropertiesName() const { return m_bNamed ? "Properties60" : "Properties70"; }
+    SFbxRecord* PropertiesOf(const SFbxRecord& object) const { return Find(object, PropertiesName()); }
     /// An object's number. In a file that has none the whole name stands for one.
     int64_t IdOf(const SFbxRecord& object) const { return m_bNamed ? IdOf(object.Text(0)) : object.Int(0); }
     int64_t IdOf(std::string_view wholeName) const;
@@ -59,7 +60,7 @@ private:
     void Connect(const SFbxValue& source, const SFbxValue& target);
     SFbxRecord* NewNode(const SFbxValue* pId, std::string_view name);
     void CountUp(SFbxRecord& definitions, std::string_view type, int32_t nAdded);
-    static SFbxRecord* Find(SFbxRecord& parent, std::string_view name);
+    static SFbxRecord* Find(const SFbxRecord& parent, std::string_view name);
     SFbxRecord& Section(std::string_view name);
     SFbxRecord& Part(SFbxRecord& parent, std::string_view name, std::initializer_list<SFbxValue> values = {});
 

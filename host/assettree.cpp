@@ -205,4 +205,12 @@ std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_
     return sources;
 }
 
+std::string PathOfWord(const std::string& sWord, const std::string& sAssets)
+{
+    if (sWord.find(":/") == std::string::npos)
+        return sWord;
+    const ZAssetTree::SLookup lookup = ZAssetTree(sAssets).Find(ToId(sWord));
+    return lookup.eState == ZAssetTree::SLookup::eFound ? lookup.sPath : sWord;
+}
+
 } // namespace Host

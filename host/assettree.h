@@ -68,4 +68,8 @@ private:
     mutable std::unordered_map<std::string, SListing> m_listings;
 };
 
+/// The file that a command is to look at, which need not stand in the tree: a path as it is, or what an identifier
+/// names. The word itself where that is nothing.
+std::string PathOfWord(const std::string& sWord, const std::string& sAssets);
+
 } // namespace Host

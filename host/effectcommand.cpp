@@ -69,15 +69,6 @@ std::string CompilerPath(const std::string& sCompiler)
     return fs::absolute(sName, error).string();
 }
 
-std::string PathOf(const SOptions& options)
-{
-    const std::string& sWord = options.sources.front();
-    if (sWord.find(":/") == std::string::npos)
-        return sWord;
-    const ZAssetTree::SLookup lookup = ZAssetTree(options.sAssets).Find(ToId(sWord));
-    return lookup.eState == ZAssetTree::SLookup::eFound ? lookup.sPath : sWord;
-}
-
 /// False, with the reason, when it can't be read whole.
 bool ReadEffect(const std::string& sPath, std::string& sText, std::string& sWhy)
 {
@@ -121,7 +112,7 @@ TArray<SFXCompilerDefine> Defines(const std::vector<std::string>& words)
 
 void Compile(IFXCompiler& compiler, const SOptions& options, SEffectRun& run)
 {
-    const std::string sPath = PathOf(options);
+    const std::string sPath = PathOfWord(options.sources.front(), options.sAssets);
     std::string sText;
     if (!ReadEffect(sPath, sText, run.sError))
         return;

@@ -231,18 +231,9 @@ FbxAnimStack* FindStack(const FbxScene& scene, const std::string& sName)
     return nullptr;
 }
 
-std::string PathOf(const SOptions& options)
-{
-    const std::string& sWord = options.sources.front();
-    if (sWord.find(":/") == std::string::npos)
-        return sWord;
-    const ZAssetTree::SLookup lookup = ZAssetTree(options.sAssets).Find(ToId(sWord));
-    return lookup.eState == ZAssetTree::SLookup::eFound ? lookup.sPath : sWord;
-}
-
 int ShowScene(const SOptions& options, ZConsole& console)
 {
-    const std::string sPath = PathOf(options);
+    const std::string sPath = PathOfWord(options.sources.front(), options.sAssets);
     const auto fail = [&](const std::string& sWhy)
     {
         console.Diagnostic(ESeverity::eError, options.sources.front(), sWhy);

@@ -1,33 +1,25 @@
 // Any texts: flattening ends, reads nothing behind a text's end, and what ends in the plain way too is the same bytes.
 //
 // The input is cut at bytes 0xff: the first piece is the source, the next ones are the files a, b, s/c and s/d.
+#include "fuzz/effect/fuzzpieces.h"
+#include "fuzz/fbx/fuzzrequire.h"
 #include "tests/resource/_shared/effectfixtures.h"
 #include "tests/resource/_shared/plainflattening.h"
-
-#include <cstdlib>
 
 namespace
 {
 
 constexpr size_t MOST_SPLICES = 60; // of the plain way, which is slow
 
-void Require(bool bGood)
+struct SEnough
 {
-    if (!bGood)
-        std::abort();
-}
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
-    std::vector<std::string> pieces(1);
-    for (size_t n = 0; n < nSize; ++n)
-        if (pData[n] == 0xff)
-            pieces.emplace_back();
-        else
-            pieces.back() += static_cast<char>(pData[n]);
-    pieces.resize(5);
+    const std::vector<std::string> pieces = CutPieces(pData, nSize, 5);
     const TEffectFiles files = {{"d/a", pieces[1]}, {"d/b", pieces[2]}, {"d/s/c", pieces[3]}, {"s/d", pieces[4]}};
 
     const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
@@ -39,39 +31,36 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
         ZFXFlattener flattener(source.data(), source.size(), directories, ReaderOf(files));
         // What the plain way did not finish may fill all that the bounds allow; a part of it is enough here.
         size_t nFound = 0;
-        struct SEnough
-        {
-        };
         try
         {
             const bool bGood = flattener.Run(
                 [&](const ZString& path)
                 {
-                    Require(nFound >= plain.found.size() || path.View() == plain.found[nFound].c_str());
+                    FUZZ_REQUIRE(nFound >= plain.found.size() || path.View() == plain.found[nFound].c_str());
                     if (++nFound > 2 * MOST_SPLICES)
                         throw SEnough();
                 });
-            Require(bGood || !flattener.Error().IsEmpty());
-            Require(plain.eEnd == SPlainFlattening::eStopped || bGood == (plain.eEnd == SPlainFlattening::eDone));
+            FUZZ_REQUIRE(bGood || !flattener.Error().IsEmpty());
+            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eStopped || bGood == (plain.eEnd == SPlainFlattening::eDone));
             if (plain.eEnd == SPlainFlattening::eDone)
             {
                 char* pFlat = flattener.CopyFlat();
-                Require(plain.flat == std::string_view(pFlat, flattener.Size()));
+                FUZZ_REQUIRE(plain.flat == std::string_view(pFlat, flattener.Size()));
                 GetMemoryManager()->Free(pFlat);
             }
         }
         catch (const FXCompilerUtil::SFXScanFailure& failure)
         {
-            Require(plain.eEnd == SPlainFlattening::eMalformed || plain.eEnd == SPlainFlattening::eStopped);
-            Require(!failure.detail.IsEmpty());
+            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eMalformed || plain.eEnd == SPlainFlattening::eStopped);
+            FUZZ_REQUIRE(!failure.detail.IsEmpty());
         }
         catch (const SEnough&)
         {
-            Require(plain.eEnd == SPlainFlattening::eStopped);
+            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eStopped);
         }
         if (plain.eEnd != SPlainFlattening::eStopped)
-            Require(nFound == plain.found.size());
+            FUZZ_REQUIRE(nFound == plain.found.size());
     }
-    Require(GetMemoryManager()->LiveBlockCount() == nBlocks);
+    FUZZ_REQUIRE(GetMemoryManager()->LiveBlockCount() == nBlocks);
     return 0;
 }

@@ -2,18 +2,12 @@
 // stays. What is collected from it does so too.
 //
 // The input is cut at bytes 0xff: the first piece is the source, the next ones are the files a, B.fxh and s/c.
+#include "fuzz/effect/fuzzpieces.h"
+#include "fuzz/fbx/fuzzrequire.h"
 #include "tests/resource/_shared/effectfixtures.h"
-
-#include <cstdlib>
 
 namespace
 {
-
-void Require(bool bGood)
-{
-    if (!bGood)
-        std::abort();
-}
 
 /// Includes that leave the folder could read what is endless, or not the same the next time.
 bool StaysInside(std::string_view text)
@@ -36,14 +30,14 @@ void PreprocessFiles(const ZTemporaryFolder& folder, const std::string& sSource)
     {
         const bool bGood = compiler.Preprocess(nullptr, block.data(), block.size(), &pFlat, nFlat, &pPreprocessed,
                                                nPreprocessed, directories, {}, profiles);
-        Require(bGood || compiler.GetLastError().IndexOf(": ") != ZString::NOT_FOUND);
-        Require(!bGood || nPreprocessed == nFlat);
+        FUZZ_REQUIRE(bGood || compiler.GetLastError().IndexOf(": ") != ZString::NOT_FOUND);
+        FUZZ_REQUIRE(!bGood || nPreprocessed == nFlat);
         if (bGood)
             compiler.CollectText({pPreprocessed, nPreprocessed});
     }
     catch (const zhalt_exception&)
     {
-        Require(compiler.GetLastError().IndexOf(": ") != ZString::NOT_FOUND);
+        FUZZ_REQUIRE(compiler.GetLastError().IndexOf(": ") != ZString::NOT_FOUND);
     }
     GetMemoryManager()->Free(pFlat);
     GetMemoryManager()->Free(pPreprocessed);
@@ -53,13 +47,7 @@ void PreprocessFiles(const ZTemporaryFolder& folder, const std::string& sSource)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
-    std::vector<std::string> pieces(1);
-    for (size_t n = 0; n < nSize; ++n)
-        if (pData[n] == 0xff)
-            pieces.emplace_back();
-        else
-            pieces.back() += static_cast<char>(pData[n]);
-    pieces.resize(4);
+    const std::vector<std::string> pieces = CutPieces(pData, nSize, 4);
     for (const std::string& sPiece : pieces)
         if (!StaysInside(sPiece) || sPiece.size() > 4096)
             return 0;
@@ -69,6 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     s_folder.Write("s/c", pieces[3]);
     const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
     PreprocessFiles(s_folder, pieces[0]);
-    Require(GetMemoryManager()->LiveBlockCount() == nBlocks);
+    FUZZ_REQUIRE(GetMemoryManager()->LiveBlockCount() == nBlocks);
     return 0;
 }

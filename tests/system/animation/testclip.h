@@ -3,6 +3,7 @@
 #include "base/misc/assert.h"
 #include "system/animation/animationresourcedata.h"
 #include "system/animation/animationrig.h"
+#include "tests/support/splitmix.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,19 +12,11 @@
 #include <string>
 #include <vector>
 
-/// SplitMix64: the same numbers everywhere, unlike the standard distributions.
-class ZRandom
+class ZRandom : public ZSplitMix
 {
 public:
-    explicit ZRandom(uint64_t nSeed) : m_nState(nSeed) {}
-    uint64_t Bits()
-    {
-        uint64_t n = (m_nState += 0x9e3779b97f4a7c15u);
-        n = (n ^ n >> 30) * 0xbf58476d1ce4e5b9u;
-        n = (n ^ n >> 27) * 0x94d049bb133111ebu;
-        return n ^ n >> 31;
-    }
-    uint32_t Below(uint32_t nLimit) { return static_cast<uint32_t>(Bits() % nLimit); }
+    using ZSplitMix::ZSplitMix;
+
     /// In [-1, 1).
     double Signed() { return static_cast<double>(static_cast<int64_t>(Bits()) >> 11) / 4503599627370496.0; }
     /// Uniform over all rotations: points of a ball in four dimensions, brought to its surface.
@@ -40,9 +33,6 @@ public:
                     static_cast<float>(w * f)};
         }
     }
-
-private:
-    uint64_t m_nState;
 };
 
 /// Records failed assertions and lets the program go on.

@@ -4,29 +4,19 @@
 #include "resource/animation/compress/defaultcompressor.h"
 #include "resource/animation/import/hierarchy.h"
 #include "system/animation/animationrig.h"
+#include "tests/support/splitmix.h"
 
 #include <string>
 #include <vector>
 
-/// SplitMix64: the same numbers everywhere.
-class ZKeyRandom
+class ZKeyRandom : public ZSplitMix
 {
 public:
-    explicit ZKeyRandom(uint64_t nSeed) : m_nState(nSeed) {}
-    uint64_t Bits()
-    {
-        uint64_t n = (m_nState += 0x9e3779b97f4a7c15u);
-        n = (n ^ n >> 30) * 0xbf58476d1ce4e5b9u;
-        n = (n ^ n >> 27) * 0x94d049bb133111ebu;
-        return n ^ n >> 31;
-    }
-    uint32_t Below(uint32_t nLimit) { return static_cast<uint32_t>(Bits() % nLimit); }
+    using ZSplitMix::ZSplitMix;
+
     /// In [-1, 1).
     float Signed() { return static_cast<float>(static_cast<double>(static_cast<int64_t>(Bits())) / 9.3e18); }
     SQuaternion Rotation() { return Normalize(SQuaternion{Signed(), Signed(), Signed(), Signed()}); }
-
-private:
-    uint64_t m_nState;
 };
 
 using TTurns = std::vector<SQuaternion>;
