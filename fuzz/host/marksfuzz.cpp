@@ -1,7 +1,7 @@
 // Any marks on a small scene: either they are refused with a text, or the marked file can be written and read, and
 // has the takes.
 #include "fuzz/fbx/fuzzrequire.h"
-#include "host/marking.h"
+#include "host/marking/marking.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
-#include "host/assettree.h"
-#include "host/hosterror.h"
-#include "host/resourceids.h"
+#include "host/files/assettree.h"
+#include "host/files/resourceids.h"
+#include "host/text/hosterror.h"
 #include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>

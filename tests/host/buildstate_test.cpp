@@ -1,5 +1,5 @@
-#include "host/buildstate.h"
-#include "host/hosterror.h"
+#include "host/build/buildstate.h"
+#include "host/text/hosterror.h"
 #include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>

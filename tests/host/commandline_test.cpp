@@ -1,5 +1,5 @@
-#include "host/commandline.h"
-#include "host/hosterror.h"
+#include "host/show/commandline.h"
+#include "host/text/hosterror.h"
 
 #include <gtest/gtest.h>
 

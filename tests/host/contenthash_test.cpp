@@ -1,4 +1,4 @@
-#include "host/contenthash.h"
+#include "host/files/contenthash.h"
 #include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include "base/component/simplemodulebase.h"
 #include "base/misc/trace.h"
 #include "base/pointers/tcomponentsharedptr.h"
-#include "host/resourceids.h"
+#include "host/files/resourceids.h"
 #include "resource/_shared/_internal/resourcescandata.h"
 #include "resource/core/iresourcedatabase.h"
 #include "resource/core/iresourcefactory.h"

@@ -1,9 +1,9 @@
 #include "base/typeinfo/mathtypes.h"
-#include "host/commands.h"
-#include "host/hosterror.h"
-#include "host/hostmodule.h"
-#include "host/outputfile.h"
-#include "host/packedfile.h"
+#include "host/commands/commands.h"
+#include "host/files/outputfile.h"
+#include "host/files/packedfile.h"
+#include "host/module/hostmodule.h"
+#include "host/text/hosterror.h"
 #include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>

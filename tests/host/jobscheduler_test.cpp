@@ -1,7 +1,7 @@
-#include "host/hostmodule.h"
-#include "host/jobscheduler.h"
-#include "host/outputpath.h"
-#include "host/resourceids.h"
+#include "host/build/jobscheduler.h"
+#include "host/files/outputpath.h"
+#include "host/files/resourceids.h"
+#include "host/module/hostmodule.h"
 #include "tests/host/fakemodule.h"
 #include "tests/host/tempfolder.h"
 

@@ -1,4 +1,4 @@
-#include "host/jsonwriter.h"
+#include "host/text/jsonwriter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "fbx/fbxdocument.h"
-#include "host/commands.h"
-#include "host/hosterror.h"
-#include "host/marking.h"
+#include "host/commands/commands.h"
+#include "host/marking/marking.h"
+#include "host/text/hosterror.h"
 #include "tests/fbx/loadscene.h"
 #include "tests/host/tempfolder.h"
 

@@ -1,4 +1,4 @@
-#include "host/outputfile.h"
+#include "host/files/outputfile.h"
 #include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "host/outputpath.h"
-#include "host/resourceids.h"
+#include "host/files/outputpath.h"
+#include "host/files/resourceids.h"
 
 #include <gtest/gtest.h>
 

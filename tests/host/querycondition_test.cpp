@@ -1,6 +1,6 @@
-#include "host/hosterror.h"
-#include "host/querycondition.h"
-#include "host/texttable.h"
+#include "host/index/querycondition.h"
+#include "host/text/hosterror.h"
+#include "host/text/texttable.h"
 
 #include <gtest/gtest.h>
 

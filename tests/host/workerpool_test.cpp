@@ -1,4 +1,4 @@
-#include "host/workerpool.h"
+#include "host/workers/workerpool.h"
 
 #include <gtest/gtest.h>
 

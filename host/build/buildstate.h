@@ -1,0 +1,118 @@
+#pragma once
+
+#include "host/build/packjob.h"
+#include "host/index/scanindex.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+struct sqlite3;
+
+namespace Host
+{
+
+/// What is known of one job that was done: a packed resource, or a scan.
+struct SBuildRecord
+{
+    std::string sId; ///< as in SJob
+    std::string sComponent;
+    std::string sTools; ///< hash of the tools that did it
+    std::string sFile;  ///< below the output folder; empty for a scan
+    SFileStamp stamp;   ///< of that file
+    uint64_t nHash = 0; ///< of its content, or of what the scan said
+    std::vector<SDependency> dependencies;
+};
+
+/// The state of the output folder between runs: one SQLite file in it. A job that failed has no record.
+///
+/// One process uses it at a time (ZOutputLock). Records are written in batches: after a kill some are lost, and what
+/// they told is done again.
+class ZBuildState
+{
+public:
+    using FNotice = std::function<void(const std::string&)>;
+
+    /// Opens or makes the file. One that is damaged or of another layout is made anew, with a notice. ZHostError when
+    /// there is no writing there. An empty path keeps all in memory.
+    ZBuildState(const std::string& sPath, const FNotice& notice);
+    /// Opens a file that is there, to look into it: makes nothing anew. ZHostError when it is damaged or of another
+    /// layout.
+    explicit ZBuildState(const std::string& sPath);
+    ~ZBuildState();
+    ZBuildState(const ZBuildState&) = delete;
+    ZBuildState& operator=(const ZBuildState&) = delete;
+
+    bool Find(const std::string& sId, SBuildRecord& record);
+    void Save(const SBuildRecord& record);
+    /// The record of a scan with what the scan found.
+    void Save(const SBuildRecord& record, const SSourceScan& scan);
+    void Remove(const std::string& sId);
+
+    /// Of the packed resource at a place below the output folder; empty when none is known there.
+    std::string IdOfFile(const std::string& sFile);
+
+    /// What a scan found, if that is all there and as it was saved.
+    bool FindScan(const SBuildRecord& record, SSourceScan& scan);
+    std::vector<ZScanIndex::SSource> ScannedSources();
+    /// Forgets scanned sources that are not on the list, which is sorted.
+    void KeepSources(const std::vector<std::string>& sources);
+    void VisitEntries(const std::function<void(ZScanIndex::SEntry&)>& function);
+
+    /// Root of the asset tree that was worked on last; empty when none was.
+    std::string Assets();
+    void SetAssets(const std::string& sRoot);
+
+    /// Writes what is pending.
+    void Commit();
+
+    /// Whether the last run that wrote here was cut short. From here on it is this one that has to end well.
+    bool BeginRun();
+    void EndRun();
+
+private:
+    struct SDatabaseCloser
+    {
+        void operator()(sqlite3* pDatabase) const;
+    };
+
+    bool Open(const std::string& sPath, bool bMake, std::string& sWhy);
+    bool Prepare();
+    void Close();
+    void RemoveRecord(const std::string& sId);
+    void Execute(const char* szSql);
+    void Pending();
+    [[noreturn]] void Fail(const char* szWhat) const;
+
+    std::unique_ptr<sqlite3, SDatabaseCloser> m_pDatabase;
+    std::unique_ptr<ZSqlStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
+        m_pRemoveDependencies;
+    std::unique_ptr<ZScanIndex> m_pIndex;
+    size_t m_nPending = 0;
+    std::chrono::steady_clock::time_point m_pendingSince;
+};
+
+/// Keeps other runs of this program out of an output folder.
+class ZOutputLock
+{
+public:
+    /// Makes the folder and waits for a run that is at work there, with a notice. ZHostError when the folder can't be
+    /// made or written to.
+    ZOutputLock(const std::string& sOut, const ZBuildState::FNotice& notice);
+    /// Takes the lock if the folder is there and nobody is at work in it.
+    explicit ZOutputLock(const std::string& sOut);
+    ZOutputLock(const ZOutputLock&) = delete;
+    ZOutputLock& operator=(const ZOutputLock&) = delete;
+    ~ZOutputLock();
+
+    bool IsHeld() const { return m_bHeld; }
+
+private:
+    int m_nFile = -1;
+    bool m_bHeld = false;
+};
+
+constexpr const char STATE_FILE[] = "animpack.db";
+
+} // namespace Host

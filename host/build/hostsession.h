@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/build/jobscheduler.h"
+#include "host/show/commandline.h"
+#include "host/show/console.h"
+
+#include <memory>
+
+namespace Host
+{
+
+/// All that the commands share that run jobs: the tree, the output folder with its state, the module, the workers.
+class ZHostSession
+{
+public:
+    /// Readers write nothing but the scan index, and that only to an output folder in which nobody is at work. They
+    /// make one when the user named it, or looks at the whole tree.
+    enum class EUse
+    {
+        eWrites,
+        eReads
+    };
+    ZHostSession(const SOptions& options, ZConsole& console, EUse eUse);
+    ~ZHostSession();
+    ZHostSession(const ZHostSession&) = delete;
+    ZHostSession& operator=(const ZHostSession&) = delete;
+
+    const ZAssetTree& Tree() const { return m_tree; }
+    /// The output folder as the user wrote it.
+    const std::string& Out() const { return m_sOut; }
+
+    /// See ZJobScheduler::Run. Nothing is printed but progress.
+    void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report);
+
+    /// Scans sources, all of the tree when there are no words, prints what went wrong, and reports each; the result of
+    /// one that failed holds a scan with its error too. False when a scan failed.
+    bool Scan(const std::vector<std::string>& words, const ZJobScheduler::FReport& report);
+    /// Takes from the index the sources that are not on the list, which is sorted and without parameters.
+    void ForgetAllBut(const std::vector<std::string>& sources) { m_pState->KeepSources(sources); }
+
+    /// Identifiers, in the disk's spelling, of the sources that the words name: identifiers, paths, folders; all of the
+    /// tree when there are none. What names no file stays as it is: its scan will fail.
+    std::vector<std::string> SourcesOf(const std::vector<std::string>& words);
+
+    /// Jobs know a source by its lower-cased identifier. When that finds another file than this spelling does, the
+    /// message that says so; else empty.
+    std::string CaseClash(const std::string& sId) const;
+
+private:
+    ZConsole& m_console;
+    std::string m_sOut;
+    bool m_bWrites = false;
+    ZAssetTree m_tree;
+    std::unique_ptr<ZOutputLock> m_pLock;
+    std::unique_ptr<ZBuildState> m_pState;
+    std::unique_ptr<ZStaleness> m_pStaleness;
+    std::unique_ptr<ZWorkerPool> m_pPool;
+    std::unique_ptr<ZJobScheduler> m_pScheduler;
+    ZJobScheduler::FReport m_report;
+};
+
+} // namespace Host

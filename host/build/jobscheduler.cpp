@@ -1,0 +1,415 @@
+#include "host/build/jobscheduler.h"
+
+#include "host/build/jobrunner.h"
+#include "host/files/derivedkinds.h"
+#include "host/files/outputfile.h"
+#include "host/files/outputpath.h"
+#include "host/files/resourceids.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace Host
+{
+
+namespace
+{
+
+/// The worker's end: jobs come in, and what happens goes out.
+class ZWorkerHost final : public IJobHost
+{
+public:
+    explicit ZWorkerHost(ZLineChannel& channel) : m_channel(channel) {}
+
+    void OnMessage(const SMessage& message) override { m_channel.Send(EncodeMessage(message)); }
+    void OnResult(const SJobResult& result) override { m_channel.Send(EncodeResult(result)); }
+    SAnswer OnNeed(const std::string& sId) override
+    {
+        std::string sText;
+        SLine line;
+        // Without a host there is nobody to work for.
+        if (!m_channel.Send(EncodeNeed(sId)) || !m_channel.Receive(sText) || !DecodeLine(sText, line) ||
+            line.eKind != SLine::eAnswer)
+            ::_exit(0);
+        return {line.sText, line.sWhy};
+    }
+
+private:
+    ZLineChannel& m_channel;
+};
+
+} // namespace
+
+void ZJobScheduler::WorkerMain(const ZAssetTree& tree, const std::string& sOut, ZLineChannel& channel)
+{
+    ZWorkerHost host(channel);
+    ZJobRunner runner(tree, sOut, host);
+    std::string sText;
+    SLine line;
+    while (channel.Receive(sText) && DecodeLine(sText, line))
+    {
+        if (line.eKind == SLine::eJob)
+            runner.Run(SJob(line.job), line.bPublishLater);
+        else if (line.eKind != SLine::ePublish || !channel.Send(EncodePublished(PublishFiles(line.files))))
+            break;
+    }
+}
+
+ZJobScheduler::ZJobScheduler(const SServices& services, FReport report, FProgress progress)
+    : m_services(services),
+      m_report(std::move(report)),
+      m_progress(std::move(progress)),
+      m_workers(services.pool.Size() - 1),
+      m_publisher(services.pool)
+{
+}
+
+ZJobScheduler::SEntry& ZJobScheduler::EntryOf(const SJob& job)
+{
+    const auto [it, bNew] = m_entries.try_emplace(job.sId);
+    if (bNew)
+        it->second.result.job = job;
+    return it->second;
+}
+
+/// The source file in a job's identifier, which all jobs of one file share.
+std::string_view ZJobScheduler::FileOf(std::string_view id)
+{
+    id.remove_prefix(std::min(id.find_first_not_of('<'), id.size()));
+    return id.substr(0, id.find_first_of("?>"));
+}
+
+/// The next job for a worker, out of turn where that saves reading a file again: a worker keeps the scene it read last.
+SJob ZJobScheduler::TakeNext(size_t nWorker)
+{
+    const auto end = m_waiting.begin() + static_cast<ptrdiff_t>(std::min(m_waiting.size(), MOST_OUT_OF_TURN));
+    auto it = std::find_if(m_waiting.begin(), end,
+                           [&](const SJob& job) { return FileOf(job.sId) == m_workers[nWorker].sFile; });
+    if (it == end)
+        it = std::find_if(m_waiting.begin(), end,
+                          [&](const SJob& job)
+                          {
+                              return std::none_of(m_workers.begin(), m_workers.end(),
+                                                  [&](const SWorker& worker)
+                                                  { return worker.sFile == FileOf(job.sId); });
+                          });
+    if (it == end)
+        it = m_waiting.begin();
+    SJob job = std::move(*it);
+    m_waiting.erase(it);
+    return job;
+}
+
+/// Done already, by a run before this one?
+bool ZJobScheduler::FillFromState(SEntry& entry)
+{
+    SBuildRecord record;
+    if (m_services.bForce || !m_services.staleness.IsUpToDate(entry.result.job, record))
+        return false;
+    SJobResult& result = entry.result;
+    if (result.job.eKind == SJob::eScan && !m_services.state.FindScan(record, result.scan))
+        return false;
+    result.eStatus = EJobStatus::eUpToDate;
+    result.sFile = record.sFile;
+    result.stamp = record.stamp;
+    result.nBytes = record.sFile.empty() ? 0 : record.stamp.nSize;
+    result.nHash = record.nHash;
+    entry.eState = EState::eDone;
+    return true;
+}
+
+/// Whether it is up to date can't be told while what it was made from is being made.
+bool ZJobScheduler::MustWait(const SEntry& entry)
+{
+    SBuildRecord record;
+    if (m_services.bForce || !m_services.state.Find(entry.result.job.sId, record))
+        return false;
+    return std::any_of(record.dependencies.begin(), record.dependencies.end(),
+                       [this](const SDependency& dependency)
+                       {
+                           const auto it = m_entries.find(dependency.sId);
+                           return dependency.eKind == SDependency::eDerived && it != m_entries.end() &&
+                                  (it->second.eState == EState::eRunning || it->second.eState == EState::eToPublish);
+                       });
+}
+
+void ZJobScheduler::Run(const std::vector<SJob>& jobs)
+{
+    m_list.clear();
+    m_nTold = 0;
+    std::unordered_set<std::string> listed;
+    for (const SJob& job : jobs)
+    {
+        if (EntryOf(job).bTold || !listed.insert(job.sId).second)
+            continue;
+        m_list.push_back(job.sId);
+        m_waiting.push_back(job);
+    }
+    while (true)
+    {
+        StartJobs();
+        TellWhatIsKnown();
+        if (m_nTold == m_list.size())
+            break;
+        ZWorkerPool::SEvent event;
+        if (!m_services.pool.Wait(event, 0.5))
+            m_services.state.Commit();
+        else if (event.nWorker == m_publisher.Worker())
+        {
+            SLine line;
+            if (event.bEnded)
+                HandlePublished(m_publisher.OnEnd(event.sText));
+            else if (DecodeLine(event.sText, line) && line.eKind == SLine::ePublished)
+                HandlePublished(m_publisher.OnPublished(line.errors));
+            else
+                m_services.pool.Kill(event.nWorker, "its process talked nonsense");
+        }
+        else if (event.bEnded)
+            HandleEnd(event);
+        else
+            HandleLine(event.nWorker, event.sText);
+    }
+    m_services.state.Commit();
+}
+
+void ZJobScheduler::StartJobs()
+{
+    for (size_t n = 0; n < m_workers.size() && !m_waiting.empty(); ++n)
+    {
+        if (!m_workers[n].stack.empty())
+            continue;
+        while (!m_waiting.empty())
+        {
+            const SJob job = TakeNext(n);
+            SEntry& entry = EntryOf(job);
+            if (entry.eState == EState::eNew && MustWait(entry))
+            {
+                m_postponed.push_back(job);
+                continue;
+            }
+            if (entry.eState != EState::eNew || FillFromState(entry))
+            {
+                // A long list that is up to date is told as it is gone through.
+                TellWhatIsKnown();
+                continue;
+            }
+            entry.eState = EState::eRunning;
+            entry.nWorker = n;
+            m_workers[n].stack.push_back(job.sId);
+            m_workers[n].sFile = FileOf(job.sId);
+            m_services.pool.Send(n, EncodeJob(job, m_waiting.size() >= PUBLISH_LATER_FROM));
+            m_progress(m_nTold, m_list.size(), job);
+            break;
+        }
+    }
+}
+
+void ZJobScheduler::HandleLine(size_t nWorker, const std::string& sText)
+{
+    SLine line;
+    SWorker& worker = m_workers[nWorker];
+    if (!DecodeLine(sText, line) || worker.stack.empty() || !worker.sWaitsFor.empty())
+        return m_services.pool.Kill(nWorker, "its process talked nonsense");
+    switch (line.eKind)
+    {
+    case SLine::eMessage:
+        return EntryOf({SJob::ePack, worker.stack.back()}).result.messages.push_back(std::move(line.message));
+    case SLine::eNeed:
+        return HandleNeed(nWorker, line.sText);
+    case SLine::eResult:
+        if (line.result.job.sId == worker.stack.back())
+            return HandleResult(nWorker, std::move(line.result));
+        [[fallthrough]];
+    default:
+        return m_services.pool.Kill(nWorker, "its process talked nonsense");
+    }
+}
+
+bool ZJobScheduler::WouldCloseRing(size_t nWorker, const SEntry& needed) const
+{
+    // A worker that waits goes on when what it waits for is done, by the worker that runs that, and so on.
+    const SEntry* pEntry = &needed;
+    for (size_t nSteps = 0; nSteps <= m_workers.size(); ++nSteps)
+    {
+        if (pEntry->eState != EState::eRunning)
+            return false;
+        if (pEntry->nWorker == nWorker)
+            return true;
+        const std::string& sNext = m_workers[pEntry->nWorker].sWaitsFor;
+        if (sNext.empty())
+            return false;
+        pEntry = &m_entries.at(sNext);
+    }
+    return true;
+}
+
+void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
+{
+    SWorker& worker = m_workers[nWorker];
+    const SJob job{SJob::ePack, sId};
+    EntryOf({SJob::ePack, worker.stack.back()}).needs.push_back(sId);
+    SEntry& entry = EntryOf(job);
+    if (entry.eState == EState::eRunning || entry.eState == EState::eToPublish)
+    {
+        if (WouldCloseRing(nWorker, entry))
+        {
+            std::string sRing;
+            for (const std::string& sJob : worker.stack)
+                sRing += "'" + sJob + "' needs ";
+            return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_REFUSED, "a ring: " + sRing + "'" + sId + "'"));
+        }
+        entry.waiters.push_back(nWorker);
+        worker.sWaitsFor = sId;
+        return m_services.pool.StopClock(nWorker);
+    }
+    if (entry.eState == EState::eNew && job.Component().empty())
+    {
+        // Made elsewhere: there or not, it is nothing that this run could change.
+        const std::string sFile = OutputPathOf(ToId(sId));
+        entry.eState = EState::eDone;
+        entry.bTold = true;
+        if (!sFile.empty() && StampOf(m_services.staleness.FileOf(sFile)).bExists)
+            entry.result.eStatus = EJobStatus::eUpToDate;
+        else
+            entry.result.messages.push_back(
+                {ESeverity::eError, "resources of the extension '" + ToStd(ToId(sId).GetExtension()) +
+                                        "' are made elsewhere, and no packed file stands at '" + sFile + "'"});
+    }
+    if (entry.eState == EState::eDone || FillFromState(entry))
+        return Answer(nWorker, entry);
+    entry.eState = EState::eRunning;
+    entry.nWorker = nWorker;
+    worker.stack.push_back(sId);
+    m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_PACK, {}));
+}
+
+void ZJobScheduler::Answer(size_t nWorker, const SEntry& needed)
+{
+    if (needed.result.IsGood())
+        return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_READY, {}));
+    const std::string* pWhy = needed.result.FirstError();
+    const std::string_view answer = needed.result.job.Component().empty() ? ANSWER_REFUSED : ANSWER_FAILED;
+    m_services.pool.Send(nWorker, EncodeAnswer(answer, pWhy != nullptr ? *pWhy : "it has failed"));
+}
+
+void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
+{
+    SWorker& worker = m_workers[nWorker];
+    SEntry& entry = EntryOf(result.job);
+    result.messages = std::move(entry.result.messages);
+    entry.result = std::move(result);
+    worker.stack.pop_back();
+    if (worker.stack.empty())
+        m_services.pool.StopClock(nWorker);
+    if (entry.result.publication.sPath.empty() || !entry.result.IsGood())
+        return Complete(entry);
+    entry.eState = EState::eToPublish;
+    m_publisher.Add(entry.result.job.sId, entry.result.publication);
+}
+
+void ZJobScheduler::HandlePublished(const std::vector<ZPublisher::SOutcome>& outcomes)
+{
+    for (const ZPublisher::SOutcome& outcome : outcomes)
+    {
+        SEntry& entry = m_entries.at(outcome.sId);
+        if (!outcome.sError.empty())
+        {
+            entry.result.eStatus = EJobStatus::eFailed;
+            entry.result.sFile.clear();
+            entry.result.nBytes = 0;
+            entry.result.messages.push_back({ESeverity::eError, outcome.sError});
+        }
+        Complete(entry);
+    }
+}
+
+void ZJobScheduler::Complete(SEntry& entry)
+{
+    entry.eState = EState::eDone;
+    m_waiting.insert(m_waiting.begin(), m_postponed.begin(), m_postponed.end());
+    m_postponed.clear();
+    const SJobResult& result = entry.result;
+    if (result.IsGood())
+    {
+        // Scans are kept as they are told, so that the index does not depend on which worker was first.
+        if (result.job.eKind == SJob::ePack)
+            m_services.state.Save(m_services.staleness.RecordOf(result));
+    }
+    else
+    {
+        // What an earlier run left is of a source that is no more: better no file than that one.
+        m_services.state.Remove(result.job.sId);
+        const std::string sFile = result.job.eKind == SJob::ePack ? OutputPathOf(ToId(result.job.sId)) : std::string();
+        if (!sFile.empty() && !result.job.Component().empty())
+            ::unlink(m_services.staleness.FileOf(sFile).c_str());
+    }
+    for (const size_t nWaiter : std::exchange(entry.waiters, {}))
+    {
+        m_workers[nWaiter].sWaitsFor.clear();
+        Answer(nWaiter, entry);
+    }
+}
+
+void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
+{
+    SWorker worker = std::exchange(m_workers[end.nWorker], {});
+    if (worker.stack.empty())
+        return;
+    if (!worker.sWaitsFor.empty())
+        std::erase(m_entries.at(worker.sWaitsFor).waiters, end.nWorker);
+    for (const std::string& sId : worker.stack)
+        if (const std::string sFile = OutputPathOf(ToId(sId)); !sFile.empty())
+            RemovePassingFilesBeside(m_services.staleness.FileOf(sFile), end.nProcess);
+    SEntry& crashed = EntryOf({SJob::ePack, worker.stack.back()});
+    worker.stack.pop_back();
+    for (size_t n = worker.stack.size(); n-- > 0;)
+    {
+        SEntry& outer = EntryOf({SJob::ePack, worker.stack[n]});
+        outer.eState = EState::eNew;
+        outer.result.messages.clear();
+        outer.needs.clear();
+        // One that others wait for is theirs to make; it would wait for ever behind them.
+        m_waiting.push_front(outer.result.job);
+    }
+    crashed.result.eStatus = EJobStatus::eCrashed;
+    crashed.result.messages.push_back({ESeverity::eError, "the process of this job crashed: " + end.sText});
+    Complete(crashed);
+    for (const std::string& sOuter : worker.stack)
+        for (const size_t nWaiter : std::exchange(EntryOf({SJob::ePack, sOuter}).waiters, {}))
+        {
+            m_workers[nWaiter].sWaitsFor.clear();
+            EntryOf({SJob::ePack, m_workers[nWaiter].stack.back()}).needs.pop_back();
+            HandleNeed(nWaiter, sOuter);
+        }
+}
+
+void ZJobScheduler::Tell(SEntry& entry)
+{
+    if (entry.bTold || entry.eState != EState::eDone)
+        return;
+    entry.bTold = true;
+    for (const std::string& sNeed : entry.needs)
+    {
+        SEntry& need = m_entries.at(sNeed);
+        // What was up to date is no news unless it is on the list.
+        if (need.eState == EState::eDone && need.result.eStatus != EJobStatus::eUpToDate)
+            Tell(need);
+    }
+    if (entry.result.job.eKind == SJob::eScan && entry.result.eStatus == EJobStatus::ePacked)
+        m_services.state.Save(m_services.staleness.RecordOf(entry.result), entry.result.scan);
+    m_report(entry.result);
+    entry.result.scan = {};
+}
+
+void ZJobScheduler::TellWhatIsKnown()
+{
+    for (; m_nTold < m_list.size(); ++m_nTold)
+    {
+        SEntry& entry = m_entries.at(m_list[m_nTold]);
+        if (entry.eState != EState::eDone)
+            return;
+        Tell(entry);
+    }
+}
+
+} // namespace Host

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "host/build/publisher.h"
+#include "host/build/staleness.h"
+#include "host/workers/workerpool.h"
+
+#include <deque>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Host
+{
+
+/// Runs jobs in worker processes, each thing once a run, whoever asks for it: the list that it is given, and what the
+/// jobs turn out to need. Alone decides what is up to date, and alone writes the build state.
+///
+/// Order      jobs start about in the list's order: a worker stays with the file whose jobs it does. Results are told
+/// in the list's order too, whatever worker was first,
+///            each as soon as those before it are known; what a job needed and was made for it is told right before
+///            it. So the same tree tells the same lines for any number of workers.
+/// Needs      a job that needs a packed resource waits while another makes it, or makes it inside itself. A ring of
+///            needs fails the need that would close it.
+/// Files      while many jobs wait, files are published in batches, by one worker that does nothing else; a job is done
+///            when its file stands in its place.
+/// Crashes    a job whose process ends is eCrashed; the jobs around it, which have done nothing wrong, start again.
+class ZJobScheduler
+{
+public:
+    struct SServices
+    {
+        ZWorkerPool& pool; ///< the last of its workers publishes, so two at least
+        ZBuildState& state;
+        ZStaleness& staleness;
+        bool bForce = false; ///< nothing is up to date but what this run has made
+    };
+    using FReport = std::function<void(const SJobResult&)>;
+    /// Called often: results told, jobs listed, and a job that runs.
+    using FProgress = std::function<void(size_t nTold, size_t nListed, const SJob& running)>;
+
+    ZJobScheduler(const SServices& services, FReport report, FProgress progress);
+
+    /// Ends when all are done. May be called again; what earlier lists made counts as done, and is not told again.
+    void Run(const std::vector<SJob>& jobs);
+
+    /// The function of the pool's workers.
+    static void WorkerMain(const ZAssetTree& tree, const std::string& sOut, ZLineChannel& channel);
+
+private:
+    enum class EState
+    {
+        eNew,
+        eRunning,
+        eToPublish, ///< done but for its file
+        eDone
+    };
+    struct SEntry
+    {
+        SJobResult result;
+        EState eState = EState::eNew;
+        bool bTold = false;
+        size_t nWorker = 0;             ///< while it runs
+        std::vector<std::string> needs; ///< in the order of asking
+        std::vector<size_t> waiters;    ///< workers that wait for it
+    };
+    struct SWorker
+    {
+        std::vector<std::string> stack; ///< the job it was given, then those inside it
+        std::string sWaitsFor;
+        std::string sFile; ///< source file of the job that it was given last
+    };
+    static constexpr size_t MOST_OUT_OF_TURN = 64;   ///< jobs that one may overtake
+    static constexpr size_t PUBLISH_LATER_FROM = 16; ///< jobs that wait; with fewer a batch would not fill
+
+    SEntry& EntryOf(const SJob& job);
+    static std::string_view FileOf(std::string_view id);
+    SJob TakeNext(size_t nWorker);
+    bool FillFromState(SEntry& entry);
+    bool MustWait(const SEntry& entry);
+    void StartJobs();
+    void HandleLine(size_t nWorker, const std::string& sText);
+    void HandleNeed(size_t nWorker, const std::string& sId);
+    void HandleResult(size_t nWorker, SJobResult&& result);
+    void HandlePublished(const std::vector<ZPublisher::SOutcome>& outcomes);
+    void HandleEnd(const ZWorkerPool::SEvent& end);
+    bool WouldCloseRing(size_t nWorker, const SEntry& needed) const;
+    void Answer(size_t nWorker, const SEntry& needed);
+    void Complete(SEntry& entry);
+    void Tell(SEntry& entry);
+    void TellWhatIsKnown();
+
+    SServices m_services;
+    FReport m_report;
+    FProgress m_progress;
+    std::unordered_map<std::string, SEntry> m_entries; ///< by identifier; references to them stay good
+    std::vector<SWorker> m_workers;
+    ZPublisher m_publisher;
+    std::deque<SJob> m_waiting;
+    std::vector<SJob> m_postponed;   ///< until something that runs is done
+    std::vector<std::string> m_list; ///< of the current Run, in order
+    size_t m_nTold = 0;
+};
+
+} // namespace Host

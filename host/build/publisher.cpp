@@ -1,0 +1,49 @@
+#include "host/build/publisher.h"
+
+#include <unistd.h>
+#include <utility>
+
+namespace Host
+{
+
+void ZPublisher::Add(const std::string& sId, const SPublication& file)
+{
+    m_waiting.ids.push_back(sId);
+    m_waiting.files.push_back(file);
+    if (m_atWork.ids.empty())
+        Start();
+}
+
+void ZPublisher::Start()
+{
+    m_atWork = std::exchange(m_waiting, {});
+    if (m_atWork.ids.empty())
+        return;
+    m_pool.Send(m_nWorker, EncodePublish(m_atWork.files));
+    m_pool.StopClock(m_nWorker); // a disk takes the time that it takes
+}
+
+std::vector<ZPublisher::SOutcome> ZPublisher::OnPublished(const std::vector<std::string>& errors)
+{
+    const SBatch done = std::exchange(m_atWork, {});
+    std::vector<SOutcome> outcomes;
+    for (size_t n = 0; n < done.ids.size(); ++n)
+        outcomes.push_back({done.ids[n], n < errors.size() ? errors[n] : "its file was not published"});
+    Start();
+    return outcomes;
+}
+
+std::vector<ZPublisher::SOutcome> ZPublisher::OnEnd(const std::string& sWhy)
+{
+    const SBatch lost = std::exchange(m_atWork, {});
+    std::vector<SOutcome> outcomes;
+    for (size_t n = 0; n < lost.ids.size(); ++n)
+    {
+        ::unlink(lost.files[n].sPassingPath.c_str());
+        outcomes.push_back({lost.ids[n], "its file was not published: the process that does it " + sWhy});
+    }
+    Start();
+    return outcomes;
+}
+
+} // namespace Host

@@ -1,0 +1,116 @@
+#include "host/commands/commands.h"
+#include "host/files/outputfile.h"
+#include "host/marking/marking.h"
+#include "host/text/hosterror.h"
+#include "host/text/jsonwriter.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <new>
+
+namespace Host
+{
+
+namespace
+{
+
+/// Far more than the marks of a scene that anybody can look over.
+constexpr size_t MOST_MARKS_BYTES = 64u << 20;
+
+/// A pipe will do.
+bool ReadText(const std::string& sPath, std::string& sText, std::string& sWhy)
+{
+    errno = 0;
+    std::ifstream file(sPath, std::ios::binary);
+    char buffer[65536];
+    while (sText.size() <= MOST_MARKS_BYTES && (file.read(buffer, sizeof buffer), file.gcount() > 0))
+        sText.append(buffer, static_cast<size_t>(file.gcount()));
+    if (sText.size() > MOST_MARKS_BYTES)
+        return sWhy = "is too large for marks: more than " + BytesText(MOST_MARKS_BYTES), false;
+    if (!file.is_open() || file.bad())
+        return sWhy = std::string("can't be read") + (errno != 0 ? std::string(": ") + std::strerror(errno) : ""),
+               false;
+    return true;
+}
+
+std::string Counted(size_t n, const char* szWhat)
+{
+    return std::to_string(n) + ' ' + szWhat + (n == 1 ? "" : "s");
+}
+
+int Mark(const SOptions& options, ZConsole& console)
+{
+    const std::string& sIn = options.sources.at(0);
+    const std::string& sMarks = options.sources.at(1);
+    const std::string& sOut = options.sources.at(2);
+    const auto fail = [&console](const std::string& sFile, const std::string& sWhy)
+    {
+        console.Diagnostic(ESeverity::eError, sFile, sWhy);
+        return eExit_AssetsFailed;
+    };
+    std::string sText;
+    std::string sWhy;
+    if (!ReadText(sMarks, sText, sWhy))
+        return fail(sMarks, sWhy);
+    FbxDocument document;
+    SMarks marks;
+    std::vector<std::string> warnings;
+    try
+    {
+        marks = ReadMarks(sText);
+        if (!document.Load(sIn.c_str()))
+            return fail(sIn, document.Error());
+        ApplyMarks(marks, document, warnings);
+    }
+    catch (const ZMarksError& e)
+    {
+        return fail(sMarks, e.what());
+    }
+    for (const std::string& sWarning : warnings)
+        console.Diagnostic(ESeverity::eWarning, sMarks, sWarning);
+
+    std::string sBytes;
+    if (!document.Write(sBytes))
+        return fail(sIn, document.Error());
+    ZOutputFile file;
+    const std::string sPath = std::filesystem::absolute(sOut).lexically_normal().string();
+    if (!file.Open(sPath) || !file.Write(sBytes.data(), sBytes.size()))
+        return fail(sOut, file.Error());
+    file.Close();
+    if (!file.Publish())
+        return fail(sOut, file.Error());
+
+    if (console.IsJson())
+    {
+        ZJsonWriter json;
+        json.Open('{');
+        json.TextField("file", sOut);
+        json.UnsignedField("nodes", marks.nodes.size());
+        json.UnsignedField("takes", marks.takes.size());
+        json.Close('}');
+        console.Output(json.Take());
+    }
+    else
+        console.Output(sOut + ": " + Counted(marks.nodes.size(), "node") + " marked, " +
+                       Counted(marks.takes.size(), "take") + ", " + BytesText(sBytes.size()));
+    return eExit_Done;
+}
+
+} // namespace
+
+int RunMark(const SOptions& options, ZConsole& console)
+{
+    try
+    {
+        return Mark(options, console);
+    }
+    catch (const std::bad_alloc&)
+    {
+        console.Diagnostic(ESeverity::eError, options.sources.front(), "there is not enough memory for this file");
+        return eExit_AssetsFailed;
+    }
+}
+
+} // namespace Host

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/files/outputfile.h"
+#include "host/index/sourcescan.h"
+
+namespace Host
+{
+
+/// Writes what scans found as scan data, the blob that hosts and modules exchange: one file a source, below "scan" in
+/// the output folder (resource/_shared/_internal/resourcescandata.h tells its form). Files appear at the end.
+class ZScanDataFiles
+{
+public:
+    explicit ZScanDataFiles(std::string sOut) : m_sOut(std::move(sOut)) {}
+
+    /// An error, or an empty text.
+    std::string Add(const SSourceScan& scan);
+    /// The errors of those that could not be published.
+    std::vector<std::string> Publish();
+    size_t Count() const { return m_complete.size(); }
+
+private:
+    std::string m_sOut;
+    std::vector<SPublication> m_complete;
+};
+
+} // namespace Host

@@ -1,0 +1,117 @@
+#include "host/index/sourcescan.h"
+
+#include "host/files/contenthash.h"
+#include "host/text/jsonwriter.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace Host
+{
+
+namespace
+{
+
+/// Where the extension begins, dot included; the end when there is none. A name is never empty.
+size_t ExtensionOf(std::string_view name)
+{
+    const size_t nDot = name.rfind('.');
+    return nDot == std::string_view::npos || nDot == 0 ? name.size() : nDot;
+}
+
+/// What follows "?/", or the file's name.
+std::string_view LastName(std::string_view id)
+{
+    const size_t nMark = id.find("?/");
+    return id.substr(nMark != std::string_view::npos ? nMark + 2 : id.rfind('/') + 1);
+}
+
+} // namespace
+
+void WriteReferences(ZJsonWriter& json, const std::vector<std::string>& references)
+{
+    json.Key("references");
+    json.Open('[');
+    for (const std::string& sId : references)
+        json.Text(sId);
+    json.Close(']');
+}
+
+void WriteProperties(ZJsonWriter& json, const SSourceScan::TProperties& properties)
+{
+    json.Key("properties");
+    json.Open('{');
+    for (const auto& [sKey, sValue] : properties)
+        json.TextField(sKey, sValue);
+    json.Close('}');
+}
+
+std::string ScanLine(const SSourceScan& scan)
+{
+    ZJsonWriter json;
+    json.Open('{');
+    json.TextField("source", scan.sSource);
+    json.BoolField("ok", scan.sError.empty());
+    json.OptionalField("error", scan.sError);
+    WriteReferences(json, scan.references);
+    WriteProperties(json, scan.properties);
+    json.Key("subResources");
+    json.Open('[');
+    for (const SSourceScan::SSubResource& entry : scan.subResources)
+    {
+        json.Open('{');
+        json.TextField("id", entry.sId);
+        json.TextField("source", entry.sSource);
+        WriteReferences(json, entry.references);
+        WriteProperties(json, entry.properties);
+        json.Close('}');
+    }
+    json.Close(']');
+    json.Close('}');
+    return json.Take();
+}
+
+bool ReadSourceScan(const nlohmann::json& json, SSourceScan& scan)
+{
+    try
+    {
+        scan = {};
+        json.at("source").get_to(scan.sSource);
+        if (!json.at("error").is_null())
+            json.at("error").get_to(scan.sError);
+        json.at("references").get_to(scan.references);
+        json.at("properties").get_to(scan.properties);
+        for (const nlohmann::json& entry : json.at("subResources"))
+        {
+            SSourceScan::SSubResource& subResource = scan.subResources.emplace_back();
+            entry.at("id").get_to(subResource.sId);
+            entry.at("source").get_to(subResource.sSource);
+            entry.at("references").get_to(subResource.references);
+            entry.at("properties").get_to(subResource.properties);
+        }
+        return true;
+    }
+    catch (const nlohmann::json::exception&)
+    {
+        return false;
+    }
+}
+
+uint64_t HashOfScan(const SSourceScan& scan)
+{
+    return std::max<uint64_t>(1, ZContentHash::Of(ScanLine(scan)));
+}
+
+std::string_view NameOfEntry(std::string_view id)
+{
+    const std::string_view name = LastName(id);
+    return name.substr(0, ExtensionOf(name));
+}
+
+std::string_view KindOfEntry(std::string_view id)
+{
+    const std::string_view name = LastName(id);
+    return name.substr(std::min(ExtensionOf(name) + 1, name.size()));
+}
+
+} // namespace Host

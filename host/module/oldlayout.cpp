@@ -1,0 +1,42 @@
+#include "host/module/oldlayout.h"
+
+#include "host/files/assettree.h"
+#include "host/files/resourceids.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+
+namespace Host
+{
+
+namespace
+{
+
+// Exported as C++ functions, under the names that the platform's compilers give them.
+constexpr const char IS_OLD_FORMAT[] = "_ZN13ZFbxConverter11IsOldFormatEP8FbxScene";
+constexpr const char CONVERT[] = "_ZN13ZFbxConverter20ConvertToNewPipelineERK11ZResourceIDP8FbxScene";
+
+/// The identifier under which the file would be packed; any will do for a file outside of the asset tree.
+ZResourceID IdOf(const SOptions& options)
+{
+    std::error_code error;
+    const std::string& sSource = options.sources.front();
+    return ToId(std::filesystem::is_directory(options.sAssets, error) ? ZAssetTree(options.sAssets).IdOf(sSource)
+                                                                      : sSource);
+}
+
+} // namespace
+
+void ConvertOldLayout(const SOptions& options, FbxScene* pScene)
+{
+    // Stays loaded: what it makes in the scene has its code there.
+    void* pLibrary = ::dlopen(options.sModule.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (pLibrary == nullptr)
+        return;
+    auto* pIsOldFormat = reinterpret_cast<bool (*)(FbxScene*)>(::dlsym(pLibrary, IS_OLD_FORMAT));
+    auto* pConvert = reinterpret_cast<void (*)(const ZResourceID&, FbxScene*)>(::dlsym(pLibrary, CONVERT));
+    if (pIsOldFormat != nullptr && pConvert != nullptr && pIsOldFormat(pScene))
+        pConvert(IdOf(options), pScene);
+}
+
+} // namespace Host

@@ -1,0 +1,352 @@
+#include "host/show/commandline.h"
+
+#include "host/files/derivedkinds.h"
+#include "host/module/moduleloader.h"
+#include "host/text/hosterror.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <thread>
+
+namespace Host
+{
+
+namespace
+{
+
+constexpr const char* PLATFORMS[] = {"pc", "durango", "ps4", "xbox360", "ps3"};
+
+constexpr const char EXAMPLES[] = R"(
+Examples:
+  animpack build -t:pc -t:ps4 --assets art --out packed
+  animpack pack 'assembly:/characters/hero/moves.fbx?/walk.take' animation -t:pc
+  animpack query --where 'ACD_TotalLinearDelta>1.5' --name 'walk*'
+  animpack inspect packed/pc/characters/hero/moves.fbx/walk.take.animation --frames 0,10
+  animpack verify --assets art --out packed --max-mm 0.5
+  animpack scene art/characters/hero/moves.fbx
+
+A source is an identifier (assembly:/a/b.fbx, assembly:/a/b.fbx?/walk.take) or the path of a file in the asset tree.
+
+Exit status: 0 all done; 1 at least one asset failed (the others are done); 2 wrong usage; 3 the host could not go on.
+)";
+
+constexpr const char QUERY_HELP[] = R"(
+Conditions:
+  = != < <= > >=    as numbers when both sides are numbers, else as texts, whose case does not matter
+  ~ !~              like a pattern, unlike it: * any text, ? a character, [a-z] one of a set
+  An entry that lacks the property meets no condition on it. id, name, kind and source count as properties.
+
+Examples:
+  animpack query --where 'FPS=30' --where 'ACD_TotalLinearDelta>1.5'
+  animpack query --name 'walk*' --source npc/ --columns DurationSeconds,CutsequenceRigResource
+  animpack query --kind character --uses '*/idle.take'
+
+The index is the one in --out, which scan and build keep.
+)";
+
+constexpr const char ASSETS_HELP[] =
+    "Folder behind assembly:/ [default: ./assembly if it is there, else the current folder]";
+
+constexpr const char VERIFY_HELP[] = R"(
+Every bone of the rig at every frame of the take, as the character sees it: what the packed file decodes to, beside what
+the scene says. Millimetres are the way between points 3 cm from the bone along each of its axes.
+)";
+
+std::string DerivedKindsHelp()
+{
+    std::string sText = "\nExtensions:\n";
+    for (const SDerivedKind& kind : DerivedKinds())
+        if (!kind.component.empty())
+            sText += "  " + std::string(kind.extension) + std::string(20 - kind.extension.size(), ' ') +
+                     std::string(kind.description) + '\n';
+    return sText;
+}
+
+/// Comma separated numbers. Throws what CLI11 turns into wrong usage.
+template <class T>
+void ParseList(const std::string& sName, const std::string& sText, std::vector<T>& values)
+{
+    size_t nStart = 0;
+    while (nStart <= sText.size())
+    {
+        const size_t nEnd = std::min(sText.find(',', nStart), sText.size());
+        T value{};
+        const auto [pEnd, error] = std::from_chars(sText.data() + nStart, sText.data() + nEnd, value);
+        if (error != std::errc() || pEnd != sText.data() + nEnd)
+            throw CLI::ValidationError(sName, "'" + sText.substr(nStart, nEnd - nStart) + "' is no number here");
+        values.push_back(value);
+        nStart = nEnd + 1;
+    }
+}
+
+const std::map<std::string, EWhen> WHEN{{"auto", EWhen::eAuto}, {"always", EWhen::eAlways}, {"never", EWhen::eNever}};
+
+struct SRawOptions
+{
+    std::string sColor = "auto";
+    std::string sProgress = "auto";
+    std::string sMarks, sMarked;
+    std::string sSource; ///< of the commands that take one
+    std::string sFrames, sAt, sTicks;
+    uint64_t nMemoryMegabytes = 4096;
+};
+
+void AddOutputOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    command.add_flag("--json", options.bJson, "One JSON object a line on standard output, and nothing else there")
+        ->group("Messages");
+    command.add_flag("-v,--verbose", options.bVerbose, "Tell what is up to date, and the packers' notes")
+        ->group("Messages");
+    for (const auto& [szName, pText] : {std::pair("--color", &raw.sColor), std::pair("--progress", &raw.sProgress)})
+        command.add_option(szName, *pText, "auto: on a terminal, and colour only without NO_COLOR")
+            ->check(CLI::IsMember({"auto", "always", "never"}))
+            ->capture_default_str()
+            ->group("Messages");
+}
+
+void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& sDefault)
+{
+    command
+        .add_option("-t,--target", options.platforms,
+                    "Platform, also -t:NAME; several with commas or repeated [default: " + sDefault + ']')
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(PLATFORMS), std::end(PLATFORMS))));
+}
+
+void AddTreeOptions(CLI::App& command, SOptions& options)
+{
+    command.add_option("--assets", options.sAssets, ASSETS_HELP);
+    command.add_option("--out", options.sOut, "Folder for everything that is written")->capture_default_str();
+    AddPlatformOption(command, options, "pc");
+}
+
+void AddWorkerOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    command.add_option("-j,--jobs", options.nWorkers, "Worker processes [default: one for each core]")
+        ->check(CLI::Range(1u, 1024u))
+        ->group("Work");
+    command
+        .add_option("--job-timeout", options.fJobTimeout, "Seconds without a sign of life after which a job is ended")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str()
+        ->group("Work");
+    command.add_option("--memory-limit", raw.nMemoryMegabytes, "Megabytes that one worker may take; 0 for no limit")
+        ->check(CLI::Range(uint64_t(0), uint64_t(1) << 24))
+        ->capture_default_str()
+        ->group("Work");
+}
+
+void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
+{
+    AddWorkerOptions(command, options, raw);
+    command
+        .add_option("--module", options.sModule,
+                    "Module to load [default: ../lib/libresource.animation.so beside this program]")
+        ->group("Work");
+}
+
+void AddQueryOptions(CLI::App& command, SQueryOptions& query)
+{
+    const auto list = [&command](const char* szName, std::vector<std::string>& words, const char* szWhat)
+    { return command.add_option(szName, words, szWhat)->allow_extra_args(false); };
+    list("-w,--where", query.conditions,
+         "Only entries for which NAME OPERATOR VALUE holds, such as 'FPS=30'; repeated, all have to hold");
+    list("-n,--name", query.names, "Only entries of this name, such as 'walk*'; repeated, any will do");
+    list("--source", query.sources, "Only what is in these sources, such as 'assembly:/npc/*'");
+    list("--uses", query.uses, "Only what refers to such a resource, such as '*/idle.take'");
+    list("--kind", query.kinds, "Only take, rig, character or source [default: all but source]")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"take", "rig", "character", "chartype", "source"}));
+    list("--columns,--show", query.columns, "Properties to show, separated by commas")->delimiter(',');
+    command.add_option("--sort", query.sSort, "Order by this property [default: by identifier]");
+    command.add_flag("--reverse", query.bReverse, "The other way round");
+    command.add_option("--limit", query.nLimit, "Show so many")->check(CLI::Range(size_t(1), size_t(1) << 32));
+    command.add_flag("--scan", query.bScan, "Bring the index up to date first");
+    command.footer(QUERY_HELP);
+}
+
+void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
+{
+    const auto add = [&](const char* szName, const char* szWhat)
+    {
+        CLI::App* pCommand = app.add_subcommand(szName, szWhat);
+        AddOutputOptions(*pCommand, options, raw);
+        return pCommand;
+    };
+    CLI::App* pScan = add("scan", "Tell what sources hold: takes, rigs, characters; keeps an index of it in --out");
+    pScan->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
+
+    pScan->add_flag("--scandata", options.bScanData,
+                    "Write what each source holds as scan data, the blob that hosts exchange, to scan/ in --out");
+
+    CLI::App* pPack = add("pack", "Make one packed resource, and what it needs; print its file");
+    pPack->add_option("SOURCE", raw.sSource, "What to pack")->required();
+    pPack->add_option("EXTENSION", options.sExtension, "What to make of it, see below")->required();
+    pPack
+        ->add_option("--param", options.parameters,
+                     "Parameter of the packed resource, such as the rig of an animation; may be repeated")
+        ->allow_extra_args(false);
+    pPack->add_flag("--force", options.bForce, "Pack also what is up to date");
+    pPack->footer(DerivedKindsHelp());
+
+    CLI::App* pBuild = add("build", "Make everything that scanning finds, for each platform; only what changed");
+    pBuild->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
+    pBuild->add_flag("--force", options.bForce, "Pack also what is up to date");
+
+    CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
+    AddQueryOptions(*pQuery, options.query);
+
+    CLI::App* pInspect = add("inspect", "Show what a packed file holds, from its header to its tracks");
+    pInspect->add_option("FILE", raw.sSource, "A packed file, or the identifier of a packed resource")->required();
+    pInspect->add_option("--frames", raw.sFrames, "Decode these frames against the rig, e.g. 0,10");
+
+    CLI::App* pStats = add("stats", "Memory that the packed animations in --out take");
+    pStats->add_option("--save", options.sSaveId,
+                       "Write the report as this resource, e.g. assembly:/stats/memory.txt, one for each platform");
+    pStats->add_option("--top", options.nTop, "List so many of the largest animations")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    pStats->add_option("--assets", options.sAssets, "Of no effect here: packed files tell all");
+    pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    AddPlatformOption(*pStats, options, "all that are there");
+
+    CLI::App* pVerify = add("verify", "Compare packed animations with their sources: what packing them has cost");
+    pVerify->add_option("ID", options.sources,
+                        "Packed animations, their files, or takes, scenes and folders that they are made of "
+                        "[default: all packed animations in --out]");
+    pVerify->add_option("--max-mm", options.fMaxMillimetres, "An animation that is further off fails")
+        ->check(CLI::NonNegativeNumber);
+    pVerify
+        ->add_option("--max-degrees", options.fMaxDegrees, "An animation of which a bone is turned further off fails")
+        ->check(CLI::NonNegativeNumber);
+    pVerify->add_option("--assets", options.sAssets, ASSETS_HELP);
+    pVerify->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    AddPlatformOption(*pVerify, options, "all that are there");
+    AddWorkerOptions(*pVerify, options, raw);
+    pVerify->footer(VERIFY_HELP);
+
+    CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
+    pScene->add_option("FILE", raw.sSource, "The FBX file")->required();
+    pScene->add_option("--stack", options.sStack, "Evaluate this anim stack [default: the current one]");
+    pScene->add_option("--at", raw.sAt, "Show transforms at these seconds, e.g. 0,0.5");
+    pScene->add_option("--ticks", raw.sTicks, "The same for FBX ticks, 46186158000 a second");
+
+    CLI::App* pEffect = add("effect", "Flatten an effect source and show what an effect compiler collects from it");
+    pEffect->add_option("FILE", raw.sSource, "The effect source")->required();
+    pEffect->add_option("-I,--include", options.includeFolders, "Look for includes here too; may be repeated")
+        ->allow_extra_args(false);
+    pEffect->add_option("-D,--define", options.defines, "NAME=VALUE, a macro that is set; may be repeated")
+        ->allow_extra_args(false);
+    pEffect->add_option("--compiler", options.sCompiler,
+                        "Library with an effect compiler, by path or by its name beside the module "
+                        "[default: samples.effectcompiler]");
+    pEffect->add_option("--assets", options.sAssets, "Folder behind assembly:/, for a FILE that is an identifier");
+
+    CLI::App* pMark = add("mark", "Put grounds, rigs and takes on an FBX file that no exporter has marked");
+    pMark->add_option("IN", raw.sSource, "An FBX file of version 7")->required();
+    pMark->add_option("MARKS", raw.sMarks, "What to mark, as JSON: see docs/marking.md")->required();
+    pMark->add_option("OUT", raw.sMarked, "The file to write; may be IN")->required();
+
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery, pInspect, pScene})
+        AddTreeOptions(*pCommand, options);
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery})
+        AddWorkOptions(*pCommand, options, raw);
+}
+
+void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
+{
+    const CLI::App& command = *app.get_subcommands().front();
+    options.sCommand = command.get_name();
+    if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene" ||
+        options.sCommand == "effect")
+        options.sources = {raw.sSource};
+    if (options.sCommand == "mark")
+        options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
+    if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
+        throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
+    options.eColor = WHEN.at(raw.sColor);
+    options.eProgress = WHEN.at(raw.sProgress);
+    options.nMemoryLimit = raw.nMemoryMegabytes << 20;
+    options.bPlatformGiven = !options.platforms.empty();
+    const CLI::Option* pOut = command.get_option_no_throw("--out");
+    options.bOutGiven = pOut != nullptr && pOut->count() != 0;
+    if (options.platforms.empty())
+        options.platforms = {"pc"};
+    std::error_code error;
+    std::replace(options.query.kinds.begin(), options.query.kinds.end(), std::string("character"),
+                 std::string("chartype"));
+    options.bAssetsGiven = !options.sAssets.empty();
+    if (options.sAssets.empty())
+        options.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
+    if (options.sModule.empty())
+        options.sModule = DefaultModulePath();
+    if (options.sCommand == "inspect" && command.count("--frames") != 0)
+        ParseList("--frames", raw.sFrames, options.frames);
+    if (options.sCommand == "scene")
+    {
+        options.bStackGiven = command.count("--stack") != 0;
+        if (command.count("--at") != 0)
+            ParseList("--at", raw.sAt, options.seconds);
+        if (command.count("--ticks") != 0)
+            ParseList("--ticks", raw.sTicks, options.ticks);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> NormalizeArguments(int nArguments, const char* const* ppArguments)
+{
+    std::vector<std::string> arguments(ppArguments + std::min(nArguments, 1), ppArguments + nArguments);
+    for (std::string& sArgument : arguments)
+    {
+        if (sArgument == "--")
+            break;
+        if (sArgument.starts_with("-t:"))
+            sArgument = "--target=" + sArgument.substr(3);
+    }
+    return arguments;
+}
+
+bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode)
+{
+    CLI::App app("Packs the animations and rigs of FBX scenes for a game's runtime.", "animpack");
+    app.set_version_flag("--version", "animpack " ANIMPACK_VERSION);
+    app.set_help_all_flag("--help-all", "Print the options of all commands and exit");
+    app.require_subcommand(1);
+    app.footer(EXAMPLES);
+    options.sOut = "./packed";
+    options.nWorkers = std::max(1u, std::thread::hardware_concurrency());
+    options.fJobTimeout = 600.0;
+    SRawOptions raw;
+    AddCommands(app, options, raw);
+    try
+    {
+        std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
+        std::reverse(arguments.begin(), arguments.end());
+        app.parse(arguments);
+        FillIn(app, options, raw);
+        return true;
+    }
+    catch (const CLI::Success& e)
+    {
+        // Help and version.
+        app.exit(e, std::cout, std::cerr);
+        std::cout.flush();
+        nExitCode = eExit_Done;
+    }
+    catch (const CLI::ParseError& e)
+    {
+        const auto commands = app.get_subcommands();
+        std::cerr << "animpack: error: " << e.what() << "\nTry 'animpack "
+                  << (commands.empty() ? std::string() : commands.front()->get_name() + ' ') << "--help'.\n";
+        nExitCode = eExit_WrongUsage;
+    }
+    return false;
+}
+
+} // namespace Host

@@ -1,0 +1,223 @@
+#include "host/show/console.h"
+
+#include "host/files/resourceids.h"
+#include "host/text/hosterror.h"
+#include "host/text/jsonwriter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace Host
+{
+
+namespace
+{
+
+bool Decide(EWhen eWhen, bool bOnTerminal)
+{
+    return eWhen == EWhen::eAlways || (eWhen == EWhen::eAuto && bOnTerminal);
+}
+
+bool IsSet(const char* szVariable)
+{
+    const char* szValue = std::getenv(szVariable);
+    return szValue != nullptr && szValue[0] != '\0';
+}
+
+/// What comes from files must not steer the terminal.
+bool IsHarmful(char c)
+{
+    return (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n') || c == '\x7f';
+}
+
+std::string Harmless(std::string_view text)
+{
+    std::string sText;
+    for (const char c : text)
+        if (c == '\n')
+            sText += "\n    ";
+        else
+            sText += IsHarmful(c) ? '?' : c;
+    return sText;
+}
+
+} // namespace
+
+ZConsole::ZConsole(const SOptions& options) : m_bJson(options.bJson), m_bVerbose(options.bVerbose)
+{
+    const char* szTerminal = std::getenv("TERM");
+    const bool bTerminal = ::isatty(STDERR_FILENO) != 0;
+    const bool bCapable = bTerminal && szTerminal != nullptr && std::strcmp(szTerminal, "dumb") != 0;
+    m_bColor = Decide(options.eColor, bCapable && !IsSet("NO_COLOR"));
+    m_bProgress = Decide(options.eProgress, bCapable);
+    struct winsize size
+    {
+    };
+    if (bTerminal && ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 20)
+        m_nColumns = size.ws_col;
+}
+
+std::string ZConsole::Ink(EInk eInk, std::string_view text) const
+{
+    constexpr const char* codes[] = {"", "\x1b[31m", "\x1b[33m", "\x1b[32m", "\x1b[2m", "\x1b[1m"};
+    if (!m_bColor || eInk == EInk::ePlain)
+        return std::string(text);
+    return codes[static_cast<int>(eInk)] + std::string(text) + "\x1b[0m";
+}
+
+void ZConsole::Output(std::string_view text)
+{
+    ClearProgress();
+    std::string sHarmless;
+    if (!m_bJson && std::any_of(text.begin(), text.end(), IsHarmful))
+    {
+        sHarmless.assign(text);
+        std::replace_if(sHarmless.begin(), sHarmless.end(), IsHarmful, '?');
+        text = sHarmless;
+    }
+    const bool bWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                          (text.ends_with('\n') || std::fputc('\n', stdout) != EOF) && std::fflush(stdout) == 0;
+    if (!bWritten)
+        throw ZHostError(std::string("standard output can't be written to: ") + std::strerror(errno));
+}
+
+void ZConsole::Line(const std::string& sText)
+{
+    ClearProgress();
+    // In one piece: another process may write to the same terminal.
+    const std::string sLine = sText + '\n';
+    std::fwrite(sLine.data(), 1, sLine.size(), stderr);
+}
+
+void ZConsole::Diagnostic(ESeverity eSeverity, std::string_view source, std::string_view text)
+{
+    const std::string sWhere = Ink(EInk::eBold, Harmless(source) + ":") + ' ';
+    if (eSeverity == ESeverity::eError)
+        Line(sWhere + Ink(EInk::eRed, "error:") + ' ' + Harmless(text));
+    else if (eSeverity == ESeverity::eWarning)
+        Line(sWhere + Ink(EInk::eYellow, "warning:") + ' ' + Harmless(text));
+    else if (m_bVerbose)
+        Line(sWhere + "note: " + Harmless(text));
+}
+
+void ZConsole::Notice(std::string_view text)
+{
+    Line("animpack: " + Harmless(text));
+}
+
+void ZConsole::Error(const ZHostError& error)
+{
+    Line("animpack: " + Ink(EInk::eRed, "error:") + ' ' + Harmless(error.what()));
+    if (!error.Hint().empty())
+        Line("  " + Harmless(error.Hint()));
+}
+
+void ZConsole::Job(const SJobResult& result)
+{
+    const std::string sSource = result.job.Source();
+    for (const SMessage& message : result.messages)
+        Diagnostic(message.eSeverity, sSource, message.sText);
+    if (m_bJson || (result.eStatus == EJobStatus::eUpToDate && !m_bVerbose))
+        return;
+    constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed, EInk::eRed};
+    constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   "};
+    std::string sLine = Ink(inks[static_cast<int>(result.eStatus)], words[static_cast<int>(result.eStatus)]);
+    sLine += ' ' + Harmless(sSource);
+    if (result.job.eKind == SJob::ePack)
+    {
+        const ZResourceID id = ToId(result.job.sId);
+        sLine += ", " + ToStd(id.GetExtension());
+        const TArray<ZString> parameters = id.GetParameters();
+        for (uint32_t n = 0; n < parameters.Size(); ++n)
+            sLine += (n == 0 ? " (" : " | ") + Harmless(parameters[n].View()) + (n + 1 == parameters.Size() ? ")" : "");
+        sLine += " for " + ToStd(id.GetPlatformFromExtension());
+    }
+    if (result.IsGood())
+        sLine +=
+            Ink(EInk::eFaint, "  " + BytesText(result.nBytes) +
+                                  (result.eStatus == EJobStatus::ePacked ? ", " + SecondsText(result.fSeconds) : ""));
+    Line(sLine);
+}
+
+void ZConsole::Summary(std::string_view text, bool bGood)
+{
+    if (!m_bJson)
+        Line(Ink(bGood ? EInk::eBold : EInk::eRed, text));
+}
+
+void ZConsole::ClearProgress()
+{
+    if (!std::exchange(m_bProgressShown, false))
+        return;
+    std::fputs("\r\x1b[K", stderr);
+}
+
+void ZConsole::Progress(size_t nDone, size_t nAll, std::string_view what)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_bProgress || nAll < 2 || now - m_lastProgress < std::chrono::milliseconds(80))
+        return;
+    m_lastProgress = now;
+    std::string sText = '[' + std::to_string(nDone) + '/' + std::to_string(nAll) + "] " + Harmless(what);
+    if (sText.size() >= m_nColumns)
+    {
+        sText.resize(m_nColumns - 4);
+        while (!sText.empty() && !IsUtf8(sText))
+            sText.pop_back();
+        sText += "...";
+    }
+    std::fputs(("\r" + sText + "\x1b[K").c_str(), stderr);
+    std::fflush(stderr);
+    m_bProgressShown = true;
+}
+
+std::string BytesText(uint64_t nBytes)
+{
+    char buffer[40];
+    if (nBytes < 1000)
+        std::snprintf(buffer, sizeof buffer, "%u B", static_cast<unsigned int>(nBytes));
+    else if (nBytes < 1000000)
+        std::snprintf(buffer, sizeof buffer, "%.1f kB", static_cast<double>(nBytes) / 1e3);
+    else
+        std::snprintf(buffer, sizeof buffer, "%.1f MB", static_cast<double>(nBytes) / 1e6);
+    return buffer;
+}
+
+std::string SecondsText(double fSeconds)
+{
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, fSeconds < 10.0 ? "%.2f s" : "%.0f s", fSeconds);
+    return buffer;
+}
+
+std::string JobLine(const SJobResult& result, const std::string& sOut)
+{
+    ZJsonWriter json;
+    json.Open('{');
+    json.TextField("id", result.job.sId);
+    json.TextField("source", result.job.Source());
+    json.TextField("component", result.job.Component());
+    json.OptionalField("file", result.IsGood() && !result.sFile.empty() ? sOut + '/' + result.sFile : std::string());
+    json.TextField("status", NameOf(result.eStatus));
+    json.Key("messages");
+    json.Open('[');
+    for (const SMessage& message : result.messages)
+    {
+        json.Open('{');
+        json.TextField("severity", NameOf(message.eSeverity));
+        json.TextField("text", message.sText);
+        json.Close('}');
+    }
+    json.Close(']');
+    json.UnsignedField("bytes", result.nBytes);
+    json.NumberField("seconds", result.fSeconds);
+    json.Close('}');
+    return json.Take();
+}
+
+} // namespace Host

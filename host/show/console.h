@@ -1,0 +1,73 @@
+#pragma once
+
+#include "host/build/packjob.h"
+#include "host/show/commandline.h"
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace Host
+{
+
+class ZHostError;
+
+/// Where everything that the program says goes. Standard output holds what was asked for: JSON lines, or the text that
+/// a command is there to print. Standard error holds the rest: diagnostics, a line for each job, progress.
+class ZConsole
+{
+public:
+    explicit ZConsole(const SOptions& options);
+    ~ZConsole() { ClearProgress(); }
+    ZConsole(const ZConsole&) = delete;
+    ZConsole& operator=(const ZConsole&) = delete;
+
+    bool IsJson() const { return m_bJson; }
+
+    /// One line, or several, on standard output; handed on at once, so that a reader sees them as they come.
+    void Output(std::string_view text);
+
+    /// "IDENTIFIER: error: TEXT".
+    void Diagnostic(ESeverity eSeverity, std::string_view source, std::string_view text);
+    /// "animpack: TEXT".
+    void Notice(std::string_view text);
+    void Error(const ZHostError& error);
+
+    /// A job's messages, and in people's form its line. What is up to date is told when asked for only.
+    void Job(const SJobResult& result);
+    void Summary(std::string_view text, bool bGood);
+
+    /// A line that the next one overwrites.
+    void Progress(size_t nDone, size_t nAll, std::string_view what);
+
+private:
+    enum class EInk
+    {
+        ePlain,
+        eRed,
+        eYellow,
+        eGreen,
+        eFaint,
+        eBold
+    };
+    std::string Ink(EInk eInk, std::string_view text) const;
+    void Line(const std::string& sText);
+    void ClearProgress();
+
+    bool m_bJson;
+    bool m_bVerbose;
+    bool m_bColor;
+    bool m_bProgress;
+    bool m_bProgressShown = false;
+    size_t m_nColumns = 80;
+    std::chrono::steady_clock::time_point m_lastProgress;
+};
+
+/// "12.3 kB", "0.42 s".
+std::string BytesText(uint64_t nBytes);
+std::string SecondsText(double fSeconds);
+
+/// The JSON line of one job.
+std::string JobLine(const SJobResult& result, const std::string& sOut);
+
+} // namespace Host
