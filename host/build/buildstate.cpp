@@ -7,10 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace Host
 {
@@ -383,29 +380,21 @@ ZOutputLock::ZOutputLock(const std::string& sOut, const ZBuildState::FNotice& no
     std::filesystem::create_directories(sOut, error);
     if (error)
         throw ZHostError("the output folder '" + sOut + "' can't be made: " + error.message(), sHint);
-    m_nFile = ::open((sOut + LOCK_FILE).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (m_nFile < 0)
-        throw ZHostError("the output folder '" + sOut + "' can't be written to: " + std::strerror(errno), sHint);
-    if (::flock(m_nFile, LOCK_EX | LOCK_NB) != 0)
+    error = m_lock.Open(sOut + LOCK_FILE);
+    if (error)
+        throw ZHostError("the output folder '" + sOut + "' can't be written to: " + error.message(), sHint);
+    if (!m_lock.TryLock())
     {
         notice("waiting for another run that writes to '" + sOut + "'");
-        while (::flock(m_nFile, LOCK_EX) != 0)
-            if (errno != EINTR)
-                throw ZHostError("the output folder '" + sOut + "' can't be locked: " + std::strerror(errno));
+        if (const std::error_code failure = m_lock.Lock())
+            throw ZHostError("the output folder '" + sOut + "' can't be locked: " + failure.message());
     }
     m_bHeld = true;
 }
 
 ZOutputLock::ZOutputLock(const std::string& sOut)
-    : m_nFile(::open((sOut + LOCK_FILE).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666))
 {
-    m_bHeld = m_nFile >= 0 && ::flock(m_nFile, LOCK_EX | LOCK_NB) == 0;
-}
-
-ZOutputLock::~ZOutputLock()
-{
-    if (m_nFile >= 0)
-        ::close(m_nFile);
+    m_bHeld = !m_lock.Open(sOut + LOCK_FILE) && m_lock.TryLock();
 }
 
 } // namespace Host

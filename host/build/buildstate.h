@@ -2,6 +2,7 @@
 
 #include "host/build/packjob.h"
 #include "host/index/scanindex.h"
+#include "os/filelock.h"
 
 #include <chrono>
 #include <functional>
@@ -104,12 +105,11 @@ public:
     explicit ZOutputLock(const std::string& sOut);
     ZOutputLock(const ZOutputLock&) = delete;
     ZOutputLock& operator=(const ZOutputLock&) = delete;
-    ~ZOutputLock();
 
     bool IsHeld() const { return m_bHeld; }
 
 private:
-    int m_nFile = -1;
+    Os::ZFileLock m_lock;
     bool m_bHeld = false;
 };
 

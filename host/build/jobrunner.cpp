@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <cxxabi.h>
-#include <unistd.h>
 
 namespace Host
 {
@@ -192,7 +191,7 @@ bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& r
         sWhy = "the packer reports success, but has not released its output";
     else if (output.Path().empty())
         sWhy = "the packer reports success, but has written nothing";
-    else if (bPublishLater ? !output.Release(::getppid(), result.publication) : !output.Publish())
+    else if (bPublishLater ? !output.Release(Os::ParentProcess(), result.publication) : !output.Publish())
         sWhy = output.Error();
     if (!sWhy.empty())
     {

@@ -7,7 +7,6 @@
 #include "host/files/resourceids.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace Host
 {
@@ -30,7 +29,7 @@ public:
         // Without a host there is nobody to work for.
         if (!m_channel.Send(EncodeNeed(sId)) || !m_channel.Receive(sText) || !DecodeLine(sText, line) ||
             line.eKind != SLine::eAnswer)
-            ::_exit(0);
+            Os::ExitNow(0);
         return {line.sText, line.sWhy};
     }
 
@@ -341,7 +340,7 @@ void ZJobScheduler::Complete(SEntry& entry)
         m_services.state.Remove(result.job.sId);
         const std::string sFile = result.job.eKind == SJob::ePack ? OutputPathOf(ToId(result.job.sId)) : std::string();
         if (!sFile.empty() && !result.job.Component().empty())
-            ::unlink(m_services.staleness.FileOf(sFile).c_str());
+            Os::RemoveFile(m_services.staleness.FileOf(sFile));
     }
     for (const size_t nWaiter : std::exchange(entry.waiters, {}))
     {

@@ -1,6 +1,5 @@
 #include "host/build/publisher.h"
 
-#include <unistd.h>
 #include <utility>
 
 namespace Host
@@ -39,7 +38,7 @@ std::vector<ZPublisher::SOutcome> ZPublisher::OnEnd(const std::string& sWhy)
     std::vector<SOutcome> outcomes;
     for (size_t n = 0; n < lost.ids.size(); ++n)
     {
-        ::unlink(lost.files[n].sPassingPath.c_str());
+        Os::RemoveFile(lost.files[n].sPassingPath);
         outcomes.push_back({lost.ids[n], "its file was not published: the process that does it " + sWhy});
     }
     Start();

@@ -1,14 +1,12 @@
 #include "host/files/contenthash.h"
 
 #include "base/misc/endian.h"
+#include "os/files.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Host
 {
@@ -98,34 +96,22 @@ uint64_t ZContentHash::Of(std::string_view bytes)
     return hash.Get();
 }
 
-SFileStamp StampOf(const std::string& sPath)
-{
-    struct stat status
-    {
-    };
-    if (::stat(sPath.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    return {true, static_cast<uint64_t>(status.st_size),
-            static_cast<int64_t>(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec};
-}
-
 uint64_t ZFileHashes::Of(const std::string& sPath, const SFileStamp& stamp)
 {
     if (!stamp.bExists || stamp.nSize > HASHED_FILE_LIMIT)
         return 0;
     if (const auto it = m_known.find(sPath); it != m_known.end() && it->second.stamp == stamp)
         return it->second.nHash;
-    const int nFile = ::open(sPath.c_str(), O_RDONLY | O_CLOEXEC);
-    if (nFile < 0)
+    Os::ZInputFile file;
+    std::error_code error = file.Open(sPath);
+    if (error || !file.IsOpen())
         return 0;
     constexpr size_t nRoom = size_t(256) << 10;
     const auto pBuffer = std::make_unique_for_overwrite<uint8_t[]>(nRoom);
     ZContentHash hash;
-    ssize_t nRead;
-    while ((nRead = ::read(nFile, pBuffer.get(), nRoom)) > 0)
-        hash.Add(pBuffer.get(), static_cast<size_t>(nRead));
-    ::close(nFile);
-    if (nRead < 0)
+    while (const size_t nRead = file.Read(pBuffer.get(), nRoom, error))
+        hash.Add(pBuffer.get(), nRead);
+    if (error)
         return 0;
     const uint64_t nHash = std::max<uint64_t>(hash.Get(), 1);
     m_known[sPath] = {stamp, nHash};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "os/filestamp.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -29,18 +31,8 @@ private:
     size_t m_nPending = 0;
 };
 
-/// What a look at the folder tells of a file.
-struct SFileStamp
-{
-    bool bExists = false;
-    uint64_t nSize = 0;
-    int64_t nTime = 0; ///< of the last change, nanoseconds since 1970
-
-    friend bool operator==(const SFileStamp&, const SFileStamp&) = default;
-};
-
-/// Of a regular file, links followed; anything else does not exist.
-SFileStamp StampOf(const std::string& sPath);
+using Os::SFileStamp;
+using Os::StampOf;
 
 /// Larger files are not read for the sake of a hash: the reader skips most of them, and reading all would take longer
 /// than packing. For these, size and time decide alone.

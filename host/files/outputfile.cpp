@@ -4,15 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace Host
@@ -43,52 +37,34 @@ private:
 class ZFileInputStream final : public TCountedComponent<ZFileInputStream, IInputStream>
 {
 public:
-    explicit ZFileInputStream(const std::string& sPath) : m_pFile(std::fopen(sPath.c_str(), "rbe"))
-    {
-        struct stat status
-        {
-        };
-        if (m_pFile != nullptr && (::fstat(fileno(m_pFile), &status) != 0 || !S_ISREG(status.st_mode)))
-        {
-            std::fclose(m_pFile);
-            m_pFile = nullptr;
-        }
-        m_nSize = m_pFile != nullptr ? static_cast<size_t>(status.st_size) : 0;
-    }
-    ~ZFileInputStream() override
-    {
-        if (m_pFile != nullptr)
-            std::fclose(m_pFile);
-    }
+    explicit ZFileInputStream(const std::string& sPath) { m_file.Open(sPath); }
 
-    bool IsOpen() const override { return m_pFile != nullptr; }
-    size_t GetSize() const override { return m_nSize; }
+    bool IsOpen() const override { return m_file.IsOpen(); }
+    size_t GetSize() const override { return static_cast<size_t>(m_file.Size()); }
     size_t Read(void* pBuffer, size_t nSize) override
     {
-        return m_pFile != nullptr ? std::fread(pBuffer, 1, nSize, m_pFile) : 0;
+        std::error_code error;
+        return m_file.Read(pBuffer, nSize, error);
     }
 
 private:
-    std::FILE* m_pFile;
-    size_t m_nSize;
+    Os::ZInputFile m_file;
 };
 
 /// Flushed and renamed, or removed.
 std::string PublishFile(const SPublication& file)
 {
-    std::string sError;
-    const auto fail = [&](const char* szWhat)
-    { sError = std::string(szWhat) + " '" + file.sPath + "': " + std::strerror(errno); };
-    const int nFile = ::open(file.sPassingPath.c_str(), O_RDONLY | O_CLOEXEC);
-    if (nFile < 0 || ::fdatasync(nFile) != 0)
-        fail("cannot flush");
-    if (nFile >= 0)
-        ::close(nFile);
-    if (sError.empty() && ::rename(file.sPassingPath.c_str(), file.sPath.c_str()) != 0)
-        fail("cannot rename to");
-    if (!sError.empty())
-        ::unlink(file.sPassingPath.c_str());
-    return sError;
+    std::string sWhat = "cannot flush";
+    std::error_code error = Os::FlushFile(file.sPassingPath);
+    if (!error)
+    {
+        sWhat = "cannot rename to";
+        error = Os::RenameFile(file.sPassingPath, file.sPath);
+    }
+    if (!error)
+        return {};
+    Os::RemoveFile(file.sPassingPath);
+    return sWhat + " '" + file.sPath + "': " + error.message();
 }
 
 } // namespace
@@ -118,10 +94,10 @@ std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
     return errors;
 }
 
-bool ZOutputFile::Fail(const std::string& sWhat)
+bool ZOutputFile::Fail(const std::string& sWhat, const std::error_code& error)
 {
     if (m_sError.empty())
-        m_sError = sWhat + " '" + m_sPath + "': " + std::strerror(errno);
+        m_sError = sWhat + " '" + m_sPath + "': " + error.message();
     return false;
 }
 
@@ -141,38 +117,27 @@ bool ZOutputFile::Open(const std::string& sPath)
         m_sError = "cannot make the folder '" + folder.string() + "': " + error.message();
         return false;
     }
-    m_sPassingPath = folder.string() + '/' + std::string(PASSING_START) + std::to_string(::getpid()) + '-' +
+    m_sPassingPath = folder.string() + '/' + std::string(PASSING_START) + std::to_string(Os::OwnProcess()) + '-' +
                      std::to_string(s_nNext++) + std::string(PASSING_END);
-    m_nFile = ::open(m_sPassingPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    return m_nFile >= 0 || Fail("cannot write");
+    error = m_file.Open(m_sPassingPath);
+    return !error || Fail("cannot write", error);
 }
 
 bool ZOutputFile::Write(const void* pBytes, size_t nCount)
 {
-    const auto* p = static_cast<const char*>(pBytes);
-    if (m_nFile < 0 || !m_sError.empty())
+    if (!m_file.IsOpen() || !m_sError.empty())
         return false;
     m_hash.Add(pBytes, nCount);
-    while (nCount != 0)
-    {
-        const ssize_t nWritten = ::write(m_nFile, p, nCount);
-        if (nWritten < 0 && errno == EINTR)
-            continue;
-        if (nWritten < 0)
-            return Fail("cannot write");
-        p += nWritten;
-        nCount -= static_cast<size_t>(nWritten);
-    }
-    return true;
+    const std::error_code error = m_file.Write(pBytes, nCount);
+    return !error || Fail("cannot write", error);
 }
 
 void ZOutputFile::Close()
 {
-    if (m_nFile < 0)
+    if (!m_file.IsOpen())
         return;
-    if (::close(m_nFile) != 0)
-        Fail("cannot close");
-    m_nFile = -1;
+    if (const std::error_code error = m_file.Close())
+        Fail("cannot close", error);
     m_bClosed = true;
 }
 
@@ -185,7 +150,7 @@ bool ZOutputFile::Publish()
     return m_sError.empty();
 }
 
-bool ZOutputFile::Release(pid_t nProcess, SPublication& publication)
+bool ZOutputFile::Release(Os::TProcessId nProcess, SPublication& publication)
 {
     Close();
     if (!IsComplete())
@@ -194,19 +159,17 @@ bool ZOutputFile::Release(pid_t nProcess, SPublication& publication)
     publication.sPassingPath = m_sPassingPath;
     const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
     publication.sPassingPath.replace(m_sPassingPath.rfind(PASSING_START), PASSING_START.size(), sStart);
-    if (::rename(m_sPassingPath.c_str(), publication.sPassingPath.c_str()) != 0)
-        return Fail("cannot write");
+    if (const std::error_code error = Os::RenameFile(m_sPassingPath, publication.sPassingPath))
+        return Fail("cannot write", error);
     m_sPassingPath.clear();
     return true;
 }
 
 void ZOutputFile::Discard()
 {
-    if (m_nFile >= 0)
-        ::close(m_nFile);
-    m_nFile = -1;
+    m_file.Close();
     if (!m_sPassingPath.empty())
-        ::unlink(m_sPassingPath.c_str());
+        Os::RemoveFile(m_sPassingPath);
     m_sPassingPath.clear();
 }
 
@@ -221,18 +184,18 @@ void RemovePassingFiles(const std::string& sFolder)
     for (fs::recursive_directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
     {
         if (IsPassingName(entry->path().filename().string()))
-            ::unlink(entry->path().c_str());
+            Os::RemoveFile(entry->path().string());
     }
 }
 
-void RemovePassingFilesBeside(const std::string& sPath, pid_t nProcess)
+void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess)
 {
     const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
     std::error_code error;
     for (fs::directory_iterator entry(fs::path(sPath).parent_path(), error), end; !error && entry != end;
          entry.increment(error))
         if (entry->path().filename().string().starts_with(sStart))
-            ::unlink(entry->path().c_str());
+            Os::RemoveFile(entry->path().string());
 }
 
 IOutputStream* CreateFileOutputStream(ZOutputFile& file)

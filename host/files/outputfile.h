@@ -1,11 +1,12 @@
 #pragma once
 
 #include "host/files/contenthash.h"
+#include "os/files.h"
+#include "os/process.h"
 #include "system/io/streams.h"
 
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 namespace Host
@@ -41,10 +42,10 @@ public:
     bool Publish();
     /// Hands the complete file over to a process that will publish it: from here on it is that one's to remove. False
     /// as with Publish().
-    bool Release(pid_t nProcess, SPublication& publication);
+    bool Release(Os::TProcessId nProcess, SPublication& publication);
     void Discard();
 
-    bool IsOpen() const { return m_nFile >= 0; }
+    bool IsOpen() const { return m_file.IsOpen(); }
     /// Whether it was opened and closed again without a failure.
     bool IsComplete() const { return m_bClosed && m_sError.empty(); }
     const std::string& Error() const { return m_sError; }
@@ -53,13 +54,13 @@ public:
     uint64_t Hash() const { return m_hash.Get(); }
 
 private:
-    bool Fail(const std::string& sWhat);
+    bool Fail(const std::string& sWhat, const std::error_code& error);
 
     std::string m_sPath;
     std::string m_sPassingPath;
     std::string m_sError;
     ZContentHash m_hash;
-    int m_nFile = -1;
+    Os::ZNewFile m_file;
     bool m_bClosed = false;
 };
 
@@ -68,7 +69,7 @@ bool IsPassingName(std::string_view name);
 /// Removes what ZOutputFile left below a folder when its process was killed.
 void RemovePassingFiles(const std::string& sFolder);
 /// The same for one process, in the folder of one file.
-void RemovePassingFilesBeside(const std::string& sPath, pid_t nProcess);
+void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess);
 
 /// What a packer writes to. Releasing it closes the file; whether that is published is the host's to decide.
 /// The file must outlive the stream.

@@ -7,7 +7,6 @@
 #include "resource/_shared/_internal/resourcescandata.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace Host
 {
@@ -65,7 +64,7 @@ std::string ZScanDataFiles::Add(const SSourceScan& scan)
         return "its scan data can't be written: assertion failed: " + e.sExpression;
     }
     SPublication publication;
-    if (!file.Release(::getpid(), publication))
+    if (!file.Release(Os::OwnProcess(), publication))
         return file.Error();
     m_complete.push_back(publication);
     return {};

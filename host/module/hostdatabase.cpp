@@ -7,7 +7,6 @@
 #include "host/files/resourceids.h"
 #include "resource/core/iresourcefactory.h"
 
-#include <unistd.h>
 #include <utility>
 
 namespace Host
@@ -150,7 +149,7 @@ SResourceInfo ZHostDatabase::QuerySourceResource(const ZResourceID& id)
         return info;
     const SFileStamp stamp = StampOf(lookup.sPath);
     info.bExists = stamp.bExists;
-    info.bIsReadOnly = ::access(lookup.sPath.c_str(), W_OK) != 0;
+    info.bIsReadOnly = !Os::IsWritable(lookup.sPath);
     info.lastModificationTime = ZTime{stamp.nTime};
     return info;
 }

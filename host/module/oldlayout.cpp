@@ -2,8 +2,8 @@
 
 #include "host/files/assettree.h"
 #include "host/files/resourceids.h"
+#include "os/sharedlibrary.h"
 
-#include <dlfcn.h>
 #include <filesystem>
 
 namespace Host
@@ -30,11 +30,12 @@ ZResourceID IdOf(const SOptions& options)
 void ConvertOldLayout(const SOptions& options, FbxScene* pScene)
 {
     // Stays loaded: what it makes in the scene has its code there.
-    void* pLibrary = ::dlopen(options.sModule.c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::string sWhy;
+    void* pLibrary = Os::LoadSharedLibrary(options.sModule, sWhy);
     if (pLibrary == nullptr)
         return;
-    auto* pIsOldFormat = reinterpret_cast<bool (*)(FbxScene*)>(::dlsym(pLibrary, IS_OLD_FORMAT));
-    auto* pConvert = reinterpret_cast<void (*)(const ZResourceID&, FbxScene*)>(::dlsym(pLibrary, CONVERT));
+    auto* pIsOldFormat = reinterpret_cast<bool (*)(FbxScene*)>(Os::FindSymbol(pLibrary, IS_OLD_FORMAT));
+    auto* pConvert = reinterpret_cast<void (*)(const ZResourceID&, FbxScene*)>(Os::FindSymbol(pLibrary, CONVERT));
     if (pIsOldFormat != nullptr && pConvert != nullptr && pIsOldFormat(pScene))
         pConvert(IdOf(options), pScene);
 }

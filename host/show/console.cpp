@@ -3,14 +3,13 @@
 #include "host/files/resourceids.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
+#include "os/terminal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace Host
 {
@@ -51,15 +50,12 @@ std::string Harmless(std::string_view text)
 ZConsole::ZConsole(const SOptions& options) : m_bJson(options.bJson), m_bVerbose(options.bVerbose)
 {
     const char* szTerminal = std::getenv("TERM");
-    const bool bTerminal = ::isatty(STDERR_FILENO) != 0;
-    const bool bCapable = bTerminal && szTerminal != nullptr && std::strcmp(szTerminal, "dumb") != 0;
+    const Os::STerminal terminal = Os::ErrorTerminal();
+    const bool bCapable = terminal.bTerminal && szTerminal != nullptr && std::strcmp(szTerminal, "dumb") != 0;
     m_bColor = Decide(options.eColor, bCapable && !IsSet("NO_COLOR"));
     m_bProgress = Decide(options.eProgress, bCapable);
-    struct winsize size
-    {
-    };
-    if (bTerminal && ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 20)
-        m_nColumns = size.ws_col;
+    if (terminal.nColumns > 20)
+        m_nColumns = terminal.nColumns;
 }
 
 std::string ZConsole::Ink(EInk eInk, std::string_view text) const

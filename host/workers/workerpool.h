@@ -1,45 +1,18 @@
 #pragma once
 
+#include "os/forkedprocess.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace Host
 {
 
-/// Lines of text over a connected socket, in both directions. A line holds no line feed.
-class ZLineChannel
-{
-public:
-    explicit ZLineChannel(int nSocket) : m_nSocket(nSocket) {}
-    ZLineChannel(const ZLineChannel&) = delete;
-    ZLineChannel& operator=(const ZLineChannel&) = delete;
-    ~ZLineChannel();
-
-    /// False when the other side is gone.
-    bool Send(const std::string& sLine);
-    /// The next line; waits for it. False when the other side is gone.
-    bool Receive(std::string& sLine);
-
-    /// Takes what has arrived, without waiting. False when the other side is gone, or sends a line without end.
-    bool Collect();
-    /// A line that was collected.
-    bool Next(std::string& sLine);
-
-    int Socket() const { return m_nSocket; }
-
-    static constexpr size_t LONGEST_LINE = size_t(256) << 20;
-
-private:
-    int m_nSocket;
-    std::string m_sReceived;
-    size_t m_nTaken = 0;    ///< of m_sReceived
-    size_t m_nSearched = 0; ///< without a line feed found
-};
+using Os::ZLineChannel;
 
 /// Bounds on a worker, so that one bad file does not eat the machine.
 struct SWorkerLimits
@@ -75,25 +48,18 @@ public:
     struct SEvent
     {
         size_t nWorker = 0;
-        bool bEnded = false; ///< else a line has come
-        std::string sText;   ///< the line, or why the worker ended
-        pid_t nProcess = 0;  ///< that ended
+        bool bEnded = false;         ///< else a line has come
+        std::string sText;           ///< the line, or why the worker ended
+        Os::TProcessId nProcess = 0; ///< that ended
     };
     /// What comes next from any worker, the lines of each in their order. False when fSeconds have passed.
     bool Wait(SEvent& event, double fSeconds);
-
-    /// Whether SWorkerLimits::nMemory acts: not under sanitizers, whose own memory is beyond any bound that is of use.
-    static bool BoundsMemory();
-
-    /// How a process ended, in words: "SIGSEGV (Segmentation fault)".
-    static std::string DescribeEnd(int nStatus);
 
 private:
     using TClock = std::chrono::steady_clock;
     struct SWorker
     {
-        pid_t nProcess = 0;
-        std::unique_ptr<ZLineChannel> pChannel;
+        Os::SForkedProcess process;
         bool bClock = false;
         bool bGone = false; ///< its channel has ended
         TClock::time_point deadline;
@@ -101,7 +67,7 @@ private:
     };
 
     void Start(SWorker& worker);
-    [[noreturn]] void RunWorker(int nSocket, pid_t nParent);
+    int RunWorker(ZLineChannel& channel) const;
     std::string End(SWorker& worker);
     bool NextEvent(SEvent& event);
 

@@ -143,7 +143,7 @@ TEST(WorkerPool, MemoryIsBounded)
 {
     ZWorkerPool pool(1, {uint64_t(1) << 30, 20.0}, &Obey);
     pool.Send(0, "eat");
-    EXPECT_EQ(Next(pool).sText, ZWorkerPool::BoundsMemory() ? "no more" : "ate it all");
+    EXPECT_EQ(Next(pool).sText, Os::BoundsMemory() ? "no more" : "ate it all");
 }
 
 TEST(WorkerPool, NoWorkerOutlivesItsPool)

@@ -1,0 +1,112 @@
+#include "os/files.h"
+
+#include "os/errors.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace Os
+{
+
+std::error_code ZInputFile::Open(const std::string& sPath)
+{
+    Close();
+    m_nFile = ::open(sPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat status
+    {
+    };
+    if (m_nFile < 0 || ::fstat(m_nFile, &status) != 0)
+    {
+        const std::error_code error = LastError();
+        Close();
+        return error;
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        Close();
+        return S_ISDIR(status.st_mode) ? std::make_error_code(std::errc::is_a_directory) : std::error_code();
+    }
+    m_nSize = static_cast<uint64_t>(status.st_size);
+    return {};
+}
+
+size_t ZInputFile::Read(void* pBuffer, size_t nCount, std::error_code& error)
+{
+    size_t nRead = 0;
+    error.clear();
+    while (nRead < nCount)
+    {
+        const ssize_t n = ::read(m_nFile, static_cast<char*>(pBuffer) + nRead, nCount - nRead);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            error = LastError();
+        if (n <= 0)
+            break;
+        nRead += static_cast<size_t>(n);
+    }
+    return nRead;
+}
+
+void ZInputFile::Close()
+{
+    if (m_nFile >= 0)
+        ::close(std::exchange(m_nFile, -1));
+    m_nSize = 0;
+}
+
+std::error_code ZNewFile::Open(const std::string& sPath)
+{
+    Close();
+    m_nFile = ::open(sPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    return m_nFile < 0 ? LastError() : std::error_code();
+}
+
+std::error_code ZNewFile::Write(const void* pBytes, size_t nCount)
+{
+    const auto* p = static_cast<const char*>(pBytes);
+    while (nCount != 0)
+    {
+        const ssize_t nWritten = ::write(m_nFile, p, nCount);
+        if (nWritten < 0 && errno == EINTR)
+            continue;
+        if (nWritten < 0)
+            return LastError();
+        p += nWritten;
+        nCount -= static_cast<size_t>(nWritten);
+    }
+    return {};
+}
+
+std::error_code ZNewFile::Close()
+{
+    if (m_nFile < 0 || ::close(std::exchange(m_nFile, -1)) == 0)
+        return {};
+    return LastError();
+}
+
+std::error_code FlushFile(const std::string& sPath)
+{
+    const int nFile = ::open(sPath.c_str(), O_RDONLY | O_CLOEXEC);
+    if (nFile < 0)
+        return LastError();
+    const std::error_code error = ::fdatasync(nFile) != 0 ? LastError() : std::error_code();
+    ::close(nFile);
+    return error;
+}
+
+std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
+{
+    return std::rename(sFrom.c_str(), sTo.c_str()) != 0 ? LastError() : std::error_code();
+}
+
+void RemoveFile(const std::string& sPath)
+{
+    ::unlink(sPath.c_str());
+}
+
+} // namespace Os

@@ -1,0 +1,46 @@
+#include "os/filestamp.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Os
+{
+
+namespace
+{
+
+int64_t Nanoseconds(const timespec& time)
+{
+    return int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
+}
+
+} // namespace
+
+SFileStamp StampOf(const std::string& sPath)
+{
+    struct stat status
+    {
+    };
+    if (::stat(sPath.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    return {true, static_cast<uint64_t>(status.st_size), Nanoseconds(status.st_mtim)};
+}
+
+bool IdentityOf(const std::string& sPath, SFileIdentity& identity)
+{
+    struct stat status
+    {
+    };
+    if (::stat(sPath.c_str(), &status) != 0)
+        return false;
+    identity = {status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size), Nanoseconds(status.st_mtim),
+                Nanoseconds(status.st_ctim)};
+    return true;
+}
+
+bool IsWritable(const std::string& sPath)
+{
+    return ::access(sPath.c_str(), W_OK) == 0;
+}
+
+} // namespace Os

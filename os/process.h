@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+namespace Os
+{
+
+using TProcessId = int;
+
+TProcessId OwnProcess();
+TProcessId ParentProcess();
+
+/// Ends the process at once: nothing is flushed, no object ended.
+[[noreturn]] void ExitNow(int nExitCode);
+
+/// When a mapped file is cut off by others and looked at behind its end: writes the text to standard error and ends the
+/// process. The text must live as long as the process.
+void ExitOnLostMapping(std::string_view text, int nExitCode);
+
+} // namespace Os
