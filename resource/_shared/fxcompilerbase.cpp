@@ -4,7 +4,7 @@
 #include "resource/_shared/fxflattener.h"
 
 #include <cstdio>
-#include <unistd.h>
+#include <filesystem>
 
 using namespace FXCompilerUtil;
 
@@ -64,14 +64,12 @@ void TraceFailedStep(const char* szExpression)
 
 ZString WorkingDirectory()
 {
-    char buffer[512];
-    size_t r = 0;
-    if (::getcwd(buffer, sizeof buffer) != nullptr)
-        r = std::strlen(buffer);
-    else if (errno == ERANGE)
-        r = sizeof buffer + 1;
+    constexpr size_t LONGEST = 512;
+    std::error_code error;
+    const std::string sFolder = std::filesystem::current_path(error).string();
+    const size_t r = sFolder.size();
     ZASSERT(r != 0 && r <= 512);
-    return r != 0 && r < sizeof buffer ? ZString::AllocateFromCString(buffer) : ZString();
+    return r < LONGEST ? ZString::FromView(sFolder) : ZString();
 }
 
 /// One directory stands as it is, an empty one too; of several the empty ones are left out.

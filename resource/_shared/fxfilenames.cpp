@@ -3,13 +3,13 @@
 #include "base/misc/hash.h"
 
 #include <algorithm>
-#include <climits>
-#include <dirent.h>
+#include <filesystem>
 #include <string_view>
-#include <unistd.h>
 
 namespace
 {
+
+constexpr size_t LONGEST_PATH = 4096;
 
 std::string Lowered(std::string_view text)
 {
@@ -24,7 +24,7 @@ std::string Lowered(std::string_view text)
 ZString ZFXFileNames::Find(const ZString& path)
 {
     const std::string_view text = path.View();
-    if (text.size() >= PATH_MAX)
+    if (text.size() >= LONGEST_PATH)
         return {};
     std::string sFound;
     for (size_t nStart = 0; nStart < text.size();)
@@ -33,7 +33,8 @@ ZString ZFXFileNames::Find(const ZString& path)
         const std::string_view part = text.substr(nStart, nEnd - nStart);
         std::string sNext = sFound;
         sNext += part;
-        if (!part.empty() && ::access(sNext.c_str(), F_OK) != 0)
+        std::error_code error;
+        if (!part.empty() && !std::filesystem::exists(sNext, error))
         {
             const TNames& names = NamesIn(sFound.empty() ? "." : sFound);
             const auto it = names.find(Lowered(part));
@@ -57,16 +58,15 @@ const ZFXFileNames::TNames& ZFXFileNames::NamesIn(const std::string& sFolder)
         return itKnown != m_folders.end() ? itKnown->second : s_none;
     ++m_nNames;
     TNames& names = m_folders[sFolder];
-    DIR* pFolder = ::opendir(sFolder.c_str());
-    if (pFolder == nullptr)
-        return names;
-    while (const dirent* pEntry = m_nNames < MOST_NAMES ? ::readdir(pFolder) : nullptr)
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(sFolder, error), end;
+         !error && entry != end && m_nNames < MOST_NAMES; entry.increment(error))
     {
         ++m_nNames;
-        std::string& sName = names[Lowered(pEntry->d_name)];
-        if (sName.empty() || pEntry->d_name < sName)
-            sName = pEntry->d_name;
+        const std::string sEntry = entry->path().filename().string();
+        std::string& sName = names[Lowered(sEntry)];
+        if (sName.empty() || sEntry < sName)
+            sName = sEntry;
     }
-    ::closedir(pFolder);
     return names;
 }

@@ -1,11 +1,9 @@
 #include "resource/_shared/fxflattener.h"
 
 #include "base/misc/zsystem.h"
+#include "os/files.h"
 
 #include <algorithm>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace FXCompilerUtil;
 
@@ -178,25 +176,11 @@ char* ZFXFlattener::CopyFlat() const
 
 bool ZFXFlattener::ReadFromDisk(const ZString& path, size_t nMost, std::vector<char>& bytes)
 {
-    // Not waiting for the other end of a pipe that somebody has put in the way.
-    const int nFile = ::open(path.ToCString(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (nFile < 0)
+    Os::ZInputFile file;
+    if (file.Open(path.ToCString()) || !file.IsOpen())
         return false;
-    struct stat status = {};
-    bool bGood = ::fstat(nFile, &status) == 0 && S_ISREG(status.st_mode);
-    if (bGood)
-    {
-        bytes.resize(std::min(nMost, static_cast<size_t>(status.st_size)));
-        size_t nRead = 0;
-        ssize_t nPiece = 1;
-        while (nRead < bytes.size() && nPiece > 0)
-        {
-            nPiece = ::read(nFile, bytes.data() + nRead, bytes.size() - nRead);
-            nRead += nPiece > 0 ? static_cast<size_t>(nPiece) : 0;
-        }
-        bGood = nPiece >= 0;
-        bytes.resize(nRead);
-    }
-    ::close(nFile);
-    return bGood;
+    bytes.resize(static_cast<size_t>(std::min<uint64_t>(nMost, file.Size())));
+    std::error_code error;
+    bytes.resize(file.Read(bytes.data(), bytes.size(), error));
+    return !error;
 }

@@ -10,7 +10,7 @@ import os
 import re
 import sys
 
-TREES = ("base", "fbx", "system", "resource", "host")
+TREES = ("os", "base", "fbx", "system", "resource", "host")
 
 
 def read_targets(root):

@@ -4,7 +4,6 @@
 
 #include <exception>
 #include <mutex>
-#include <sys/stat.h>
 
 namespace ResourceAnimation
 {
@@ -14,24 +13,7 @@ namespace
 
 std::mutex g_mutex;
 
-int64_t Nanoseconds(const timespec& time)
-{
-    return int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
-}
-
 } // namespace
-
-bool ZFbxSceneLoan::Identify(const ZString& path, SFileIdentity& file)
-{
-    struct stat found
-    {
-    };
-    if (path.IsEmpty() || ::stat(path.ToCString(), &found) != 0)
-        return false;
-    file = {found.st_dev, found.st_ino, static_cast<uint64_t>(found.st_size), Nanoseconds(found.st_mtim),
-            Nanoseconds(found.st_ctim)};
-    return true;
-}
 
 ZFbxSceneLoan::SKept& ZFbxSceneLoan::Kept()
 {
@@ -44,8 +26,8 @@ ZFbxSceneLoan::ZFbxSceneLoan(const ZResourceID& id) : m_nExceptions(std::uncaugh
 {
     // Asked for each time: the database keeps a record of what a resource is made from.
     const ZString path = GetResourceDatabase()->GetResourceFilePath(id).ToString();
-    SFileIdentity file;
-    const bool bKnown = Identify(path, file);
+    Os::SFileIdentity file;
+    const bool bKnown = !path.IsEmpty() && Os::IdentityOf(path.ToCString(), file);
     SKept kept;
     {
         const std::lock_guard lock(g_mutex);

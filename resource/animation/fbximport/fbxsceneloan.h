@@ -1,5 +1,6 @@
 #pragma once
 
+#include "os/filestamp.h"
 #include "resource/animation/fbximport/fbxanimationscenereader.h"
 
 namespace ResourceAnimation
@@ -27,20 +28,12 @@ public:
     static void DropKept();
 
 private:
-    struct SFileIdentity
-    {
-        uint64_t nDevice = 0, nNode = 0, nSize = 0;
-        int64_t nModified = 0, nChanged = 0; ///< nanoseconds
-
-        bool operator==(const SFileIdentity&) const = default;
-    };
     struct SKept
     {
         ZString path;
-        SFileIdentity file;
+        Os::SFileIdentity file;
         TUniquePtr<ZFbxSceneReader> pReader;
     };
-    static bool Identify(const ZString& path, SFileIdentity& file);
     static SKept& Kept();
 
     SKept m_lent;

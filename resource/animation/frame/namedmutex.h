@@ -2,6 +2,13 @@
 
 #include "base/misc/zstring.h"
 
+#include <memory>
+
+namespace Os
+{
+class ZSharedMutex;
+}
+
 /// A mutex that processes share by name. The thread that holds it may lock it again. When its holder dies, the next one
 /// to lock it gets it.
 class ZNamedMutex
@@ -19,6 +26,6 @@ public:
     void Lock();
 
 private:
-    void* m_mutexHandle;
+    std::unique_ptr<Os::ZSharedMutex> m_mutexHandle;
     ZString m_name;
 };
