@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace Os
@@ -12,7 +13,13 @@ namespace Os
 
 ZLineChannel::~ZLineChannel()
 {
-    ::close(m_nSocket);
+    Close();
+}
+
+void ZLineChannel::Close()
+{
+    if (m_nSocket >= 0)
+        ::close(std::exchange(m_nSocket, -1));
 }
 
 bool ZLineChannel::Send(const std::string& sLine)

@@ -16,6 +16,9 @@ public:
     ZLineChannel& operator=(const ZLineChannel&) = delete;
     ~ZLineChannel();
 
+    /// Ends this side; the other one sees it gone.
+    void Close();
+
     /// False when the other side is gone.
     bool Send(const std::string& sLine);
     /// The next line; waits for it. False when the other side is gone.

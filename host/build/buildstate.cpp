@@ -21,8 +21,6 @@ constexpr int APPLICATION = 0x5a414e49;
 /// Records in one transaction: its flush to the disk takes longer than packing a small take.
 constexpr size_t BATCH = 200;
 
-constexpr const char LOCK_FILE[] = "/animpack.lock";
-
 constexpr const char TABLES[] = R"(
 CREATE TABLE run(one INTEGER PRIMARY KEY CHECK(one = 1), cut_short INTEGER NOT NULL, assets TEXT NOT NULL);
 CREATE TABLE job(
@@ -371,30 +369,6 @@ void ZBuildState::EndRun()
 {
     Commit();
     Execute("UPDATE run SET cut_short = 0");
-}
-
-ZOutputLock::ZOutputLock(const std::string& sOut, const ZBuildState::FNotice& notice)
-{
-    const std::string sHint = "choose a folder that can be written to with --out";
-    std::error_code error;
-    std::filesystem::create_directories(sOut, error);
-    if (error)
-        throw ZHostError("the output folder '" + sOut + "' can't be made: " + error.message(), sHint);
-    error = m_lock.Open(sOut + LOCK_FILE);
-    if (error)
-        throw ZHostError("the output folder '" + sOut + "' can't be written to: " + error.message(), sHint);
-    if (!m_lock.TryLock())
-    {
-        notice("waiting for another run that writes to '" + sOut + "'");
-        if (const std::error_code failure = m_lock.Lock())
-            throw ZHostError("the output folder '" + sOut + "' can't be locked: " + failure.message());
-    }
-    m_bHeld = true;
-}
-
-ZOutputLock::ZOutputLock(const std::string& sOut)
-{
-    m_bHeld = !m_lock.Open(sOut + LOCK_FILE) && m_lock.TryLock();
 }
 
 } // namespace Host

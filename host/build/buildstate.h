@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/build/packjob.h"
+#include "host/build/jobresult.h"
 #include "host/index/scanindex.h"
-#include "os/filelock.h"
 
 #include <chrono>
 #include <functional>
@@ -92,25 +91,6 @@ private:
     std::unique_ptr<ZScanIndex> m_pIndex;
     size_t m_nPending = 0;
     std::chrono::steady_clock::time_point m_pendingSince;
-};
-
-/// Keeps other runs of this program out of an output folder.
-class ZOutputLock
-{
-public:
-    /// Makes the folder and waits for a run that is at work there, with a notice. ZHostError when the folder can't be
-    /// made or written to.
-    ZOutputLock(const std::string& sOut, const ZBuildState::FNotice& notice);
-    /// Takes the lock if the folder is there and nobody is at work in it.
-    explicit ZOutputLock(const std::string& sOut);
-    ZOutputLock(const ZOutputLock&) = delete;
-    ZOutputLock& operator=(const ZOutputLock&) = delete;
-
-    bool IsHeld() const { return m_bHeld; }
-
-private:
-    Os::ZFileLock m_lock;
-    bool m_bHeld = false;
 };
 
 constexpr const char STATE_FILE[] = "animpack.db";

@@ -5,7 +5,7 @@
 #include "host/files/derivedkinds.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
-#include "resource/_shared/_internal/resourcescandata.h"
+#include "host/index/scandata.h"
 #include "resource/core/iresourcefactory.h"
 
 #include <chrono>
@@ -36,31 +36,6 @@ std::string CurrentExceptionType()
     std::string sName = szName != nullptr ? szName : pType->name();
     std::free(szName);
     return sName;
-}
-
-std::vector<std::string> TextsOf(const TArray<ZResourceID>& ids)
-{
-    std::vector<std::string> texts;
-    for (const ZResourceID& id : ids)
-        texts.push_back(ToStd(id));
-    return texts;
-}
-
-SSourceScan::TProperties TextsOf(const TMap<ZString, ZString>& properties)
-{
-    SSourceScan::TProperties texts;
-    for (const auto& [key, value] : properties)
-        texts[ToStd(key)] = ToStd(value);
-    return texts;
-}
-
-void FillScan(SSourceScan& scan, const SResourceScanData& data)
-{
-    scan.references = TextsOf(data.fileReferencedResources);
-    scan.properties = TextsOf(data.fileProperties);
-    for (const SSubResourceScanData& entry : data.subResources)
-        scan.subResources.push_back({ToStd(entry.resourceID), ToStd(entry.sourceResourceID),
-                                     TextsOf(entry.referencedResources), TextsOf(entry.properties)});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/build/joblines.h"
 #include "host/module/hostdatabase.h"
 #include "host/module/hostmodule.h"
 

@@ -1,5 +1,6 @@
 #include "host/build/jobscheduler.h"
 
+#include "host/build/joblines.h"
 #include "host/build/jobrunner.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/outputfile.h"

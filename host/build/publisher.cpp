@@ -1,5 +1,7 @@
 #include "host/build/publisher.h"
 
+#include "host/build/joblines.h"
+
 #include <utility>
 
 namespace Host

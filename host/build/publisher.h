@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/build/packjob.h"
+#include "host/build/jobresult.h"
 #include "host/workers/workerpool.h"
 
 namespace Host

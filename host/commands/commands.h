@@ -16,6 +16,7 @@ int RunInspect(const SOptions& options, ZConsole& console);
 int RunStats(const SOptions& options, ZConsole& console);
 int RunVerify(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
+int RunEffect(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);
 
 /// The whole program.

@@ -3,12 +3,12 @@
 #include "host/marking/marking.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
+#include "host/text/textformat.h"
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <new>
 
 namespace Host
 {
@@ -40,7 +40,9 @@ std::string Counted(size_t n, const char* szWhat)
     return std::to_string(n) + ' ' + szWhat + (n == 1 ? "" : "s");
 }
 
-int Mark(const SOptions& options, ZConsole& console)
+} // namespace
+
+int RunMark(const SOptions& options, ZConsole& console)
 {
     const std::string& sIn = options.sources.at(0);
     const std::string& sMarks = options.sources.at(1);
@@ -96,21 +98,6 @@ int Mark(const SOptions& options, ZConsole& console)
         console.Output(sOut + ": " + Counted(marks.nodes.size(), "node") + " marked, " +
                        Counted(marks.takes.size(), "take") + ", " + BytesText(sBytes.size()));
     return eExit_Done;
-}
-
-} // namespace
-
-int RunMark(const SOptions& options, ZConsole& console)
-{
-    try
-    {
-        return Mark(options, console);
-    }
-    catch (const std::bad_alloc&)
-    {
-        console.Diagnostic(ESeverity::eError, options.sources.front(), "there is not enough memory for this file");
-        return eExit_AssetsFailed;
-    }
 }
 
 } // namespace Host

@@ -1,7 +1,8 @@
-#include "host/build/hostsession.h"
+#include "host/build/session.h"
 #include "host/commands/commands.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
+#include "host/show/jobtext.h"
 #include "host/text/hosterror.h"
 
 namespace Host
@@ -39,7 +40,7 @@ int RunPack(const SOptions& options, ZConsole& console)
                 sKnown += (sKnown.empty() ? "" : ", ") + std::string(kind.extension);
         throw ZUsageError("nothing is packed as '" + options.sExtension + "'; there are " + sKnown);
     }
-    ZHostSession session(options, console, ZHostSession::EUse::eWrites);
+    ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
     const std::string sSource = session.Tree().IdOf(options.sources.front());
     const std::vector<SJob> jobs = JobsOf(options, sSource);
 

@@ -1,8 +1,7 @@
 #include "host/commands/commands.h"
-#include "host/commands/effectcommand.h"
 #include "host/text/hosterror.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <new>
 
 namespace Host
@@ -15,10 +14,12 @@ constexpr struct
 {
     std::string_view name;
     int (*pRun)(const SOptions& options, ZConsole& console);
+    bool bOneFile; ///< reads one file in this process: memory that runs out is that file's failure
 } COMMANDS[] = {
-    {"scan", &RunScan},       {"pack", &RunPack},   {"build", &RunBuild},   {"query", &RunQuery},
-    {"inspect", &RunInspect}, {"stats", &RunStats}, {"verify", &RunVerify}, {"scene", &RunScene},
-    {"effect", &RunEffect},   {"mark", &RunMark},
+    {"scan", &RunScan, false},      {"pack", &RunPack, false},   {"build", &RunBuild, false},
+    {"query", &RunQuery, false},    {"stats", &RunStats, false}, {"verify", &RunVerify, false},
+    {"inspect", &RunInspect, true}, {"scene", &RunScene, true},  {"mark", &RunMark, true},
+    {"effect", &RunEffect, true},
 };
 
 } // namespace
@@ -30,12 +31,13 @@ int RunProgram(int nArguments, const char* const* ppArguments)
     if (!ReadCommandLine(nArguments, ppArguments, options, nExitCode))
         return nExitCode;
     ZConsole console(options);
+    const auto* pCommand = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
+                                        [&options](const auto& command) { return command.name == options.sCommand; });
     try
     {
-        for (const auto& command : COMMANDS)
-            if (command.name == options.sCommand)
-                return command.pRun(options, console);
-        throw ZUsageError("there is no command '" + options.sCommand + "'");
+        if (pCommand == std::end(COMMANDS))
+            throw ZUsageError("there is no command '" + options.sCommand + "'");
+        return pCommand->pRun(options, console);
     }
     catch (const ZUsageError& e)
     {
@@ -48,6 +50,11 @@ int RunProgram(int nArguments, const char* const* ppArguments)
     }
     catch (const std::bad_alloc&)
     {
+        if (pCommand->bOneFile && !options.sources.empty())
+        {
+            console.Diagnostic(ESeverity::eError, options.sources.front(), "there is not enough memory for this file");
+            return eExit_AssetsFailed;
+        }
         console.Error(ZHostError("out of memory"));
     }
     catch (const std::exception& e)

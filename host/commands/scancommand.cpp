@@ -1,63 +1,15 @@
-#include "host/build/hostsession.h"
+#include "host/build/session.h"
 #include "host/commands/commands.h"
-#include "host/files/resourceids.h"
 #include "host/index/scandatafiles.h"
+#include "host/show/scantext.h"
 #include "host/text/hosterror.h"
 
 namespace Host
 {
 
-namespace
-{
-
-std::string Property(const SSourceScan::SSubResource& entry, const char* szKey)
-{
-    const auto it = entry.properties.find(szKey);
-    return it != entry.properties.end() ? it->second : std::string();
-}
-
-std::string PropertiesText(const SSourceScan::TProperties& properties, const char* szIndent)
-{
-    std::string sText;
-    for (const auto& [sKey, sValue] : properties)
-        sText.append(szIndent).append(sKey).append(": ").append(sValue) += '\n';
-    return sText;
-}
-
-std::string ReferencesText(const std::vector<std::string>& references, const char* szIndent)
-{
-    std::string sText;
-    for (const std::string& sId : references)
-        sText.append(szIndent).append("refers to ").append(sId) += '\n';
-    return sText;
-}
-
-/// For people: a line for the source, and one for each thing in it.
-std::string ScanText(const SSourceScan& scan, bool bAll)
-{
-    std::string sText = scan.sSource + '\n';
-    if (bAll)
-        sText += ReferencesText(scan.references, "  ") + PropertiesText(scan.properties, "  ");
-    for (const SSourceScan::SSubResource& entry : scan.subResources)
-    {
-        sText += "  " + ToStd(ToId(entry.sId).GetRootParameters());
-        for (const char* szKey : {"SequenceDuration", "SequenceTrackTypes", "CutsequenceRigResource"})
-            if (const std::string sValue = Property(entry, szKey); !bAll && !sValue.empty())
-                (sText += "  ") += sValue;
-        sText += '\n';
-        if (bAll)
-            sText += ReferencesText(entry.references, "    ") + PropertiesText(entry.properties, "    ");
-    }
-    if (scan.subResources.empty())
-        sText += "  nothing to pack\n";
-    return sText;
-}
-
-} // namespace
-
 int RunScan(const SOptions& options, ZConsole& console)
 {
-    ZHostSession session(options, console, ZHostSession::EUse::eReads);
+    ZHostSession session(options.session, console, ZHostSession::EUse::eReads);
     ZScanDataFiles blobs(session.Out());
     bool bAllWritten = true;
     const bool bAllScanned = session.Scan(options.sources,

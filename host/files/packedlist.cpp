@@ -1,6 +1,5 @@
 #include "host/files/packedlist.h"
 
-#include "host/build/buildstate.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
@@ -40,51 +39,14 @@ bool IsAnimation(const fs::path& path)
     return !bOther && BeginsAsAnimation(path);
 }
 
-/// Identifiers of places that do not tell them, from the build state where there is one.
-class ZIdFinder
-{
-public:
-    explicit ZIdFinder(const std::string& sOut) : m_sFile(sOut + '/' + STATE_FILE) {}
-
-    std::string Of(const std::string& sRelative)
-    {
-        std::string sId = IdOfOutputPath(sRelative);
-        if (!sId.empty())
-            return sId;
-        Open();
-        if (m_pState)
-            sId = m_pState->IdOfFile(sRelative);
-        return sId.empty() ? sRelative : sId;
-    }
-
-private:
-    void Open()
-    {
-        if (std::exchange(m_bOpened, true) || !fs::exists(m_sFile))
-            return;
-        try
-        {
-            m_pState = std::make_unique<ZBuildState>(m_sFile);
-        }
-        catch (const ZHostError&)
-        {
-            // The path has to do.
-        }
-    }
-
-    std::string m_sFile;
-    bool m_bOpened = false;
-    std::unique_ptr<ZBuildState> m_pState;
-};
-
 } // namespace
 
-std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, const std::vector<std::string>& platforms)
+std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, const std::vector<std::string>& platforms,
+                                                   const std::function<std::string(const std::string&)>& idOfFile)
 {
     std::error_code error;
     if (!fs::is_directory(sOut, error))
         throw ZHostError("there is no output folder '" + sOut + "'", "name the folder of packed resources with --out");
-    ZIdFinder ids(sOut);
     std::vector<SPackedAnimation> found;
     for (fs::recursive_directory_iterator it(sOut, fs::directory_options::skip_permission_denied, error), end;
          !error && it != end; it.increment(error))
@@ -96,7 +58,10 @@ std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, cons
         if (it.depth() == 0 || !it->is_regular_file(ignored) || !IsAnimation(it->path()))
             continue;
         const std::string sRelative = it->path().lexically_relative(sOut).generic_string();
-        found.push_back({ids.Of(sRelative), sRelative.substr(0, sRelative.find('/')), it->path().string()});
+        std::string sId = IdOfOutputPath(sRelative);
+        if (sId.empty())
+            sId = idOfFile(sRelative);
+        found.push_back({sId.empty() ? sRelative : sId, sRelative.substr(0, sRelative.find('/')), it->path().string()});
     }
     if (error)
         throw ZHostError("the output folder '" + sOut + "' can't be read: " + error.message());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ struct SPackedAnimation
 
 /// All packed animations of an output folder, by platform and identifier: files with the extension of one, and those
 /// that begin as one. Whether they are sound is not looked at. No platforms: all.
-std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, const std::vector<std::string>& platforms);
+/// `idOfFile` is asked for the identifier of a place, below the folder, that does not tell it; empty when it is not
+/// known.
+std::vector<SPackedAnimation> FindPackedAnimations(const std::string& sOut, const std::vector<std::string>& platforms,
+                                                   const std::function<std::string(const std::string&)>& idOfFile);
 
 } // namespace Host

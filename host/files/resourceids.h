@@ -1,9 +1,8 @@
 #pragma once
 
-#include "base/misc/hash.h"
 #include "base/misc/zresourceid.h"
+#include "host/text/words.h"
 
-#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -28,13 +27,6 @@ inline std::string ToStd(const ZResourceID& id)
 inline ZResourceID ToId(std::string_view text)
 {
     return ZResourceID(ToZString(text));
-}
-
-inline std::string ToLower(std::string_view text)
-{
-    std::string sLower(text);
-    std::transform(sLower.begin(), sLower.end(), sLower.begin(), FoldCase);
-    return sLower;
 }
 
 /// The one spelling of an identifier under which the host knows a packed resource: packers lower-case theirs, so two

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/index/scanindex.h"
+#include "host/text/words.h"
 
 #include <compare>
 #include <optional>
@@ -16,9 +17,6 @@ bool MatchesPattern(std::string_view text, std::string_view pattern);
 
 /// As numbers when both are numbers, else as texts, case (A to Z) left aside.
 std::weak_ordering CompareValues(std::string_view a, std::string_view b);
-/// A finite decimal number and nothing else, but blanks around it.
-bool IsNumber(std::string_view text, double& fValue);
-
 /// "take", "rig", "chartype", and "source" for the entry of a source itself.
 std::string_view KindOf(const ZScanIndex::SEntry& entry);
 
@@ -51,8 +49,5 @@ struct SCondition
     /// An entry without a value never does.
     bool Holds(const ZScanIndex::SEntry& entry) const;
 };
-
-/// The candidate that takes the fewest changes of letters to become this name; empty when none is near.
-std::string NearestName(std::string_view name, const std::vector<std::string>& candidates);
 
 } // namespace Host

@@ -3,50 +3,14 @@
 #include "base/pointers/tcomponentsharedptr.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
-#include "host/module/hostmodule.h"
+#include "host/index/scandata.h"
+#include "host/text/hosterror.h"
 #include "resource/_shared/_internal/resourcescandata.h"
 
 #include <algorithm>
 
 namespace Host
 {
-
-namespace
-{
-
-TArray<ZResourceID> IdsOf(const std::vector<std::string>& texts)
-{
-    TArray<ZResourceID> ids;
-    for (const std::string& sText : texts)
-        ids.Add(ToId(sText));
-    return ids;
-}
-
-TMap<ZString, ZString> MapOf(const SSourceScan::TProperties& properties)
-{
-    TMap<ZString, ZString> map;
-    for (const auto& [sKey, sValue] : properties)
-        map[ToZString(sKey)] = ToZString(sValue);
-    return map;
-}
-
-SResourceScanData DataOf(const SSourceScan& scan)
-{
-    SResourceScanData data;
-    data.fileReferencedResources = IdsOf(scan.references);
-    data.fileProperties = MapOf(scan.properties);
-    for (const SSourceScan::SSubResource& entry : scan.subResources)
-    {
-        SSubResourceScanData& subResource = data.subResources.Add(SSubResourceScanData());
-        subResource.resourceID = ToId(entry.sId);
-        subResource.sourceResourceID = ToId(entry.sSource);
-        subResource.referencedResources = IdsOf(entry.references);
-        subResource.properties = MapOf(entry.properties);
-    }
-    return data;
-}
-
-} // namespace
 
 std::string ZScanDataFiles::Add(const SSourceScan& scan)
 {

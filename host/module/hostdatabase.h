@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/build/packjob.h"
 #include "host/files/assettree.h"
 #include "host/files/outputfile.h"
+#include "host/module/job.h"
 #include "resource/core/iresourcedatabase.h"
 #include "resource/core/iresourcepacker.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/misc/trace.h"
+#include "host/text/hosterror.h"
 #include "resource/core/iresourcepacker.h"
 
 #include <string>
@@ -8,12 +9,6 @@
 
 namespace Host
 {
-
-/// Thrown from a failed assertion: the job that it happened in fails, the process goes on.
-struct SAssertionFailed
-{
-    std::string sExpression;
-};
 
 /// Registers the engine's modules and the host's own, which has the component PACKER_UTILITY, and takes the assertion
 /// handler. Once a process; safe to repeat.

@@ -120,18 +120,19 @@ void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& 
 
 void AddTreeOptions(CLI::App& command, SOptions& options)
 {
-    command.add_option("--assets", options.sAssets, ASSETS_HELP);
-    command.add_option("--out", options.sOut, "Folder for everything that is written")->capture_default_str();
+    command.add_option("--assets", options.session.sAssets, ASSETS_HELP);
+    command.add_option("--out", options.session.sOut, "Folder for everything that is written")->capture_default_str();
     AddPlatformOption(command, options, "pc");
 }
 
 void AddWorkerOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
 {
-    command.add_option("-j,--jobs", options.nWorkers, "Worker processes [default: one for each core]")
+    command.add_option("-j,--jobs", options.session.nWorkers, "Worker processes [default: one for each core]")
         ->check(CLI::Range(1u, 1024u))
         ->group("Work");
     command
-        .add_option("--job-timeout", options.fJobTimeout, "Seconds without a sign of life after which a job is ended")
+        .add_option("--job-timeout", options.session.fJobTimeout,
+                    "Seconds without a sign of life after which a job is ended")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str()
         ->group("Work");
@@ -145,12 +146,12 @@ void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
 {
     AddWorkerOptions(command, options, raw);
     command
-        .add_option("--module", options.sModule,
+        .add_option("--module", options.session.sModule,
                     "Module to load [default: ../lib/libresource.animation.so beside this program]")
         ->group("Work");
 }
 
-void AddQueryOptions(CLI::App& command, SQueryOptions& query)
+void AddQueryOptions(CLI::App& command, SQuestion& query)
 {
     const auto list = [&command](const char* szName, std::vector<std::string>& words, const char* szWhat)
     { return command.add_option(szName, words, szWhat)->allow_extra_args(false); };
@@ -166,7 +167,7 @@ void AddQueryOptions(CLI::App& command, SQueryOptions& query)
     command.add_option("--sort", query.sSort, "Order by this property [default: by identifier]");
     command.add_flag("--reverse", query.bReverse, "The other way round");
     command.add_option("--limit", query.nLimit, "Show so many")->check(CLI::Range(size_t(1), size_t(1) << 32));
-    command.add_flag("--scan", query.bScan, "Bring the index up to date first");
+    command.add_flag("--scan", bScanFirst, "Bring the index up to date first");
     command.footer(QUERY_HELP);
 }
 
@@ -191,12 +192,12 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         ->add_option("--param", options.parameters,
                      "Parameter of the packed resource, such as the rig of an animation; may be repeated")
         ->allow_extra_args(false);
-    pPack->add_flag("--force", options.bForce, "Pack also what is up to date");
+    pPack->add_flag("--force", options.session.bForce, "Pack also what is up to date");
     pPack->footer(DerivedKindsHelp());
 
     CLI::App* pBuild = add("build", "Make everything that scanning finds, for each platform; only what changed");
     pBuild->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
-    pBuild->add_flag("--force", options.bForce, "Pack also what is up to date");
+    pBuild->add_flag("--force", options.session.bForce, "Pack also what is up to date");
 
     CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
     AddQueryOptions(*pQuery, options.query);
@@ -211,8 +212,8 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pStats->add_option("--top", options.nTop, "List so many of the largest animations")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    pStats->add_option("--assets", options.sAssets, "Of no effect here: packed files tell all");
-    pStats->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    pStats->add_option("--assets", options.session.sAssets, "Of no effect here: packed files tell all");
+    pStats->add_option("--out", options.session.sOut, "Folder of the packed animations")->capture_default_str();
     AddPlatformOption(*pStats, options, "all that are there");
 
     CLI::App* pVerify = add("verify", "Compare packed animations with their sources: what packing them has cost");
@@ -224,8 +225,8 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pVerify
         ->add_option("--max-degrees", options.fMaxDegrees, "An animation of which a bone is turned further off fails")
         ->check(CLI::NonNegativeNumber);
-    pVerify->add_option("--assets", options.sAssets, ASSETS_HELP);
-    pVerify->add_option("--out", options.sOut, "Folder of the packed animations")->capture_default_str();
+    pVerify->add_option("--assets", options.session.sAssets, ASSETS_HELP);
+    pVerify->add_option("--out", options.session.sOut, "Folder of the packed animations")->capture_default_str();
     AddPlatformOption(*pVerify, options, "all that are there");
     AddWorkerOptions(*pVerify, options, raw);
     pVerify->footer(VERIFY_HELP);
@@ -245,7 +246,8 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pEffect->add_option("--compiler", options.sCompiler,
                         "Library with an effect compiler, by path or by its name beside the module "
                         "[default: samples.effectcompiler]");
-    pEffect->add_option("--assets", options.sAssets, "Folder behind assembly:/, for a FILE that is an identifier");
+    pEffect->add_option("--assets", options.session.sAssets,
+                        "Folder behind assembly:/, for a FILE that is an identifier");
 
     CLI::App* pMark = add("mark", "Put grounds, rigs and takes on an FBX file that no exporter has marked");
     pMark->add_option("IN", raw.sSource, "An FBX file of version 7")->required();
@@ -271,7 +273,7 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
     options.eColor = WHEN.at(raw.sColor);
     options.eProgress = WHEN.at(raw.sProgress);
-    options.nMemoryLimit = raw.nMemoryMegabytes << 20;
+    options.session.nMemoryLimit = raw.nMemoryMegabytes << 20;
     options.bPlatformGiven = !options.platforms.empty();
     const CLI::Option* pOut = command.get_option_no_throw("--out");
     options.bOutGiven = pOut != nullptr && pOut->count() != 0;
@@ -280,11 +282,12 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     std::error_code error;
     std::replace(options.query.kinds.begin(), options.query.kinds.end(), std::string("character"),
                  std::string("chartype"));
-    options.bAssetsGiven = !options.sAssets.empty();
-    if (options.sAssets.empty())
-        options.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
-    if (options.sModule.empty())
-        options.sModule = DefaultModulePath();
+    options.bAssetsGiven = !options.session.sAssets.empty();
+    if (options.session.sAssets.empty())
+        options.session.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
+    options.session.bMakeOut = options.bOutGiven || options.sources.empty();
+    if (options.session.sModule.empty())
+        options.session.sModule = DefaultModulePath();
     if (options.sCommand == "inspect" && command.count("--frames") != 0)
         ParseList("--frames", raw.sFrames, options.frames);
     if (options.sCommand == "scene")
@@ -319,9 +322,9 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     app.set_help_all_flag("--help-all", "Print the options of all commands and exit");
     app.require_subcommand(1);
     app.footer(EXAMPLES);
-    options.sOut = "./packed";
-    options.nWorkers = std::max(1u, std::thread::hardware_concurrency());
-    options.fJobTimeout = 600.0;
+    options.session.sOut = "./packed";
+    options.session.nWorkers = std::max(1u, std::thread::hardware_concurrency());
+    options.session.fJobTimeout = 600.0;
     SRawOptions raw;
     AddCommands(app, options, raw);
     try

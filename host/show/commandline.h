@@ -1,5 +1,8 @@
 #pragma once
 
+#include "host/build/session.h"
+#include "host/index/query.h"
+
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -16,38 +19,16 @@ enum class EWhen
     eNever
 };
 
-/// Of query. Each list narrows what is found; of the patterns in one list any will do.
-struct SQueryOptions
-{
-    std::vector<std::string> conditions; ///< all have to hold
-    std::vector<std::string> names;
-    std::vector<std::string> sources;
-    std::vector<std::string> uses;
-    std::vector<std::string> kinds; ///< as extensions of sub-resources, or "source"
-    std::vector<std::string> columns;
-    std::string sSort;
-    bool bReverse = false;
-    size_t nLimit = 0; ///< 0: no limit
-    bool bScan = false;
-};
-
 /// The command line, read and checked. Texts that name files or identifiers are as the user wrote them.
 struct SOptions
 {
     std::string sCommand;
 
-    std::string sAssets; ///< never empty: the default is filled in
+    SSessionOptions session; ///< nothing in it is empty: defaults are filled in
     bool bAssetsGiven = false;
-    std::string sOut;
     bool bOutGiven = false;
-    std::string sModule;
     std::vector<std::string> platforms;
     bool bPlatformGiven = false;
-
-    unsigned int nWorkers = 1;
-    double fJobTimeout = 0.0;
-    uint64_t nMemoryLimit = 0; ///< bytes
-    bool bForce = false;
 
     bool bJson = false;
     bool bVerbose = false;
@@ -64,7 +45,8 @@ struct SOptions
     std::vector<double> seconds;
     std::vector<int64_t> ticks;
 
-    SQueryOptions query;
+    SQuestion query;
+    bool bScanFirst = false; ///< of query: the index is brought up to date
 
     // Of stats.
     std::string sSaveId; ///< empty: nothing is saved

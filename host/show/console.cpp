@@ -3,6 +3,7 @@
 #include "host/files/resourceids.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
+#include "host/text/textformat.h"
 #include "os/terminal.h"
 
 #include <algorithm>
@@ -170,50 +171,6 @@ void ZConsole::Progress(size_t nDone, size_t nAll, std::string_view what)
     std::fputs(("\r" + sText + "\x1b[K").c_str(), stderr);
     std::fflush(stderr);
     m_bProgressShown = true;
-}
-
-std::string BytesText(uint64_t nBytes)
-{
-    char buffer[40];
-    if (nBytes < 1000)
-        std::snprintf(buffer, sizeof buffer, "%u B", static_cast<unsigned int>(nBytes));
-    else if (nBytes < 1000000)
-        std::snprintf(buffer, sizeof buffer, "%.1f kB", static_cast<double>(nBytes) / 1e3);
-    else
-        std::snprintf(buffer, sizeof buffer, "%.1f MB", static_cast<double>(nBytes) / 1e6);
-    return buffer;
-}
-
-std::string SecondsText(double fSeconds)
-{
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, fSeconds < 10.0 ? "%.2f s" : "%.0f s", fSeconds);
-    return buffer;
-}
-
-std::string JobLine(const SJobResult& result, const std::string& sOut)
-{
-    ZJsonWriter json;
-    json.Open('{');
-    json.TextField("id", result.job.sId);
-    json.TextField("source", result.job.Source());
-    json.TextField("component", result.job.Component());
-    json.OptionalField("file", result.IsGood() && !result.sFile.empty() ? sOut + '/' + result.sFile : std::string());
-    json.TextField("status", NameOf(result.eStatus));
-    json.Key("messages");
-    json.Open('[');
-    for (const SMessage& message : result.messages)
-    {
-        json.Open('{');
-        json.TextField("severity", NameOf(message.eSeverity));
-        json.TextField("text", message.sText);
-        json.Close('}');
-    }
-    json.Close(']');
-    json.UnsignedField("bytes", result.nBytes);
-    json.NumberField("seconds", result.fSeconds);
-    json.Close('}');
-    return json.Take();
 }
 
 } // namespace Host

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "host/build/packjob.h"
+#include "host/build/buildwatcher.h"
+#include "host/build/jobresult.h"
 #include "host/show/commandline.h"
 
 #include <chrono>
@@ -10,11 +11,9 @@
 namespace Host
 {
 
-class ZHostError;
-
 /// Where everything that the program says goes. Standard output holds what was asked for: JSON lines, or the text that
 /// a command is there to print. Standard error holds the rest: diagnostics, a line for each job, progress.
-class ZConsole
+class ZConsole final : public IBuildWatcher
 {
 public:
     explicit ZConsole(const SOptions& options);
@@ -28,17 +27,17 @@ public:
     void Output(std::string_view text);
 
     /// "IDENTIFIER: error: TEXT".
-    void Diagnostic(ESeverity eSeverity, std::string_view source, std::string_view text);
+    void Diagnostic(ESeverity eSeverity, std::string_view source, std::string_view text) override;
     /// "animpack: TEXT".
-    void Notice(std::string_view text);
-    void Error(const ZHostError& error);
+    void Notice(std::string_view text) override;
+    void Error(const ZHostError& error) override;
 
     /// A job's messages, and in people's form its line. What is up to date is told when asked for only.
     void Job(const SJobResult& result);
     void Summary(std::string_view text, bool bGood);
 
     /// A line that the next one overwrites.
-    void Progress(size_t nDone, size_t nAll, std::string_view what);
+    void Progress(size_t nDone, size_t nAll, std::string_view what) override;
 
 private:
     enum class EInk
@@ -62,12 +61,5 @@ private:
     size_t m_nColumns = 80;
     std::chrono::steady_clock::time_point m_lastProgress;
 };
-
-/// "12.3 kB", "0.42 s".
-std::string BytesText(uint64_t nBytes);
-std::string SecondsText(double fSeconds);
-
-/// The JSON line of one job.
-std::string JobLine(const SJobResult& result, const std::string& sOut);
 
 } // namespace Host

@@ -1,7 +1,6 @@
 #include "host/show/inspecttext.h"
 
 #include "host/files/resourceids.h"
-#include "host/show/console.h"
 #include "host/text/textformat.h"
 
 #include <algorithm>
@@ -60,13 +59,6 @@ uint32_t KeyCount(const SPropertyTrack& track)
     // All arrays are laid out alike; the record is consistent, so this is one.
     const auto* pKeys = static_cast<const TArray<uint8_t>*>(track.keys.Get());
     return pKeys != nullptr ? pKeys->Size() : 0;
-}
-
-} // namespace
-
-const char* TrackGroupName(int32_t type)
-{
-    return GROUP_NAMES[type];
 }
 
 std::string HeaderText(const ZPackedFile& file, const std::string& sPath, const std::string& sPlatform)
@@ -155,11 +147,11 @@ std::string CharacterText(const std::vector<ZPackedFile::SEntry>& entries)
     return sText;
 }
 
-std::string FrameText(const ZAnimationSampler& sampler, const TSharedPtr<ZAnimPoseDescriptor>& pDescriptor,
-                      const ZAnimationRig& rig, uint32_t nFrame)
+std::string FrameText(const ZPackedPose& source, uint32_t nFrame)
 {
-    const TSharedPtr<ZAnimPoseBuffer> pPose = ZAnimPoseBuffer::Create(pDescriptor);
-    sampler.Sample(nFrame, *pPose);
+    const ZAnimationRig& rig = source.Rig();
+    const TSharedPtr<ZAnimPoseBuffer> pPose = ZAnimPoseBuffer::Create(source.Descriptor());
+    source.Sampler().Sample(nFrame, *pPose);
     pPose->ToCharacterSpace();
     size_t nWidth = 0;
     for (uint32_t n = 0; n < rig.BoneCount(); ++n)
@@ -168,6 +160,29 @@ std::string FrameText(const ZAnimationSampler& sampler, const TSharedPtr<ZAnimPo
     for (uint32_t n = 0; n < rig.BoneCount(); ++n)
         sText += "  " + Padded(ToStd(rig.Name(n)), nWidth + 2) + TransformText(pPose->Local()[n]) + " | " +
                  TransformText(pPose->Character()[n]) + '\n';
+    return sText;
+}
+
+} // namespace
+
+const char* TrackGroupName(int32_t type)
+{
+    return GROUP_NAMES[type];
+}
+
+std::string InspectText(ZPackedFile& file, const std::string& sPath, const std::string& sPlatform,
+                        const ZPackedPose* pPose, const std::vector<uint32_t>& frames)
+{
+    std::string sText = HeaderText(file, sPath, sPlatform);
+    if (file.Type() == "ARTY")
+        sText += AnimationText(*file.Animation());
+    else if (file.Type() == "RRTY")
+        sText += RigText(*file.Rig());
+    else
+        sText += CharacterText(*file.Character());
+    if (pPose != nullptr)
+        for (const uint32_t nFrame : frames)
+            sText += FrameText(*pPose, nFrame);
     return sText;
 }
 

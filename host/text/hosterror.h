@@ -36,4 +36,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Thrown from a failed assertion: the job that it happened in fails, the process goes on.
+struct SAssertionFailed
+{
+    std::string sExpression;
+};
+
 } // namespace Host

@@ -39,6 +39,31 @@ public:
     void NumberField(std::string_view key, double fValue) { Key(key), Number(fValue); }
     void BoolField(std::string_view key, bool bValue) { Key(key), Bool(bValue); }
 
+    /// A list, for whose items `write` writes one value each.
+    template <class TItems, class TWrite>
+    void ListField(std::string_view key, const TItems& items, TWrite write)
+    {
+        Key(key);
+        Open('[');
+        for (const auto& item : items)
+            write(item);
+        Close(']');
+    }
+    /// An object, whose fields `write` writes.
+    template <class TWrite>
+    void ObjectField(std::string_view key, TWrite write)
+    {
+        Key(key);
+        Object(write);
+    }
+    template <class TWrite>
+    void Object(TWrite write)
+    {
+        Open('{');
+        write();
+        Close('}');
+    }
+
     const std::string& Get() const { return m_sText; }
     std::string Take() { return std::move(m_sText); }
 

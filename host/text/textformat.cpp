@@ -19,4 +19,23 @@ std::string Formatted(const char* szFormat, ...)
     return {buffer, nLength < 0 ? 0 : std::min(static_cast<size_t>(nLength), sizeof buffer - 1)};
 }
 
+std::string BytesText(uint64_t nBytes)
+{
+    char buffer[40];
+    if (nBytes < 1000)
+        std::snprintf(buffer, sizeof buffer, "%u B", static_cast<unsigned int>(nBytes));
+    else if (nBytes < 1000000)
+        std::snprintf(buffer, sizeof buffer, "%.1f kB", static_cast<double>(nBytes) / 1e3);
+    else
+        std::snprintf(buffer, sizeof buffer, "%.1f MB", static_cast<double>(nBytes) / 1e6);
+    return buffer;
+}
+
+std::string SecondsText(double fSeconds)
+{
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, fSeconds < 10.0 ? "%.2f s" : "%.0f s", fSeconds);
+    return buffer;
+}
+
 } // namespace Host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace Host
@@ -7,5 +8,9 @@ namespace Host
 
 /// printf into a string; what goes beyond 500 characters is cut.
 __attribute__((format(printf, 1, 2))) std::string Formatted(const char* szFormat, ...);
+
+/// "12.3 kB", "0.42 s".
+std::string BytesText(uint64_t nBytes);
+std::string SecondsText(double fSeconds);
 
 } // namespace Host

@@ -1,6 +1,6 @@
 #include "host/text/texttable.h"
 
-#include "host/index/querycondition.h"
+#include "host/text/words.h"
 
 #include <algorithm>
 

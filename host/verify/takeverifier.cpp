@@ -1,21 +1,17 @@
 #include "host/verify/takeverifier.h"
 
 #include "fbx/fbxmath.h"
-#include "host/files/outputpath.h"
-#include "host/files/packedfile.h"
+#include "host/files/packedpose.h"
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"
 #include "host/module/hostmodule.h"
 #include "host/verify/sourcepose.h"
 #include "resource/animation/frame/animationexception.h"
-#include "system/animation/animationsampler.h"
 
 #include <cmath>
 
 namespace Host
 {
-
-using SystemAnimation::SAnimationResourceData;
 
 namespace
 {
@@ -53,29 +49,12 @@ public:
 
     bool Load()
     {
-        if (!m_file.Read(m_packed.sPath))
-            return Fail(m_file.Error());
-        m_result.nBytes = m_file.FileSize();
-        const SAnimationResourceData* pAnimation = m_file.Type() == "ARTY" ? m_file.Animation() : nullptr;
-        if (pAnimation == nullptr)
-            return Fail(m_file.Type() == "ARTY" ? m_file.Error() : "the file is no packed animation");
-        const auto nRig = static_cast<int>(pAnimation->rigReference);
-        if (nRig < 0 || static_cast<size_t>(nRig) >= m_file.References().size())
-            return Fail("the animation refers to no rig");
-        const std::string& sRig = m_file.References()[static_cast<size_t>(nRig)].sId;
-        const std::string sPlace = OutputPathOf(ToId(sRig));
-        if (sPlace.empty() || !m_rigFile.Read(m_sOut + '/' + sPlace) || m_rigFile.Type() != "RRTY" ||
-            m_rigFile.Rig() == nullptr)
-            return Fail("its rig '" + sRig +
-                        "' can't be used: " + (sPlace.empty() ? "that names no packed resource" : m_rigFile.Error()));
-        ZString why;
-        m_pDescriptor = ZAnimPoseDescriptor::Create(*m_rigFile.Rig());
-        m_pSampler = ZAnimationSampler::Create(*pAnimation, m_file.Endian(), m_pDescriptor, why);
-        if (!m_pSampler)
-            return Fail("the animation does not fit its rig: " + ToStd(why));
-        m_pPose = ZAnimPoseBuffer::Create(m_pDescriptor);
-        m_result.nBones = m_rigFile.Rig()->BoneCount();
-        m_result.nFrames = m_pSampler->FrameCount();
+        if (!m_animation.Load(m_packed.sPath, m_sOut))
+            return Fail(m_animation.Error());
+        m_result.nBytes = m_animation.File().FileSize();
+        m_pPose = ZAnimPoseBuffer::Create(m_animation.Descriptor());
+        m_result.nBones = m_animation.Rig().BoneCount();
+        m_result.nFrames = m_animation.Sampler().FrameCount();
         return true;
     }
 
@@ -84,14 +63,14 @@ public:
         if (take.m_frameCount < 0 || static_cast<uint32_t>(take.m_frameCount) != m_result.nFrames)
             return Fail("the packed animation has " + std::to_string(m_result.nFrames) + " frames, its take " +
                         std::to_string(take.m_frameCount) + ": one of them is older");
-        m_pSource = std::make_unique<ZSourcePose>(take, *m_rigFile.Rig(), *m_pDescriptor);
+        m_pSource = std::make_unique<ZSourcePose>(take, m_animation.Rig(), *m_animation.Descriptor());
         return true;
     }
 
     void Compare(uint32_t nFrame)
     {
         const std::vector<ZSourcePose::SBone>& wanted = m_pSource->Evaluate(nFrame);
-        m_pSampler->Sample(nFrame, *m_pPose);
+        m_animation.Sampler().Sample(nFrame, *m_pPose);
         m_pPose->ToCharacterSpace();
         for (uint32_t n = 0; n < m_result.nBones; ++n)
         {
@@ -124,8 +103,8 @@ public:
         {
             const double fPoints = static_cast<double>(std::size(POINTS)) * m_result.nBones * m_result.nFrames;
             m_result.fMeanMillimetres = fPoints > 0.0 ? m_fSum / fPoints : 0.0;
-            m_result.sWorstBone = ToStd(m_rigFile.Rig()->Name(m_nWorst));
-            m_result.sWorstTurned = ToStd(m_rigFile.Rig()->Name(m_nWorstTurned));
+            m_result.sWorstBone = ToStd(m_animation.Rig().Name(m_nWorst));
+            m_result.sWorstTurned = ToStd(m_animation.Rig().Name(m_nWorstTurned));
         }
         return std::move(m_result);
     }
@@ -141,10 +120,7 @@ public:
 private:
     const SPackedAnimation& m_packed;
     const std::string& m_sOut;
-    ZPackedFile m_file;
-    ZPackedFile m_rigFile;
-    TSharedPtr<ZAnimPoseDescriptor> m_pDescriptor;
-    TSharedPtr<ZAnimationSampler> m_pSampler;
+    ZPackedPose m_animation;
     TSharedPtr<ZAnimPoseBuffer> m_pPose;
     std::unique_ptr<ZSourcePose> m_pSource;
     SVerified m_result;

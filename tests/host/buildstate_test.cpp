@@ -1,4 +1,5 @@
 #include "host/build/buildstate.h"
+#include "host/build/outputlock.h"
 #include "host/text/hosterror.h"
 #include "tests/host/tempfolder.h"
 

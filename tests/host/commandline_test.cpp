@@ -60,7 +60,7 @@ TEST(CommandLine, WordsOfEachCommand)
     EXPECT_FALSE(Parse({"scene", "f.fbx"}).options.bStackGiven);
 
     EXPECT_EQ(Parse({"inspect", "f", "--frames", "0,10"}).options.frames, (std::vector<uint32_t>{0, 10}));
-    EXPECT_EQ(Parse({"build", "-j", "3", "--force", "--json"}).options.nWorkers, 3u);
+    EXPECT_EQ(Parse({"build", "-j", "3", "--force", "--json"}).options.session.nWorkers, 3u);
 }
 
 TEST(CommandLine, WrongUsageSaysSoOnStandardError)

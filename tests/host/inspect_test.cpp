@@ -89,7 +89,7 @@ protected:
         SOptions options;
         options.sCommand = "inspect";
         options.sources = {sWord};
-        options.sOut = folder.Path();
+        options.session.sOut = folder.Path();
         options.platforms = {"pc"};
         options.frames = std::move(frames);
         options.bJson = bJson;

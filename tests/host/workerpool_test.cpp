@@ -37,7 +37,7 @@ void Obey(ZLineChannel& channel)
             throw std::runtime_error("a worker's own exception");
         if (sLine == "close and hang")
         {
-            ::close(channel.Socket());
+            channel.Close();
             for (;;)
                 ::pause();
         }

@@ -1,26 +1,39 @@
 #pragma once
 
+#include "host/build/buildwatcher.h"
 #include "host/build/jobscheduler.h"
-#include "host/show/commandline.h"
-#include "host/show/console.h"
+#include "host/build/outputlock.h"
 
 #include <memory>
 
 namespace Host
 {
 
+/// Where a session works and with what.
+struct SSessionOptions
+{
+    std::string sAssets;   ///< folder of the asset tree
+    std::string sOut;      ///< output folder
+    bool bMakeOut = false; ///< readers make the output folder, too
+    std::string sModule;   ///< path of the module
+    unsigned int nWorkers = 1;
+    double fJobTimeout = 0.0;  ///< seconds; 0: no bound
+    uint64_t nMemoryLimit = 0; ///< bytes a worker; 0: no bound
+    bool bForce = false;       ///< nothing is up to date
+};
+
 /// All that the commands share that run jobs: the tree, the output folder with its state, the module, the workers.
 class ZHostSession
 {
 public:
     /// Readers write nothing but the scan index, and that only to an output folder in which nobody is at work. They
-    /// make one when the user named it, or looks at the whole tree.
+    /// make one when bMakeOut says so.
     enum class EUse
     {
         eWrites,
         eReads
     };
-    ZHostSession(const SOptions& options, ZConsole& console, EUse eUse);
+    ZHostSession(const SSessionOptions& options, IBuildWatcher& watcher, EUse eUse);
     ~ZHostSession();
     ZHostSession(const ZHostSession&) = delete;
     ZHostSession& operator=(const ZHostSession&) = delete;
@@ -47,7 +60,7 @@ public:
     std::string CaseClash(const std::string& sId) const;
 
 private:
-    ZConsole& m_console;
+    IBuildWatcher& m_watcher;
     std::string m_sOut;
     bool m_bWrites = false;
     ZAssetTree m_tree;

@@ -1,4 +1,4 @@
-#include "host/build/hostsession.h"
+#include "host/build/session.h"
 
 #include "host/files/outputfile.h"
 #include "host/files/resourceids.h"
@@ -27,10 +27,10 @@ std::string CleanFolder(const std::string& sFolder)
 
 } // namespace
 
-ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse)
-    : m_console(console), m_sOut(CleanFolder(options.sOut)), m_tree(options.sAssets)
+ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watcher, EUse eUse)
+    : m_watcher(watcher), m_sOut(CleanFolder(options.sOut)), m_tree(options.sAssets)
 {
-    const auto notice = [&console](const std::string& sText) { console.Notice(sText); };
+    const auto notice = [&watcher](const std::string& sText) { watcher.Notice(sText); };
     RegisterHostModules();
     LoadModule(options.sModule);
     m_bWrites = eUse == EUse::eWrites;
@@ -39,11 +39,10 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
     else
     {
         std::error_code error;
-        if (options.bOutGiven || options.sources.empty())
+        if (options.bMakeOut)
             std::filesystem::create_directories(m_sOut, error);
         m_pLock = std::make_unique<ZOutputLock>(m_sOut);
-        const bool bAsked = options.bOutGiven || options.sources.empty();
-        if (!m_pLock->IsHeld() && (bAsked || std::filesystem::is_directory(m_sOut, error)))
+        if (!m_pLock->IsHeld() && (options.bMakeOut || std::filesystem::is_directory(m_sOut, error)))
             notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
     }
     m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
@@ -58,7 +57,7 @@ ZHostSession::ZHostSession(const SOptions& options, ZConsole& console, EUse eUse
     m_pScheduler = std::make_unique<ZJobScheduler>(
         ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce},
         [this](const SJobResult& result) { m_report(result); },
-        [this](size_t nTold, size_t nListed, const SJob& job) { m_console.Progress(nTold, nListed, job.Source()); });
+        [this](size_t nTold, size_t nListed, const SJob& job) { m_watcher.Progress(nTold, nListed, job.Source()); });
 }
 
 ZHostSession::~ZHostSession()
@@ -71,7 +70,7 @@ ZHostSession::~ZHostSession()
     }
     catch (const ZHostError& error)
     {
-        m_console.Error(error);
+        m_watcher.Error(error);
     }
 }
 
@@ -94,7 +93,7 @@ bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobSchedul
         [&](const SJobResult& result)
         {
             for (const SMessage& message : result.messages)
-                m_console.Diagnostic(message.eSeverity, result.job.sId, message.sText);
+                m_watcher.Diagnostic(message.eSeverity, result.job.sId, message.sText);
             bAllGood &= result.IsGood();
             if (result.IsGood() || !result.scan.sError.empty())
                 return report(result);
@@ -107,7 +106,7 @@ bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobSchedul
     if (words.empty())
         ForgetAllBut(sources);
     if (jobs.empty())
-        m_console.Notice("there are no sources in '" + m_tree.Root() + "'");
+        m_watcher.Notice("there are no sources in '" + m_tree.Root() + "'");
     return bAllGood;
 }
 
@@ -146,7 +145,7 @@ std::vector<std::string> ZHostSession::SourcesOf(const std::vector<std::string>&
                               : sId);
     }
     if (nUnreadableNames != 0)
-        m_console.Notice(std::to_string(nUnreadableNames) + " files are left out, because their names are no UTF-8");
+        m_watcher.Notice(std::to_string(nUnreadableNames) + " files are left out, because their names are no UTF-8");
     std::sort(sources.begin(), sources.end());
     sources.erase(std::unique(sources.begin(), sources.end()), sources.end());
     return sources;

@@ -1,7 +1,5 @@
-#include "host/build/packjob.h"
+#include "host/build/joblines.h"
 
-#include "host/files/derivedkinds.h"
-#include "host/files/resourceids.h"
 #include "host/text/jsonwriter.h"
 
 #include <nlohmann/json.hpp>
@@ -10,42 +8,6 @@ namespace Host
 {
 
 using TJson = nlohmann::json;
-
-std::string SJob::Source() const
-{
-    return eKind == eScan ? sId : ToStd(ToId(sId).GetSourceResourceID());
-}
-
-std::string SJob::Component() const
-{
-    if (eKind == ePack)
-    {
-        const SDerivedKind* pKind = FindDerivedKind(ToId(sId).GetExtension().View());
-        return pKind != nullptr ? std::string(pKind->component) : std::string();
-    }
-    const std::string_view scanner = ScannerOf(ToId(sId).GetExtension().View());
-    return std::string(scanner.empty() ? DefaultScanner() : scanner);
-}
-
-std::string_view NameOf(ESeverity eSeverity)
-{
-    constexpr std::string_view names[] = {"info", "warning", "error"};
-    return names[static_cast<int>(eSeverity)];
-}
-
-std::string_view NameOf(EJobStatus eStatus)
-{
-    constexpr std::string_view names[] = {"packed", "upToDate", "failed", "crashed"};
-    return names[static_cast<int>(eStatus)];
-}
-
-const std::string* SJobResult::FirstError() const
-{
-    for (const SMessage& message : messages)
-        if (message.eSeverity == ESeverity::eError)
-            return &message.sText;
-    return nullptr;
-}
 
 namespace
 {

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/files/outputfile.h"
+#include "host/index/sourcescan.h"
+#include "host/module/job.h"
+
+#include <vector>
+
+namespace Host
+{
+
+enum class EJobStatus
+{
+    ePacked,
+    eUpToDate,
+    eFailed, ///< the packer said no, raised an exception or failed an assertion
+    eCrashed ///< its process ended, or was ended
+};
+std::string_view NameOf(EJobStatus eStatus);
+
+/// What came of a job.
+struct SJobResult
+{
+    SJob job;
+    EJobStatus eStatus = EJobStatus::eFailed;
+    std::vector<SMessage> messages;
+    SPublication publication; ///< of a packed file that is complete and waits to be published; else empty
+    std::string sFile;        ///< of the packed resource, below the output folder; empty when there is none
+    uint64_t nBytes = 0;
+    SFileStamp stamp; ///< of that file
+    uint64_t nHash = 0;
+    double fSeconds = 0.0; ///< what it needs from others and waits for not counted
+    std::vector<SDependency> dependencies;
+    SSourceScan scan; ///< of a scan; of one that failed, what it had found by then
+
+    bool IsGood() const { return eStatus == EJobStatus::ePacked || eStatus == EJobStatus::eUpToDate; }
+    const std::string* FirstError() const;
+};
+
+} // namespace Host

@@ -1,0 +1,24 @@
+#include "host/show/jobtext.h"
+
+#include "host/show/jsonparts.h"
+
+namespace Host
+{
+
+std::string JobLine(const SJobResult& result, const std::string& sOut)
+{
+    ZJsonWriter json;
+    json.Open('{');
+    json.TextField("id", result.job.sId);
+    json.TextField("source", result.job.Source());
+    json.TextField("component", result.job.Component());
+    json.OptionalField("file", result.IsGood() && !result.sFile.empty() ? sOut + '/' + result.sFile : std::string());
+    json.TextField("status", NameOf(result.eStatus));
+    WriteMessages(json, result.messages);
+    json.UnsignedField("bytes", result.nBytes);
+    json.NumberField("seconds", result.fSeconds);
+    json.Close('}');
+    return json.Take();
+}
+
+} // namespace Host

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "host/build/jobresult.h"
+
+#include <string>
+
+namespace Host
+{
+
+/// The JSON line of one job; `sOut` is the output folder as the user wrote it.
+std::string JobLine(const SJobResult& result, const std::string& sOut);
+
+} // namespace Host

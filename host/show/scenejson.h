@@ -1,0 +1,15 @@
+#pragma once
+
+#include "fbx/fbx.h"
+
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// A scene as one line: its settings and stacks, all nodes at rest and at each of the times, and what else moves.
+std::string SceneLine(const FbxScene& scene, const FbxImporter& importer, const std::string& sPath,
+                      const std::vector<FbxTime>& times);
+
+} // namespace Host
