@@ -1,6 +1,6 @@
 #include "host/takeverifier.h"
 
-#include "fbx/fbxmath.h"
+#include "fbx/scene/fbxmath.h"
 #include "host/hostmodule.h"
 #include "host/outputpath.h"
 #include "host/packedfile.h"

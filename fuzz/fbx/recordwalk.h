@@ -1,7 +1,7 @@
 #pragma once
 
-#include "fbx/fbxarrays.h"
-#include "fbx/fbxrecord.h"
+#include "fbx/file/fbxrecord.h"
+#include "fbx/load/fbxarrays.h"
 #include "fuzz/fbx/fuzzrequire.h"
 
 #include <vector>

@@ -1,4 +1,4 @@
-#include "fbx/fbxdocument.h"
+#include "fbx/file/fbxdocument.h"
 #include "host/commands.h"
 #include "host/hosterror.h"
 #include "host/marking.h"
