@@ -1,4 +1,6 @@
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/scene/fbxscene.h"
 #include "host/assettree.h"
 #include "host/commands.h"
 #include "host/hosterror.h"
@@ -243,7 +245,7 @@ int ShowScene(const SOptions& options, ZConsole& console)
     {
         void operator()(FbxManager* pManager) const { pManager->Destroy(); }
     } end;
-    const std::unique_ptr<FbxManager, SManagerEnd> pManager(FbxManager::Create(), end);
+    const std::unique_ptr<FbxManager, SManagerEnd> pManager(FbxManager::Create(&FbxMakeEvaluator), end);
     FbxScene* pScene = FbxScene::Create(pManager.get(), "");
     FbxImporter* pImporter = FbxImporter::Create(pManager.get(), "");
     if (!pImporter->Initialize(sPath.c_str(), -1, nullptr) || !pImporter->Import(pScene))

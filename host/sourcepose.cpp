@@ -1,5 +1,6 @@
 #include "host/sourcepose.h"
 
+#include "fbx/scene/fbxscene.h"
 #include "host/resourceids.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 

@@ -1,4 +1,4 @@
-#include "fbx/evaluate/fbxevaluatorstate.h"
+#include "fbx/evaluate/fbxsceneevaluator.h"
 
 #include <algorithm>
 #include <cmath>
@@ -55,7 +55,46 @@ void Find(const SFbxTimeline& timeline, int64_t nTicks, int64_t nNear, SFbxLocat
 
 } // namespace
 
-void FbxAnimEvaluator::SState::SetTime(FbxTime time)
+const SFbxCurveSpans& FbxSceneEvaluator::Spans(const FbxAnimCurve& curve)
+{
+    SFbxCurveSpans& of = spans[curve.nIndex];
+    if (of.bPrepared)
+        return of;
+    of.bPrepared = true;
+    if (!FbxHasOneKind(curve, of.eOnly))
+    {
+        SFbxSegment* pSegments = pScene->GetMemory().AllocateArray<SFbxSegment>(curve.GetKeyCount());
+        FbxSolveTangents(curve, pSegments);
+        of.pSegments = pSegments;
+    }
+    return of;
+}
+
+bool FbxSceneEvaluator::IsFlat(const FbxAnimCurve& curve)
+{
+    const uint32_t nKeys = curve.pTimeline->nKeys;
+    if (nKeys == 0 || !std::isfinite(curve.pValues[0]))
+        return false;
+    for (uint32_t n = 1; n < nKeys; ++n)
+        if (curve.pValues[n] != curve.pValues[0])
+            return false;
+    // Told by the attributes as a rule: the spans of a curve that never moves are not worked out.
+    if (FbxStaysFlat(curve.attributes))
+        return true;
+    const SFbxSegment* pSegments = Spans(curve).pSegments;
+    if (!pSegments)
+        return true;
+    const bool bSloped = curve.pre.eType == EFbxExtrapolation::eSlope || curve.post.eType == EFbxExtrapolation::eSlope;
+    for (uint32_t n = 0; n + (bSloped ? 0 : 1) < nKeys; ++n)
+    {
+        const SFbxSegment& segment = pSegments[n];
+        if (segment.eKind >= EFbxSegment::eCubic && !(segment.fSlopeRight == 0.0f && segment.fSlopeNextLeft == 0.0f))
+            return false;
+    }
+    return true;
+}
+
+void FbxSceneEvaluator::SetTime(FbxTime time)
 {
     if (time == now.time)
         return;
@@ -63,7 +102,7 @@ void FbxAnimEvaluator::SState::SetTime(FbxTime time)
     ++now.nStamp;
 }
 
-const SFbxLocation& FbxAnimEvaluator::SState::Locate(const SFbxTimeline& timeline)
+const SFbxLocation& FbxSceneEvaluator::Locate(const SFbxTimeline& timeline)
 {
     SFbxLocation& location = locations[timeline.nIndex];
     if (location.nStamp != now.nStamp)
@@ -74,26 +113,24 @@ const SFbxLocation& FbxAnimEvaluator::SState::Locate(const SFbxTimeline& timelin
     return location;
 }
 
-double FbxAnimEvaluator::SState::Evaluate(const FbxAnimCurve& curve)
+double FbxSceneEvaluator::Evaluate(const FbxAnimCurve& curve)
 {
     const SFbxLocation& location = Locate(*curve.pTimeline);
     if (location.eWhere >= SFbxLocation::eBefore)
         return Extrapolate(curve, location.eWhere == SFbxLocation::eBefore);
-    EFbxSegment eOnly;
-    const SFbxSegment* pSegments = curve.GetSegments(eOnly);
-    return FbxValueAt(curve.pValues, pSegments, eOnly, location);
+    const SFbxCurveSpans& of = Spans(curve);
+    return FbxValueAt(curve.pValues, of.pSegments, of.eOnly, location);
 }
 
-double FbxAnimEvaluator::SState::EvaluateAt(const FbxAnimCurve& curve, int64_t nTicks, int64_t nNear)
+double FbxSceneEvaluator::EvaluateAt(const FbxAnimCurve& curve, int64_t nTicks, int64_t nNear)
 {
     SFbxLocation location;
     Find(*curve.pTimeline, nTicks, nNear, location);
-    EFbxSegment eOnly;
-    const SFbxSegment* pSegments = curve.GetSegments(eOnly);
-    return FbxValueAt(curve.pValues, pSegments, eOnly, location);
+    const SFbxCurveSpans& of = Spans(curve);
+    return FbxValueAt(curve.pValues, of.pSegments, of.eOnly, location);
 }
 
-double FbxAnimEvaluator::SState::Extrapolate(const FbxAnimCurve& curve, bool bBefore)
+double FbxSceneEvaluator::Extrapolate(const FbxAnimCurve& curve, bool bBefore)
 {
     const uint32_t nLast = curve.pTimeline->nKeys - 1;
     const int64_t nFirstTime = curve.pTimeline->pTimes[0];
@@ -107,8 +144,7 @@ double FbxAnimEvaluator::SState::Extrapolate(const FbxAnimCurve& curve, bool bBe
 
     if (how.eType == EFbxExtrapolation::eSlope)
     {
-        EFbxSegment eOnly;
-        const SFbxSegment* pSegments = curve.GetSegments(eOnly);
+        const auto [pSegments, eOnly, bPrepared] = Spans(curve);
         const uint32_t nSpan = bBefore ? 0 : nLast - 1;
         double fSlope = 0.0;
         if (pSegments)

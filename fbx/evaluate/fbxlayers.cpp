@@ -1,4 +1,4 @@
-#include "fbx/evaluate/fbxevaluatorstate.h"
+#include "fbx/evaluate/fbxsceneevaluator.h"
 
 #include <cmath>
 
@@ -30,28 +30,28 @@ FbxVector3 VectorOf(const double* p)
 
 } // namespace
 
-double FbxAnimEvaluator::SState::EvaluateWeight(const FbxAnimLayer& layer)
+double FbxSceneEvaluator::EvaluateWeight(const FbxAnimLayer& layer)
 {
     // The weight's own curve is taken as it is, in whatever layer it lies: weights of weights have no end.
-    double fWeight = layer.m_fWeight;
-    const auto [pFirst, pLast] = layer.ActiveLinks("Weight");
+    double fWeight = layer.GetSettings().fWeight;
+    const auto [pFirst, pLast] = ActiveLinks(layer, "Weight");
     if (pFirst != pLast)
     {
-        const FbxAnimCurveNode::SChannel& channel = pFirst->pCurveNode->m_channels[0];
-        if (channel.pCurve && channel.pCurve->GetKeyCount() > 0)
+        const FbxAnimCurveNode::SChannel& channel = pFirst->pCurveNode->GetChannel(0);
+        if (channel.IsAnimated())
             fWeight = Evaluate(*channel.pCurve);
     }
     const double f = fWeight / 100.0;
     return f < 0.0 ? 0.0 : f > 0.99999 ? 1.0 : f;
 }
 
-void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::string_view property, double* pChannels,
-                                              int nChannels)
+void FbxSceneEvaluator::EvaluateLayers(const FbxObject& object, std::string_view property, double* pChannels,
+                                       int nChannels)
 {
     const bool bRotation = property == "Lcl Rotation";
     const bool bScale = property == "Lcl Scaling";
-    const auto [pFirst, pLast] = object.ActiveLinks(property);
-    for (const FbxObject::SActiveLink* pLink = pFirst; pLink != pLast; ++pLink)
+    const auto [pFirst, pLast] = ActiveLinks(object, property);
+    for (const SFbxActiveLink* pLink = pFirst; pLink != pLast; ++pLink)
     {
         const FbxAnimLayer* pLayer = layers[pLink->nLayer];
         const FbxAnimCurveNode* pNode = pLink->pCurveNode;
@@ -59,9 +59,9 @@ void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::stri
         bool bPresent[4] = {};
         for (int n = 0; n < nChannels; ++n)
         {
-            const FbxAnimCurveNode::SChannel& channel = pNode->m_channels[static_cast<size_t>(n)];
+            const FbxAnimCurveNode::SChannel& channel = pNode->GetChannel(static_cast<size_t>(n));
             bPresent[n] = true;
-            if (channel.pCurve && channel.pCurve->GetKeyCount() > 0)
+            if (channel.IsAnimated())
                 values[n] = channel.fFactor * Evaluate(*channel.pCurve);
             else if (channel.bHasDefault)
                 values[n] = channel.fDefault;
@@ -78,9 +78,10 @@ void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::stri
             continue;
         }
         const double fWeight = EvaluateWeight(*pLayer);
-        const bool bAsRotation = bRotation && pLayer->m_nRotationMode == 0 && nChannels == 3;
-        const bool bAsFactor = bScale && pLayer->m_nScaleMode == 0;
-        if (pLayer->m_eBlendMode == EFbxBlendMode::eAdditive)
+        const SFbxLayerSettings& settings = pLayer->GetSettings();
+        const bool bAsRotation = bRotation && settings.bMixesRotations && nChannels == 3;
+        const bool bAsFactor = bScale && settings.bMixesScales;
+        if (settings.eBlendMode == EFbxBlendMode::eAdditive)
         {
             for (int n = 0; n < nChannels; ++n)
                 values[n] = bPresent[n] ? values[n] : bAsFactor ? 1.0 : 0.0;
@@ -103,7 +104,7 @@ void FbxAnimEvaluator::SState::EvaluateLayers(const FbxObject& object, std::stri
         for (int n = 0; n < nChannels; ++n)
             values[n] = bPresent[n] ? values[n] : pChannels[n];
         // A plain override replaces, whatever its weight; the one that lets through blends by it.
-        if (pLayer->m_eBlendMode == EFbxBlendMode::eOverride)
+        if (settings.eBlendMode == EFbxBlendMode::eOverride)
         {
             for (int n = 0; n < nChannels; ++n)
                 pChannels[n] = values[n];

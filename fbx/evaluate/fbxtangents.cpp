@@ -1,4 +1,4 @@
-#include "fbx/scene/fbxcurve.h"
+#include "fbx/evaluate/fbxsegments.h"
 
 #include <bit>
 #include <cmath>

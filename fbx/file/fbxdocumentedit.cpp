@@ -1,6 +1,6 @@
 #include "fbx/file/fbxdocumentedit.h"
 
-#include "fbx/load/fbxscenebuilder.h"
+#include "fbx/file/fbxobjectname.h"
 
 #include <algorithm>
 

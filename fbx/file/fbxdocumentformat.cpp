@@ -1,6 +1,6 @@
 #include "fbx/file/fbxdocument.h"
-#include "fbx/load/fbxscenebuilder.h"
-#include "fbx/scene/fbxpropertytypes.h"
+#include "fbx/file/fbxobjectname.h"
+#include "fbx/types/fbxpropertytypes.h"
 
 #include <cmath>
 #include <cstring>

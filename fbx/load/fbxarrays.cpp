@@ -58,8 +58,9 @@ bool IsAscending(const int64_t* pTimes, uint32_t nCount)
 
 } // namespace
 
-FbxArrayReader::FbxArrayReader(FbxArena& arena, size_t nFileBytes, bool bBigEndian)
-    : m_arena(arena),
+FbxArrayReader::FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian)
+    : m_scene(scene),
+      m_arena(scene.GetMemory()),
       m_pDecompressor(libdeflate_alloc_decompressor()),
       m_nBudget(uint64_t(nFileBytes) * 32 + (uint64_t(128) << 20)),
       m_bBigEndian(bBigEndian),
@@ -293,13 +294,9 @@ bool FbxArrayReader::Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut
     int64_t* pTimes = m_arena.AllocateArray<int64_t>(payload.nCount);
     if (!(payload.type == 'l' ? Decode(payload, pTimes) : Convert(payload, pTimes)))
         return false;
-    SFbxTimeline* pTimeline = m_arena.New<SFbxTimeline>();
-    pTimeline->pTimes = pTimes;
-    pTimeline->nKeys = payload.nCount;
-    pTimeline->nIndex = m_nTimelines++;
     bAscending = IsAscending(pTimes, payload.nCount);
-    pOut = pTimeline;
-    Share(payload, 't', nHash, pTimes, pTimeline, bAscending);
+    pOut = m_scene.AddTimeline(pTimes, payload.nCount);
+    Share(payload, 't', nHash, pTimes, pOut, bAscending);
     return true;
 }
 
@@ -315,10 +312,7 @@ const SFbxTimeline* FbxArrayReader::AddTimeline(const int64_t* pTimes, uint32_t 
     const SShared* pShared = Open(&value, payload) ? FindShared(payload, 't', nHash) : nullptr;
     if (pShared)
         return pShared->pTimeline;
-    SFbxTimeline* pTimeline = m_arena.New<SFbxTimeline>();
-    pTimeline->pTimes = pTimes;
-    pTimeline->nKeys = nCount;
-    pTimeline->nIndex = m_nTimelines++;
+    const SFbxTimeline* pTimeline = m_scene.AddTimeline(pTimes, nCount);
     Share(payload, 't', nHash, pTimes, pTimeline, true);
     return pTimeline;
 }

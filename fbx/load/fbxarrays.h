@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fbx/file/fbxrecord.h"
-#include "fbx/scene/fbxcurve.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <memory>
 #include <string>
@@ -18,7 +18,7 @@ struct libdeflate_decompressor;
 class FbxArrayReader
 {
 public:
-    FbxArrayReader(FbxArena& arena, size_t nFileBytes, bool bBigEndian);
+    FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian);
     ~FbxArrayReader();
 
     bool Floats(const SFbxValue* pValue, const float*& pOut, uint32_t& nCount);
@@ -28,10 +28,9 @@ public:
     bool Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut, bool& bAscending);
     /// Sets aside memory for what is made of arrays: nCount elements of nBytes each. False when that is too much.
     bool Claim(size_t nCount, size_t nBytes);
-    /// Times already in the arena.
+    /// Times already in the scene's memory.
     const SFbxTimeline* AddTimeline(const int64_t* pTimes, uint32_t nCount);
 
-    uint32_t TimelineCount() const { return m_nTimelines; }
     const std::string& Error() const { return m_sError; }
 
 private:
@@ -74,11 +73,11 @@ private:
         return false;
     }
 
+    FbxScene& m_scene;
     FbxArena& m_arena;
     libdeflate_decompressor* m_pDecompressor;
     uint64_t m_nBudget;
     bool m_bBigEndian;
-    uint32_t m_nTimelines = 0;
     std::vector<SShared> m_shared;
     std::vector<int32_t> m_buckets; ///< heads of chains by hash; a power of two of them
     std::vector<std::byte> m_scratch;

@@ -3,7 +3,6 @@
 #include "fbx/file/fbxinput.h"
 #include "fbx/load/fbxiosettings.h"
 #include "fbx/load/fbxscenebuilder.h"
-#include "fbx/scene/fbxmanagerowned.h"
 
 #include <new>
 
@@ -40,14 +39,12 @@ FbxImporter::~FbxImporter() = default;
 
 FbxImporter* FbxImporter::Create(FbxManager* pManager, const char* /*szName*/)
 {
-    auto& importers = pManager->m_pOwned->importers;
-    importers.push_back(std::unique_ptr<FbxImporter>(new FbxImporter(pManager)));
-    return importers.back().get();
+    return pManager->Own(std::unique_ptr<FbxImporter>(new FbxImporter(pManager)));
 }
 
 void FbxImporter::Destroy()
 {
-    std::erase_if(m_pManager->m_pOwned->importers, [this](const auto& p) { return p.get() == this; });
+    m_pManager->End(this);
 }
 
 bool FbxImporter::Initialize(const char* szPath, int nFormat, FbxIOSettings* pSettings)

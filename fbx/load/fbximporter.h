@@ -22,12 +22,12 @@ class FbxScene;
 /// Memory     a file of n bytes takes at most 64 n + 1 MB for itself, its scene and the scene's evaluation, and what
 ///            its deflated arrays inflate to, which is 32 n + 128 MB at most; key-heavy files take less than n. More
 ///            than one object for 32 bytes, and 1000, are refused.
-class FbxImporter
+class FbxImporter : public FbxManaged
 {
 public:
     static FbxImporter* Create(FbxManager* pManager, const char* szName);
     void Destroy();
-    ~FbxImporter();
+    ~FbxImporter() override;
 
     /// nFormat is -1: the format is found by looking at the file. pSettings may be null.
     bool Initialize(const char* szPath, int nFormat, FbxIOSettings* pSettings);

@@ -3,26 +3,25 @@
 #include "fbx/scene/fbxmanager.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Named switches for importing. Owned by its manager.
 ///
 /// "Import|AdvOptGrp|FileFormat|Fbx|Animation" set to false leaves curves and stacks out. Other names are kept and
 /// mean nothing to the importer.
-class FbxIOSettings
+class FbxIOSettings : public FbxManaged
 {
 public:
     static FbxIOSettings* Create(FbxManager* pManager, const char* szName);
-    ~FbxIOSettings();
 
-    void SetBoolProp(const char* szName, bool bValue);
-    bool GetBoolProp(const char* szName, bool bDefault) const;
+    void SetBoolProp(std::string_view name, bool bValue);
+    bool GetBoolProp(std::string_view name, bool bDefault) const;
 
 private:
-    explicit FbxIOSettings(const char* szName);
+    FbxIOSettings() = default;
 
     [[no_unique_address]] SFbxLiveCount m_live;
-    std::string m_sName;
     struct SSwitch
     {
         std::string sName;

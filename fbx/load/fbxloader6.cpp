@@ -213,7 +213,7 @@ private:
     struct SModel
     {
         FbxNode* pNode = nullptr;
-        FbxObject* pAttribute = nullptr;
+        FbxNodeAttribute* pAttribute = nullptr;
         bool bStatic = false; ///< the record says where the node rests
     };
 
@@ -257,32 +257,32 @@ bool Loader::ReadModel(const SFbxRecord& record)
         type = "Mesh"; // version 5 holds the mesh in the node and says nothing more
 
     SModel model;
-    model.pNode = m_builder.AddNode(split.name, type, m_pNodeTemplate);
-    if (type == "Camera")
-        model.pAttribute = m_builder.AddAttribute(split.name, type, m_pCameraTemplate);
-    else if (!type.empty())
-        model.pAttribute = m_builder.AddAttribute(split.name, type, m_pEmptyTemplate);
-    if (model.pAttribute)
-        m_builder.ConnectAttribute(*model.pAttribute, *model.pNode);
+    FbxScene& scene = m_builder.Scene();
+    model.pNode = scene.AddNode({split.name, type, m_pNodeTemplate});
+    if (!type.empty())
+    {
+        model.pAttribute =
+            scene.AddAttribute({split.name, type, type == "Camera" ? m_pCameraTemplate : m_pEmptyTemplate});
+        model.pNode->AddNodeAttribute(model.pAttribute);
+    }
     if (!m_builder.HasRoom())
         return false;
 
     if (const SFbxRecord* pProperties = record.Find("Properties60"))
     {
         model.bStatic = true;
-        m_builder.ReadProperties(*model.pNode, *pProperties, false);
-        if (model.pAttribute && (type == "Camera" || type == "Light"))
-        {
-            std::vector<SFbxPropertyData>& own = FbxAccess::Properties(*model.pNode);
-            std::vector<SFbxPropertyData>& other = FbxAccess::Properties(*model.pAttribute);
-            const auto split60 =
-                std::stable_partition(own.begin(), own.end(),
+        std::vector<SFbxPropertyData>& parsed = m_builder.ParseProperties(*pProperties, false);
+        auto attributes = parsed.end();
+        if (type == "Camera" || type == "Light")
+            attributes =
+                std::stable_partition(parsed.begin(), parsed.end(),
                                       [](const SFbxPropertyData& data) {
                                           return IsNodeProperty(data.name) || (data.nFlags & eFbxFlag_UserDefined) != 0;
                                       });
-            other.assign(split60, own.end());
-            own.erase(split60, own.end());
-        }
+        const size_t nOwn = static_cast<size_t>(attributes - parsed.begin());
+        model.pNode->AddProperties(parsed.data(), nOwn);
+        if (nOwn < parsed.size())
+            model.pAttribute->AddProperties(parsed.data() + nOwn, parsed.size() - nOwn);
     }
     if (const SFbxRecord* pChildren = record.Find("Children"))
         m_children.emplace_back(model.pNode, pChildren);
@@ -323,10 +323,8 @@ void Loader::ReadSettings()
         }
         if (fRate > 0.0)
         {
-            SFbxPropertyData& mode = FbxAccess::Edit(settings, "TimeMode", EFbxType::eEnum, "enum");
-            mode.integer = 14;
-            mode.values[0] = 14.0;
-            FbxAccess::Edit(settings, "CustomFrameRate", EFbxType::eDouble, "double").values[0] = fRate;
+            settings.OwnProperty("TimeMode", "enum").SetInt64(14);
+            settings.OwnProperty("CustomFrameRate", "double").SetDouble(fRate);
         }
     }
     m_builder.ReadSettings();
@@ -346,9 +344,9 @@ void Loader::ReadConnections()
         if (!pSource)
             continue;
         if (pTarget)
-            m_builder.ConnectNode(*pSource->pNode, *pTarget->pNode);
+            pTarget->pNode->AddChild(pSource->pNode);
         else if (target.name == "Scene")
-            m_builder.ConnectNode(*pSource->pNode, *m_builder.Scene().GetRootNode());
+            m_builder.Scene().GetRootNode()->AddChild(pSource->pNode);
     }
 }
 
@@ -357,7 +355,7 @@ void Loader::ReadChildren()
     for (const auto& [pNode, pChildren] : m_children)
         for (uint32_t n = 0; n < pChildren->nValues; ++n)
             if (SModel* pChild = Lookup(FbxSplitName(pChildren->Text(n)).name); pChild && pChild->pNode != pNode)
-                m_builder.ConnectNode(*pChild->pNode, *pNode);
+                pNode->AddChild(pChild->pNode);
 }
 
 bool Loader::ReadCurve(const SFbxRecord& channel, const FbxAnimCurve*& pOut)
@@ -415,8 +413,7 @@ bool Loader::ReadCurve(const SFbxRecord& channel, const FbxAnimCurve*& pOut)
             *pWord++ = std::bit_cast<uint32_t>(f);
         pCounts[nEntry++] = 1;
     }
-    FbxAnimCurve* pCurve = arena.New<FbxAnimCurve>();
-    pCurve->pArena = &arena;
+    FbxAnimCurve* pCurve = m_builder.Scene().AddCurve();
     pCurve->pTimeline = m_builder.Arrays().AddTimeline(pTimes, nKeys);
     pCurve->pValues = pValues;
     pCurve->attributes = {pFlags, pWords, pCounts, nEntries, true};
@@ -446,22 +443,17 @@ bool Loader::ReadChannel(const SFbxRecord& channel, std::string_view property, S
         model.pAttribute->FindProperty(property).IsValid())
         pObject = model.pAttribute;
 
-    if (!model.bStatic && pObject->FindProperty(property).IsValid())
-    {
-        const FbxProperty found = pObject->FindProperty(property);
-        SFbxPropertyData& data = FbxAccess::Edit(*pObject, property, found.GetType(), found.GetTypeName());
+    if (FbxProperty found = pObject->FindProperty(property); !model.bStatic && found.IsValid())
         for (size_t n = 0; n < nParts; ++n)
             if (const SFbxRecord* pDefault = parts[n]->Find("Default"); pDefault && pDefault->Value(0))
-                data.values[n] = pDefault->pValues[0].AsDouble();
-    }
+                found.SetChannel(n, pDefault->pValues[0].AsDouble());
     if (!pLayer)
         return true;
 
-    FbxAnimCurveNode* pNode = m_builder.AddCurveNode();
-    FbxAccess::ChannelCount(*pNode) = nParts;
+    FbxAnimCurveNode* pNode = m_builder.Scene().AddCurveNode();
     for (size_t n = 0; n < nParts; ++n)
     {
-        auto& to = FbxAccess::Channels(*pNode)[n];
+        FbxAnimCurveNode::SChannel to;
         if (const SFbxRecord* pDefault = parts[n]->Find("Default"); pDefault && pDefault->Value(0))
         {
             to.fDefault = pDefault->pValues[0].AsDouble();
@@ -469,9 +461,10 @@ bool Loader::ReadChannel(const SFbxRecord& channel, std::string_view property, S
         }
         if (!ReadCurve(*parts[n], to.pCurve))
             return false;
+        pNode->SetChannel(n, to);
     }
-    m_builder.ConnectCurveNode(*pNode, *pLayer);
-    m_builder.ConnectCurveNode(*pNode, *pObject, property);
+    pNode->ConnectLayer(pLayer);
+    pObject->ConnectCurveNode(property, pNode);
     return true;
 }
 
@@ -503,13 +496,13 @@ bool Loader::ReadChannels(const SFbxRecord& owner, SModel& model, FbxAnimLayer* 
 
 bool Loader::ReadTake(const SFbxRecord& take)
 {
-    FbxAnimStack* pStack = m_builder.AddStack(take.Text(0), m_pEmptyTemplate);
-    FbxAnimLayer* pLayer = m_builder.AddLayer("BaseLayer", m_pEmptyTemplate);
+    FbxAnimStack* pStack = m_builder.AddStack({take.Text(0), {}, m_pEmptyTemplate});
+    FbxAnimLayer* pLayer = m_builder.Scene().AddAnimLayer({"BaseLayer", {}, m_pEmptyTemplate});
     if (!m_builder.HasRoom())
         return false;
-    m_builder.ConnectLayer(*pLayer, *pStack);
+    pStack->ConnectLayer(pLayer);
     if (const SFbxRecord* pTime = take.Find("LocalTime"))
-        m_builder.SetSpan(*pStack, pTime->Int(0), pTime->Int(1));
+        pStack->SetLocalTimeSpan({FbxTime::FromTicks(pTime->Int(0)), FbxTime::FromTicks(pTime->Int(1))});
     for (const SFbxRecord* p = take.pChild; p; p = p->pNext)
         if (p->Is("Model"))
             if (SModel* pModel = Lookup(FbxSplitName(p->Text(0)).name))
@@ -537,9 +530,9 @@ bool Loader::ReadTakes()
     if (m_tree.nVersion < 6000 && m_builder.Scene().GetAnimStackCount() == 0)
     {
         // The animation of a file without takes is the one inside its nodes.
-        FbxAnimStack* pStack = m_builder.AddStack("(internal)", m_pEmptyTemplate);
-        FbxAnimLayer* pLayer = m_builder.AddLayer("(internal)", m_pEmptyTemplate);
-        m_builder.ConnectLayer(*pLayer, *pStack);
+        FbxAnimStack* pStack = m_builder.AddStack({"(internal)", {}, m_pEmptyTemplate});
+        FbxAnimLayer* pLayer = m_builder.Scene().AddAnimLayer({"(internal)", {}, m_pEmptyTemplate});
+        pStack->ConnectLayer(pLayer);
         for (const SFbxRecord* p = m_tree.root.pChild; p; p = p->pNext)
             if (p->Is("Model"))
                 if (SModel* pModel = Lookup(FbxSplitName(p->Text(0)).name))

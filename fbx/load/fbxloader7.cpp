@@ -155,36 +155,36 @@ bool Loader::ReadObject(const SFbxRecord& record)
 
     const std::string_view name = FbxSplitName(record.Text(1)).name;
     const std::string_view type = record.Text(2);
+    FbxScene& scene = m_builder.Scene();
     FbxObject* pObject = nullptr;
     EKind eKind = EKind::eNode;
     if (record.Is("Model"))
     {
         if (FbxIsEditorCamera(name))
             return true;
-        pObject = m_builder.AddNode(name, type, TemplateOf("FbxNode", type));
+        pObject = scene.AddNode({name, type, TemplateOf("FbxNode", type), nId});
     }
     else if (record.Is("NodeAttribute") || record.Is("Geometry"))
     {
         const bool bBone = type == "LimbNode" || type == "Limb" || type == "Root";
         const std::string sTemplate = bBone ? "FbxSkeleton" : std::string("Fbx").append(type);
-        pObject = m_builder.AddAttribute(name, type, TemplateOf(sTemplate, type));
+        pObject = scene.AddAttribute({name, type, TemplateOf(sTemplate, type), nId});
         eKind = EKind::eAttribute;
     }
     else if (!m_bAnimation)
         return true;
     else if (record.Is("AnimationStack"))
     {
-        pObject = m_builder.AddStack(name, TemplateOf("FbxAnimStack", type));
+        pObject = m_builder.AddStack({name, {}, TemplateOf("FbxAnimStack", type), nId});
         eKind = EKind::eStack;
     }
     else
     {
-        pObject = m_builder.AddLayer(name, TemplateOf("FbxAnimLayer", type));
+        pObject = scene.AddAnimLayer({name, {}, TemplateOf("FbxAnimLayer", type), nId});
         eKind = EKind::eLayer;
     }
     if (!m_builder.HasRoom())
         return false;
-    FbxAccess::SetId(*pObject, nId);
     if (const SFbxRecord* pProperties = record.Find("Properties70"))
         m_builder.ReadProperties(*pObject, *pProperties, true);
     if (eKind == EKind::eLayer)
@@ -195,7 +195,7 @@ bool Loader::ReadObject(const SFbxRecord& record)
 
 void Loader::ReadCurveNode(const SFbxRecord& record, int64_t nId)
 {
-    FbxAnimCurveNode* pNode = m_builder.AddCurveNode();
+    FbxAnimCurveNode* pNode = m_builder.Scene().AddCurveNode();
     SChannelNames names;
     size_t nChannels = 0;
     const SFbxRecord* pProperties = record.Find("Properties70");
@@ -205,15 +205,15 @@ void Loader::ReadCurveNode(const SFbxRecord& record, int64_t nId)
         const std::string_view name = p->Text(0);
         if (name.substr(0, 2) != "d|" || nChannels == FbxAnimCurveNode::kMaxChannels)
             continue;
-        auto& channel = FbxAccess::Channels(*pNode)[nChannels];
+        FbxAnimCurveNode::SChannel channel;
         if (const SFbxValue* pValue = p->Value(4))
         {
             channel.fDefault = pValue->AsDouble();
             channel.bHasDefault = true;
         }
+        pNode->SetChannel(nChannels, channel);
         names.names[nChannels++] = name;
     }
-    FbxAccess::ChannelCount(*pNode) = nChannels;
     SEntry& entry = Enter(nId, EKind::eCurveNode);
     entry.pCurveNode = pNode;
     entry.nCurveNode = static_cast<uint32_t>(m_channelNames.size());
@@ -360,8 +360,7 @@ bool Loader::ReadCurve(const SFbxRecord& record, int64_t nId)
     FbxArrayReader& arrays = m_builder.Arrays();
     const auto fail = [&](const std::string& sWhat)
     { return m_builder.Fail("animation curve " + std::to_string(nId) + ": " + sWhat); };
-    FbxAnimCurve* pCurve = m_builder.Arena().New<FbxAnimCurve>();
-    pCurve->pArena = &m_builder.Arena();
+    FbxAnimCurve* pCurve = m_builder.Scene().AddCurve();
     bool bAscending = true;
     uint32_t nValues = 0;
     if (!arrays.Timeline(pTimes, pCurve->pTimeline, bAscending) || !arrays.Floats(pValues, pCurve->pValues, nValues))
@@ -388,7 +387,7 @@ bool Loader::ReadCurve(const SFbxRecord& record, int64_t nId)
     bool bCubic = false;
     for (uint32_t n = 0; n < attributes.nEntries; ++n)
         bCubic |= (attributes.pFlags[n] & eFbxKey_Cubic) != 0;
-    if (bCubic && !arrays.Claim(nValues, sizeof(SFbxSegment)))
+    if (bCubic && !arrays.Claim(nValues, kFbxEvaluatedKeyBytes))
         return fail(arrays.Error());
     Enter(nId, EKind::eCurve).pCurve = pCurve;
     return true;
@@ -400,26 +399,25 @@ void Loader::ConnectObjects(const SEntry& source, const SEntry& target)
     {
         FbxNode& node = static_cast<FbxNode&>(*target.pObject);
         if (source.eKind == EKind::eNode)
-            m_builder.ConnectNode(static_cast<FbxNode&>(*source.pObject), node);
+            node.AddChild(static_cast<FbxNode*>(source.pObject));
         else if (source.eKind == EKind::eAttribute)
-            m_builder.ConnectAttribute(*source.pObject, node);
+            node.AddNodeAttribute(static_cast<FbxNodeAttribute*>(source.pObject));
     }
     else if (target.eKind == EKind::eStack && source.eKind == EKind::eLayer)
-        m_builder.ConnectLayer(static_cast<FbxAnimLayer&>(*source.pObject),
-                               static_cast<FbxAnimStack&>(*target.pObject));
+        static_cast<FbxAnimStack*>(target.pObject)->ConnectLayer(static_cast<FbxAnimLayer*>(source.pObject));
     else if (target.eKind == EKind::eLayer && source.eKind == EKind::eCurveNode)
-        m_builder.ConnectCurveNode(*source.pCurveNode, static_cast<FbxAnimLayer&>(*target.pObject));
+        source.pCurveNode->ConnectLayer(static_cast<FbxAnimLayer*>(target.pObject));
 }
 
 void Loader::ConnectProperty(const SEntry& source, const SEntry& target, std::string_view property)
 {
     if (source.eKind == EKind::eCurveNode && target.pObject)
-        m_builder.ConnectCurveNode(*source.pCurveNode, *target.pObject, property);
+        target.pObject->ConnectCurveNode(property, source.pCurveNode);
     if (source.eKind != EKind::eCurve || target.eKind != EKind::eCurveNode)
         return;
     FbxAnimCurveNode& node = *target.pCurveNode;
     SChannelNames& names = m_channelNames[target.nCurveNode];
-    size_t& nChannels = FbxAccess::ChannelCount(node);
+    const size_t nChannels = node.GetChannelCount();
     size_t nChannel = 0;
     while (nChannel < nChannels && names.names[nChannel] != property)
         ++nChannel;
@@ -430,10 +428,11 @@ void Loader::ConnectProperty(const SEntry& source, const SEntry& target, std::st
         nChannel = c == 'Y' ? 1 : c == 'Z' ? 2 : c == 'W' ? 3 : c == 'X' ? 0 : nChannels;
         if (nChannel >= FbxAnimCurveNode::kMaxChannels)
             return;
-        nChannels = std::max(nChannels, nChannel + 1);
         names.names[nChannel] = property;
     }
-    FbxAccess::Channels(node)[nChannel].pCurve = source.pCurve;
+    FbxAnimCurveNode::SChannel channel = node.GetChannel(nChannel);
+    channel.pCurve = source.pCurve;
+    node.SetChannel(nChannel, channel);
 }
 
 const SEntry* Loader::Lookup(int64_t nId) const
@@ -473,15 +472,18 @@ void Loader::ReadSpans()
         if (p->Is("Take"))
             if (const SFbxRecord* pTime = p->Find("LocalTime"))
                 spans.try_emplace(p->Text(0), pTime);
-    for (FbxAnimStack* pStack : FbxAccess::Stacks(m_builder.Scene()))
+    const FbxScene& scene = m_builder.Scene();
+    for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
     {
-        const bool bOwn = !FbxAccess::Properties(*pStack).empty();
+        FbxAnimStack* pStack = scene.GetAnimStack(n);
+        const bool bOwn = pStack->GetWrittenPropertyCount() > 0;
         const auto found = spans.find(pStack->GetName());
         if (!bOwn && found != spans.end())
-            m_builder.SetSpan(*pStack, found->second->Int(0), found->second->Int(1));
+            pStack->SetLocalTimeSpan(
+                {FbxTime::FromTicks(found->second->Int(0)), FbxTime::FromTicks(found->second->Int(1))});
         else
-            m_builder.SetSpan(*pStack, pStack->FindProperty("LocalStart").GetInt64(),
-                              pStack->FindProperty("LocalStop").GetInt64());
+            pStack->SetLocalTimeSpan({FbxTime::FromTicks(pStack->FindProperty("LocalStart").GetInt64()),
+                                      FbxTime::FromTicks(pStack->FindProperty("LocalStop").GetInt64())});
     }
 }
 

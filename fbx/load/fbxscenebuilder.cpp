@@ -1,6 +1,6 @@
 #include "fbx/load/fbxscenebuilder.h"
 
-#include "fbx/scene/fbxpropertytypes.h"
+#include "fbx/load/fbxpropertyrecord.h"
 
 #include <iterator>
 
@@ -70,76 +70,27 @@ FbxSceneBuilder::FbxSceneBuilder(FbxScene& scene, const SFbxRecordTree& tree, si
     : m_scene(scene),
       m_nMaxObjects(nFileBytes / kBytesPerObject + kObjectsOfAnyFile),
       m_sError(sError),
-      m_arrays(FbxAccess::Arena(scene), nFileBytes, tree.bBigEndian)
+      m_arrays(scene, nFileBytes, tree.bBigEndian)
 {
-    FbxAccess::SetTemplate(*scene.GetRootNode(), NodeTemplate(nullptr, true));
+    scene.GetRootNode()->SetTemplate(NodeTemplate(nullptr, true));
 }
 
 bool FbxSceneBuilder::HasRoom()
 {
-    return FbxAccess::Storage(m_scene).objects.size() <= m_nMaxObjects ||
-           Fail("the file has more objects than its size can hold");
+    return m_scene.GetObjectCount() <= m_nMaxObjects || Fail("the file has more objects than its size can hold");
 }
 
-FbxNode* FbxSceneBuilder::AddNode(std::string_view name, std::string_view type, const SFbxPropertyTemplate* pTemplate)
+FbxAnimStack* FbxSceneBuilder::AddStack(const SFbxIdentity& identity)
 {
-    auto pNode = std::make_unique<FbxNode>(&m_scene);
-    FbxNode* p = pNode.get();
-    FbxAccess::SetName(*p, name);
-    FbxAccess::SetTypeText(*p, type);
-    FbxAccess::SetTemplate(*p, pTemplate);
-    FbxAccess::Index(*p) = static_cast<int>(FbxAccess::Nodes(m_scene).size());
-    FbxAccess::Nodes(m_scene).push_back(p);
-    FbxAccess::Storage(m_scene).objects.push_back(std::move(pNode));
-    return p;
-}
-
-FbxNodeAttribute* FbxSceneBuilder::AddAttribute(std::string_view name, std::string_view type,
-                                                const SFbxPropertyTemplate* pTemplate)
-{
-    std::unique_ptr<FbxNodeAttribute> pAttribute;
-    if (type == "Camera")
-        pAttribute = std::make_unique<FbxCamera>(&m_scene);
-    else
-        pAttribute = std::make_unique<FbxNodeAttribute>(&m_scene);
-    FbxNodeAttribute* p = pAttribute.get();
-    FbxAccess::SetName(*p, name);
-    FbxAccess::SetTypeText(*p, type);
-    FbxAccess::SetTemplate(*p, pTemplate);
-    FbxAccess::Storage(m_scene).objects.push_back(std::move(pAttribute));
-    return p;
-}
-
-FbxAnimStack* FbxSceneBuilder::AddStack(std::string_view name, const SFbxPropertyTemplate* pTemplate)
-{
-    auto pStack = std::make_unique<FbxAnimStack>(&m_scene);
-    FbxAnimStack* p = pStack.get();
-    FbxAccess::SetName(*p, name);
-    FbxAccess::SetTemplate(*p, pTemplate);
-    FbxAccess::Stacks(m_scene).push_back(p);
-    FbxAccess::Storage(m_scene).objects.push_back(std::move(pStack));
-    return p;
-}
-
-FbxAnimLayer* FbxSceneBuilder::AddLayer(std::string_view name, const SFbxPropertyTemplate* pTemplate)
-{
-    auto pLayer = std::make_unique<FbxAnimLayer>(&m_scene);
-    FbxAnimLayer* p = pLayer.get();
-    FbxAccess::SetName(*p, name);
-    FbxAccess::SetTemplate(*p, pTemplate);
-    FbxAccess::Storage(m_scene).objects.push_back(std::move(pLayer));
-    return p;
-}
-
-FbxAnimCurveNode* FbxSceneBuilder::AddCurveNode()
-{
-    return &FbxAccess::Storage(m_scene).curveNodes.emplace_back();
+    FbxAnimStack* pStack = m_scene.AddAnimStack(identity);
+    m_scene.ConnectAnimStack(pStack);
+    return pStack;
 }
 
 const SFbxPropertyTemplate* FbxSceneBuilder::MakeTemplate(const SFbxRecord* pProperties, bool bLabel,
                                                           const SFbxPropertyData* pBuiltIn, size_t nBuiltIn)
 {
-    SFbxPropertyTemplate& made = FbxAccess::Storage(m_scene).templates.emplace_back();
+    SFbxPropertyTemplate& made = *m_scene.AddTemplate();
     for (const SFbxRecord* p = pProperties ? pProperties->pChild : nullptr; p; p = p->pNext)
     {
         SFbxPropertyData data;
@@ -173,67 +124,40 @@ const SFbxPropertyTemplate* FbxSceneBuilder::Template(const SFbxRecord* pPropert
     return MakeTemplate(pProperties, bLabel, nullptr, 0);
 }
 
-void FbxSceneBuilder::ReadProperties(FbxObject& object, const SFbxRecord& properties, bool bLabel)
+std::vector<SFbxPropertyData>& FbxSceneBuilder::ParseProperties(const SFbxRecord& properties, bool bLabel)
 {
-    std::vector<SFbxPropertyData>& list = FbxAccess::Properties(object);
-    size_t nCount = 0;
-    for (const SFbxRecord* p = properties.pChild; p; p = p->pNext)
-        ++nCount;
-    list.reserve(list.size() + nCount);
+    m_parsed.clear();
     for (const SFbxRecord* p = properties.pChild; p; p = p->pNext)
     {
-        list.emplace_back();
-        if (!FbxParseProperty(*p, bLabel, Arena(), list.back()))
-            list.pop_back();
+        m_parsed.emplace_back();
+        if (!FbxParseProperty(*p, bLabel, Arena(), m_parsed.back()))
+            m_parsed.pop_back();
     }
+    return m_parsed;
 }
 
-void FbxSceneBuilder::ConnectNode(FbxNode& child, FbxNode& parent)
+void FbxSceneBuilder::ReadProperties(FbxObject& object, const SFbxRecord& properties, bool bLabel)
 {
-    if (&child == m_scene.GetRootNode() || FbxAccess::Parent(child))
-        return;
-    FbxAccess::Parent(child) = &parent;
-    FbxAccess::Children(parent).push_back(&child);
-}
-
-void FbxSceneBuilder::ConnectAttribute(FbxObject& attribute, FbxNode& node)
-{
-    FbxAccess::Attributes(node).push_back(&attribute);
-}
-
-void FbxSceneBuilder::ConnectLayer(FbxAnimLayer& layer, FbxAnimStack& stack)
-{
-    FbxAccess::Layers(stack).push_back(&layer);
-}
-
-void FbxSceneBuilder::ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxAnimLayer& layer)
-{
-    if (FbxAccess::Layers(curveNode).size() < FbxAnimCurveNode::kMaxLayers)
-        FbxAccess::Layers(curveNode).push_back(&layer);
-}
-
-void FbxSceneBuilder::ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxObject& object, std::string_view property)
-{
-    FbxAccess::CurveNodes(object).push_back({Arena().CopyText(property), &curveNode});
-    ++FbxAccess::Links(curveNode);
-}
-
-void FbxSceneBuilder::SetSpan(FbxAnimStack& stack, int64_t nStart, int64_t nStop)
-{
-    FbxAccess::Span(stack) = {FbxTime::FromTicks(nStart), FbxTime::FromTicks(nStop)};
+    const std::vector<SFbxPropertyData>& parsed = ParseProperties(properties, bLabel);
+    object.AddProperties(parsed.data(), parsed.size());
 }
 
 void FbxSceneBuilder::ReadLayer(FbxAnimLayer& layer)
 {
-    const FbxProperty weight = layer.FindProperty("Weight");
-    const auto number = [&layer](std::string_view name)
-    {
-        const int64_t n = layer.FindProperty(name).GetInt64();
-        return n >= 0 && n <= 2 ? static_cast<int>(n) : 0;
-    };
-    FbxAccess::SetLayer(layer, weight.IsValid() ? weight.GetDouble() : 100.0, number("BlendMode"),
-                        number("RotationAccumulationMode"), number("ScaleAccumulationMode"),
-                        layer.FindProperty("Mute").GetBool(), layer.FindProperty("Solo").GetBool());
+    const auto number = [&layer](std::string_view name) { return layer.FindProperty(name).GetInt64(); };
+    SFbxLayerSettings settings;
+    if (const FbxProperty weight = layer.FindProperty("Weight"); weight.IsValid())
+        settings.fWeight = weight.GetDouble();
+    const int64_t nMode = number("BlendMode");
+    if (nMode == 1 || nMode == 2)
+        settings.eBlendMode = static_cast<EFbxBlendMode>(nMode);
+    // 0 by layer, 1 by channel; other numbers mean nothing.
+    const auto byChannel = [](int64_t n) { return n == 1 || n == 2; };
+    settings.bMixesRotations = !byChannel(number("RotationAccumulationMode"));
+    settings.bMixesScales = !byChannel(number("ScaleAccumulationMode"));
+    settings.bMute = layer.FindProperty("Mute").GetBool();
+    settings.bSolo = layer.FindProperty("Solo").GetBool();
+    layer.SetSettings(settings);
 }
 
 void FbxSceneBuilder::ReadSettings()
@@ -250,26 +174,25 @@ void FbxSceneBuilder::ReadSettings()
     if (axes.IsValid())
         settings.SetAxisSystem(axes);
     const FbxProperty unit = settings.FindProperty("UnitScaleFactor");
-    FbxAccess::SetSettings(settings, number("TimeMode", 0), settings.FindProperty("CustomFrameRate").GetDouble(),
-                           unit.IsValid() ? unit.GetDouble() : 1.0);
+    settings.SetTimeMode(number("TimeMode", 0), settings.FindProperty("CustomFrameRate").GetDouble());
+    settings.SetUnitScaleFactor(unit.IsValid() ? unit.GetDouble() : 1.0);
 }
 
 bool FbxSceneBuilder::FinishTree()
 {
     FbxNode* pRoot = m_scene.GetRootNode();
-    std::vector<FbxNode*>& nodes = FbxAccess::Nodes(m_scene);
-    for (FbxNode* pNode : nodes)
-        if (pNode != pRoot && !pNode->GetParent())
-            ConnectNode(*pNode, *pRoot);
+    const size_t nNodes = m_scene.GetNodeCount();
+    for (size_t n = 1; n < nNodes; ++n)
+        pRoot->AddChild(m_scene.GetNode(n));
 
     // Each node is walked over once: those known to lead to the root are not walked again.
-    std::vector<uint8_t> states(nodes.size(), 0);
+    std::vector<uint8_t> states(nNodes, 0);
     states[0] = 2;
     std::vector<FbxNode*> path;
-    for (FbxNode* pStart : nodes)
+    for (size_t n = 0; n < nNodes; ++n)
     {
         path.clear();
-        FbxNode* p = pStart;
+        FbxNode* p = m_scene.GetNode(n);
         for (; states[static_cast<size_t>(p->GetIndex())] == 0; p = p->GetParent())
         {
             states[static_cast<size_t>(p->GetIndex())] = 1;
@@ -285,29 +208,12 @@ bool FbxSceneBuilder::FinishTree()
 
 void FbxSceneBuilder::FinishStacks(std::string_view activeName)
 {
-    FbxAccess::Storage(m_scene).nTimelines = m_arrays.TimelineCount();
-    const std::vector<FbxAnimStack*>& stacks = FbxAccess::Stacks(m_scene);
-    FbxAnimStack* pCurrent = stacks.empty() ? nullptr : stacks.front();
-    for (FbxAnimStack* pStack : stacks)
-    {
-        if (activeName == pStack->GetName())
-        {
-            pCurrent = pStack;
-            break;
-        }
-    }
-    m_scene.SetCurrentAnimStack(pCurrent);
-}
-
-SFbxObjectName FbxSplitName(std::string_view text)
-{
-    const size_t nBinary = text.find(std::string_view("\0\1", 2));
-    if (nBinary != std::string_view::npos)
-        return {text.substr(0, nBinary), text.substr(nBinary + 2)};
-    const size_t nText = text.find("::");
-    if (nText != std::string_view::npos)
-        return {text.substr(nText + 2), text.substr(0, nText)};
-    return {text, {}};
+    const size_t nStacks = m_scene.GetAnimStackCount();
+    size_t nCurrent = 0;
+    while (nCurrent < nStacks && activeName != m_scene.GetAnimStack(nCurrent)->GetName())
+        ++nCurrent;
+    if (nStacks > 0)
+        m_scene.SetCurrentAnimStack(m_scene.GetAnimStack(nCurrent < nStacks ? nCurrent : 0));
 }
 
 bool FbxIsEditorCamera(std::string_view name)

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "fbx/file/fbxobjectname.h"
 #include "fbx/file/fbxrecord.h"
 #include "fbx/load/fbxarrays.h"
-#include "fbx/scene/fbxaccess.h"
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Makes the objects of a scene, whatever layout the file has them in.
 class FbxSceneBuilder
@@ -14,7 +15,7 @@ public:
     FbxSceneBuilder(FbxScene& scene, const SFbxRecordTree& tree, size_t nFileBytes, std::string& sError);
 
     FbxScene& Scene() { return m_scene; }
-    FbxArena& Arena() { return FbxAccess::Arena(m_scene); }
+    FbxArena& Arena() { return m_scene.GetMemory(); }
     FbxArrayReader& Arrays() { return m_arrays; }
     /// False, with a text, when the file makes more objects than its size can hold: an honest one spends more than
     /// kBytesPerObject bytes on each.
@@ -25,26 +26,18 @@ public:
         return false;
     }
 
-    FbxNode* AddNode(std::string_view name, std::string_view type, const SFbxPropertyTemplate* pTemplate);
-    FbxNodeAttribute* AddAttribute(std::string_view name, std::string_view type, const SFbxPropertyTemplate* pTemplate);
-    FbxAnimStack* AddStack(std::string_view name, const SFbxPropertyTemplate* pTemplate);
-    FbxAnimLayer* AddLayer(std::string_view name, const SFbxPropertyTemplate* pTemplate);
-    FbxAnimCurveNode* AddCurveNode();
+    /// Made and listed, but not made the current one.
+    FbxAnimStack* AddStack(const SFbxIdentity& identity);
 
     /// A template that is the file's properties completed by what objects of the class have in any case.
     const SFbxPropertyTemplate* NodeTemplate(const SFbxRecord* pProperties, bool bLabel);
     const SFbxPropertyTemplate* CameraTemplate(const SFbxRecord* pProperties, bool bLabel);
     const SFbxPropertyTemplate* Template(const SFbxRecord* pProperties, bool bLabel);
     void ReadProperties(FbxObject& object, const SFbxRecord& properties, bool bLabel);
+    /// Valid until the next call.
+    std::vector<SFbxPropertyData>& ParseProperties(const SFbxRecord& properties, bool bLabel);
 
-    /// The first parent counts: the tree stays a tree.
-    void ConnectNode(FbxNode& child, FbxNode& parent);
-    void ConnectAttribute(FbxObject& attribute, FbxNode& node);
-    void ConnectLayer(FbxAnimLayer& layer, FbxAnimStack& stack);
-    void ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxAnimLayer& layer);
-    void ConnectCurveNode(FbxAnimCurveNode& curveNode, FbxObject& object, std::string_view property);
-
-    void SetSpan(FbxAnimStack& stack, int64_t nStart, int64_t nStop);
+    /// Sets a layer as its properties tell.
     void ReadLayer(FbxAnimLayer& layer);
     /// Reads axes, time mode and unit from the settings' properties.
     void ReadSettings();
@@ -64,15 +57,8 @@ private:
     size_t m_nMaxObjects;
     std::string& m_sError;
     FbxArrayReader m_arrays;
+    std::vector<SFbxPropertyData> m_parsed;
 };
-
-/// A file's name of an object, apart: "Model::Box" in text, "Box", 0, 1, "Model" in binary files.
-struct SFbxObjectName
-{
-    std::string_view name;
-    std::string_view className;
-};
-SFbxObjectName FbxSplitName(std::string_view text);
 
 /// Cameras that editors put into files for their own views; they are no part of the scene.
 bool FbxIsEditorCamera(std::string_view name);

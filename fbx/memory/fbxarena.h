@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 /// Memory that is given back all at once. Nothing in it is destroyed, so only plain data may live here.
@@ -54,16 +55,7 @@ public:
     }
 
 private:
-    void Grow(size_t nBytes)
-    {
-        // A request that is large beside a block gets memory of its own size; the rest grows by doubling, so that the
-        // unused tail stays below what is in use.
-        m_nNext = m_nNext < (size_t(1) << 20) ? m_nNext * 2 : m_nNext;
-        const size_t nSize = nBytes > m_nNext / 4 ? nBytes + 64 : m_nNext;
-        m_blocks.push_back(std::unique_ptr<std::byte[]>(new std::byte[nSize]));
-        m_pBlock = m_blocks.back().get();
-        m_nBlock = nSize;
-    }
+    void Grow(size_t nBytes);
 
     std::vector<std::unique_ptr<std::byte[]>> m_blocks;
     std::byte* m_pBlock = nullptr;

@@ -17,7 +17,22 @@ public:
     static constexpr size_t kMaxChannels = 4;
     static constexpr size_t kMaxLayers = 16; ///< further connections of one node to layers are left out
 
+    struct SChannel
+    {
+        const FbxAnimCurve* pCurve = nullptr;
+        double fDefault = 0.0;
+        double fFactor = 1.0; ///< on the curve's values: -1 where the axis conversion turned it about
+        bool bHasDefault = false;
+
+        /// A curve without keys is none.
+        bool IsAnimated() const;
+    };
+
+    /// One more than the last that was set.
     size_t GetChannelCount() const { return m_nChannels; }
+    /// Of a channel that was not set: no curve, and no value of its own. nChannel is below kMaxChannels.
+    const SChannel& GetChannel(size_t nChannel) const { return m_channels[nChannel]; }
+    void SetChannel(size_t nChannel, const SChannel& channel);
     /// Null when the channel has no curve.
     const FbxAnimCurve* GetCurve(size_t nChannel) const { return m_channels[nChannel].pCurve; }
 
@@ -28,23 +43,16 @@ public:
 
     /// A layer may hold the node with others: a curve node that serves two takes is in a layer of each.
     bool IsInLayer(const FbxAnimLayer* pLayer) const;
+    const std::vector<const FbxAnimLayer*>& GetLayers() const { return m_layers; }
+    void ConnectLayer(const FbxAnimLayer* pLayer);
 
 private:
-    friend class FbxAnimEvaluator;
-    friend struct FbxAccess;
-
-    struct SChannel
-    {
-        const FbxAnimCurve* pCurve = nullptr;
-        double fDefault = 0.0;
-        double fFactor = 1.0; ///< on the curve's values: -1 where the axis conversion turned it about
-        bool bHasDefault = false;
-    };
+    friend class FbxObject;
 
     std::array<SChannel, kMaxChannels> m_channels;
     size_t m_nChannels = 0;
-    uint32_t m_nLinks = 0; ///< properties that it is connected to
-    std::vector<FbxAnimLayer*> m_layers;
+    uint32_t m_nProperties = 0; ///< that it is connected to
+    std::vector<const FbxAnimLayer*> m_layers;
 };
 
 /// How a layer joins those below it.
@@ -55,34 +63,33 @@ enum class EFbxBlendMode : int
     eOverridePassthrough = 2
 };
 
+struct SFbxLayerSettings
+{
+    double fWeight = 100.0; ///< 0 to 100
+    EFbxBlendMode eBlendMode = EFbxBlendMode::eAdditive;
+    bool bMixesRotations = true; ///< angles mix as the rotations they make; else channel by channel
+    bool bMixesScales = true;    ///< scales mix as factors; else channel by channel
+    bool bMute = false;
+    bool bSolo = false;
+};
+
 class FbxAnimLayer : public FbxObject
 {
 public:
-    explicit FbxAnimLayer(FbxScene* pScene) : FbxObject(pScene) {}
+    using FbxObject::FbxObject;
 
-    double GetWeight() const { return m_fWeight; } ///< 0 to 100
-    EFbxBlendMode GetBlendMode() const { return m_eBlendMode; }
-    bool GetMute() const { return m_bMute; }
-    bool GetSolo() const { return m_bSolo; }
+    const SFbxLayerSettings& GetSettings() const { return m_settings; }
+    void SetSettings(const SFbxLayerSettings& settings);
 
 private:
-    friend class FbxAnimEvaluator;
-    friend struct FbxAccess;
-
-    double m_fWeight = 100.0;
-    EFbxBlendMode m_eBlendMode = EFbxBlendMode::eAdditive;
-    int m_nRotationMode = 0; ///< rotations add up 0 by layer (as rotations), 1 by channel
-    int m_nScaleMode = 0;    ///< scales 0 multiply, 1 add
-    bool m_bMute = false;
-    bool m_bSolo = false;
-    int m_nPlace = -1; ///< in the current stack, as the evaluator sees it; -1 when it does not count
+    SFbxLayerSettings m_settings;
 };
 
 /// One animation of a scene: its layers, lowest first.
 class FbxAnimStack : public FbxObject
 {
 public:
-    explicit FbxAnimStack(FbxScene* pScene) : FbxObject(pScene) {}
+    using FbxObject::FbxObject;
 
     /// A stack without layers that the scene owns and does not list: see FbxScene::ConnectAnimStack.
     static FbxAnimStack* Create(FbxScene* pScene, std::string_view name);
@@ -95,9 +102,9 @@ public:
     void SetLocalTimeSpan(const FbxTimeSpan& span) { m_span = span; }
 
 private:
-    friend class FbxAnimEvaluator;
-    friend struct FbxAccess;
+    friend class FbxScene;
 
     std::vector<FbxAnimLayer*> m_layers;
     FbxTimeSpan m_span;
+    bool m_bListed = false; ///< among the scene's stacks
 };

@@ -1,7 +1,7 @@
 #include "fbx/scene/fbxaxissystem.h"
 
-#include "fbx/scene/fbxaccess.h"
 #include "fbx/scene/fbxmath.h"
+#include "fbx/scene/fbxscene.h"
 
 namespace
 {
@@ -28,37 +28,21 @@ struct STurn
 
 void Set(FbxNode& node, std::string_view name, const FbxVector3& v)
 {
-    SFbxPropertyData& data = FbxAccess::Edit(node, name, EFbxType::eDouble3, "Vector3D");
-    data.values[0] = v.x;
-    data.values[1] = v.y;
-    data.values[2] = v.z;
+    node.OwnProperty(name, "Vector3D").SetVector3(v);
 }
 
-void SetInteger(FbxNode& node, std::string_view name, EFbxType eType, std::string_view typeName, int64_t nValue)
-{
-    SFbxPropertyData& data = FbxAccess::Edit(node, name, eType, typeName);
-    data.integer = nValue;
-    data.values[0] = static_cast<double>(nValue);
-}
-
-void TurnCurves(FbxScene& scene, FbxNode& node, const STurn& turn, const FbxVector3& fallback)
+void TurnCurves(FbxNode& node, const STurn& turn, const FbxVector3& fallback)
 {
     const double fixed[3] = {fallback.x, fallback.y, fallback.z};
-    for (FbxAccess::SCurveNodeLink& link : FbxAccess::CurveNodes(node))
+    for (size_t nLink = 0; nLink < node.GetCurveNodes().size(); ++nLink)
     {
-        if (link.property != "Lcl Translation")
+        if (node.GetCurveNodes()[nLink].property != "Lcl Translation")
             continue;
-        // One that serves other properties as well must go on serving them as it was.
-        if (FbxAccess::Links(*link.pCurveNode) > 1)
-        {
-            --FbxAccess::Links(*link.pCurveNode);
-            link.pCurveNode = &FbxAccess::Storage(scene).curveNodes.emplace_back(*link.pCurveNode);
-            FbxAccess::Links(*link.pCurveNode) = 1;
-        }
-        auto& channels = FbxAccess::Channels(*link.pCurveNode);
-        auto before = channels;
+        FbxAnimCurveNode& curveNode = node.OwnCurveNode(nLink);
+        FbxAnimCurveNode::SChannel before[3];
         for (size_t n = 0; n < 3; ++n)
         {
+            before[n] = curveNode.GetChannel(n);
             if (before[n].bHasDefault || before[n].pCurve)
                 continue;
             before[n].fDefault = fixed[n];
@@ -66,19 +50,19 @@ void TurnCurves(FbxScene& scene, FbxNode& node, const STurn& turn, const FbxVect
         }
         for (size_t n = 0; n < 3; ++n)
         {
-            channels[n] = before[static_cast<size_t>(turn.nFrom[n])];
-            channels[n].fDefault *= turn.fSign[n];
-            channels[n].fFactor *= turn.fSign[n];
+            FbxAnimCurveNode::SChannel turned = before[turn.nFrom[n]];
+            turned.fDefault *= turn.fSign[n];
+            turned.fFactor *= turn.fSign[n];
+            curveNode.SetChannel(n, turned);
         }
-        FbxAccess::ChannelCount(*link.pCurveNode) = 3;
     }
 }
 
 /// Puts the turn before everything the node does: global becomes turn times global.
-void TurnNode(FbxScene& scene, FbxNode& node, const STurn& turn)
+void TurnNode(FbxNode& node, const STurn& turn)
 {
     const FbxVector3 translation = node.FindProperty("Lcl Translation").GetVector3();
-    TurnCurves(scene, node, turn, translation);
+    TurnCurves(node, turn, translation);
     Set(node, "Lcl Translation", turn(translation));
 
     // Rotation offset and pivot stand outside of the rotation, the pivot's return inside of it: only the outer part
@@ -102,9 +86,9 @@ void TurnNode(FbxScene& scene, FbxNode& node, const STurn& turn)
     if (node.FindProperty("PostRotation").IsValid())
         Set(node, "PostRotation", none);
     if (node.FindProperty("RotationOrder").GetInt64() != 0)
-        SetInteger(node, "RotationOrder", EFbxType::eEnum, "enum", 0);
+        node.OwnProperty("RotationOrder", "enum").SetInt64(0);
     if (node.FindProperty("RotationSpaceForLimitOnly").GetBool())
-        SetInteger(node, "RotationSpaceForLimitOnly", EFbxType::eBool, "bool", 0);
+        node.OwnProperty("RotationSpaceForLimitOnly", "bool").SetBool(false);
     node.SetRotationActive(true);
 }
 
@@ -157,7 +141,7 @@ void FbxAxisSystem::ConvertScene(FbxScene* pScene) const
     FbxNode* pRoot = pScene->GetRootNode();
     for (size_t i = 0; i < pRoot->GetChildCount(); ++i)
         if (pRoot->GetChild(i)->GetParent() == pRoot)
-            TurnNode(*pScene, *pRoot->GetChild(i), turn);
+            TurnNode(*pRoot->GetChild(i), turn);
     pScene->GetGlobalSettings().SetAxisSystem(*this);
     pScene->GetAnimationEvaluator()->Invalidate();
 }

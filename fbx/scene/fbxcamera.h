@@ -6,7 +6,7 @@
 class FbxNodeAttribute : public FbxObject
 {
 public:
-    explicit FbxNodeAttribute(FbxScene* pScene) : FbxObject(pScene) {}
+    using FbxObject::FbxObject;
     virtual bool IsCamera() const { return false; }
 };
 
@@ -14,7 +14,7 @@ public:
 class FbxCamera : public FbxNodeAttribute
 {
 public:
-    explicit FbxCamera(FbxScene* pScene) : FbxNodeAttribute(pScene) {}
+    using FbxNodeAttribute::FbxNodeAttribute;
     bool IsCamera() const override { return true; }
 
     /// Degrees, from a focal length in millimetres and the film's size ("FilmWidth", "FilmHeight", inches): the

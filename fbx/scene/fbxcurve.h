@@ -1,8 +1,8 @@
 #pragma once
 
-#include "fbx/memory/fbxarena.h"
 #include "fbx/scene/fbxtime.h"
 
+#include <cstddef>
 #include <cstdint>
 
 /// Key times, ascending. Curves of one file that were keyed together share them.
@@ -27,26 +27,6 @@ struct SFbxExtrapolation
 {
     EFbxExtrapolation eType = EFbxExtrapolation::eConstant;
     int32_t nRepetition = -1; ///< -1 without end, 0 none beyond
-};
-
-/// How a curve gets from one key to the next.
-enum class EFbxSegment : uint8_t
-{
-    eStep,     ///< holds this key's value
-    eStepNext, ///< has the next key's value at once
-    eLinear,
-    eCubic, ///< weights are a third: the curve's parameter is time itself
-    eCubicWeighted
-};
-
-/// One span between two keys. Slopes are units a second, weights parts of the span.
-struct SFbxSegment
-{
-    float fSlopeRight;
-    float fSlopeNextLeft;
-    float fWeightRight;
-    float fWeightNextLeft;
-    EFbxSegment eKind;
 };
 
 /// Attributes as files store them: entry i holds for nCount[i] keys. Four words a key: right slope, next left slope,
@@ -76,7 +56,10 @@ enum EFbxKeyFlags : uint32_t
     eFbxKey_WeightedNextLeft = 0x2000000
 };
 
-/// Values over time. Lives in its scene's memory.
+/// What an evaluator may keep of each key of a curve with cubic keys, which whoever bounds a scene's memory counts.
+constexpr size_t kFbxEvaluatedKeyBytes = 20;
+
+/// Values over time. Lives in its scene's memory; made by FbxScene::AddCurve.
 class FbxAnimCurve
 {
 public:
@@ -84,27 +67,10 @@ public:
     FbxTime GetKeyTime(size_t nKey) const { return FbxTime::FromTicks(pTimeline->pTimes[nKey]); }
     float GetKeyValue(size_t nKey) const { return pValues[nKey]; }
 
-    /// Spans between keys, one for each key; made from the attributes when first asked for. Null when all spans are
-    /// of the one kind that eOnly then names.
-    const SFbxSegment* GetSegments(EFbxSegment& eOnly) const;
-    /// True when the curve has one value at all times.
-    bool IsFlat() const;
-
     const SFbxTimeline* pTimeline = nullptr;
     const float* pValues = nullptr;
     SFbxKeyAttributes attributes;
     SFbxExtrapolation pre;
     SFbxExtrapolation post;
-    FbxArena* pArena = nullptr; ///< of the scene, for the segments
-
-private:
-    mutable const SFbxSegment* m_pSegments = nullptr;
-    mutable EFbxSegment m_eOnly = EFbxSegment::eLinear;
-    mutable bool m_bPrepared = false;
+    uint32_t nIndex = 0; ///< among the curves of the scene
 };
-
-/// Value within a span; u is the part of its time that has passed, 0 to 1.
-double FbxEvaluateSegment(const SFbxSegment& segment, double fValue, double fNext, double fSeconds, double u);
-
-/// Fills the segments of a curve from the attributes of its keys.
-void FbxSolveTangents(const FbxAnimCurve& curve, SFbxSegment* pSegments);

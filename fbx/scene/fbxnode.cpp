@@ -1,12 +1,26 @@
 #include "fbx/scene/fbxnode.h"
 
-#include "fbx/scene/fbxaccess.h"
+#include "fbx/scene/fbxcamera.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <algorithm>
 
-FbxNode::FbxNode(FbxScene* pScene) : FbxObject(pScene) {}
+FbxNode* FbxNode::Create(FbxNode* pContainer, std::string_view name)
+{
+    FbxScene& scene = *pContainer->GetScene();
+    FbxNode* pNode = scene.AddNode({name, "Null", scene.GetRootNode()->GetTemplate()});
+    pContainer->AddChild(pNode);
+    return pNode;
+}
 
-FbxNode::~FbxNode() = default;
+void FbxNode::AddChild(FbxNode* pChild)
+{
+    if (pChild->m_pParent || pChild == GetScene()->GetRootNode())
+        return;
+    pChild->m_pParent = this;
+    m_children.push_back(pChild);
+    GetScene()->GetAnimationEvaluator()->Invalidate();
+}
 
 void FbxNode::RemoveChild(FbxNode* pChild)
 {
@@ -35,21 +49,13 @@ bool FbxNode::GetRotationActive() const
 
 void FbxNode::SetRotationActive(bool bActive)
 {
-    SFbxPropertyData& data = FbxAccess::Edit(*this, "RotationActive", EFbxType::eBool, "bool");
-    data.integer = bActive;
-    data.values[0] = bActive ? 1.0 : 0.0;
-    GetScene()->GetAnimationEvaluator()->Invalidate();
+    OwnProperty("RotationActive", "bool").SetBool(bActive);
 }
 
 void FbxNode::SetPostRotation(int nPivotSet, const FbxVector3& degrees)
 {
-    if (nPivotSet != 0)
-        return;
-    SFbxPropertyData& data = FbxAccess::Edit(*this, "PostRotation", EFbxType::eDouble3, "Vector3D");
-    data.values[0] = degrees.x;
-    data.values[1] = degrees.y;
-    data.values[2] = degrees.z;
-    GetScene()->GetAnimationEvaluator()->Invalidate();
+    if (nPivotSet == 0)
+        OwnProperty("PostRotation", "Vector3D").SetVector3(degrees);
 }
 
 FbxTransform FbxNode::EvaluateLocalTransform(FbxTime time) const

@@ -5,14 +5,16 @@
 #include "fbx/scene/fbxtransform.h"
 
 class FbxCamera;
+class FbxNodeAttribute;
 
 /// A node of the scene's tree. One that a file connects to several parents stands below the first of them, one that it
 /// connects to none below the root. Its transforms come from the scene's evaluator on the scene's current stack.
 class FbxNode : public FbxObject
 {
 public:
-    explicit FbxNode(FbxScene* pScene);
-    ~FbxNode() override;
+    FbxNode(FbxScene* pScene, const SFbxIdentity& identity, int nIndex) : FbxObject(pScene, identity), m_nIndex(nIndex)
+    {
+    }
 
     /// A new node without attribute or transform: the last child of pContainer, and the last of its scene's nodes.
     static FbxNode* Create(FbxNode* pContainer, std::string_view name);
@@ -21,6 +23,8 @@ public:
     FbxNode* GetParent() const { return m_pParent; }
     size_t GetChildCount() const { return m_children.size(); }
     FbxNode* GetChild(size_t nIndex) const { return m_children[nIndex]; }
+    /// Behind the children that it has. One that has a parent stays there, and the root is nobody's child.
+    void AddChild(FbxNode* pChild);
     /// Takes a child out of the tree, with all below it. It stays in the scene's list of nodes.
     void RemoveChild(FbxNode* pChild);
 
@@ -29,7 +33,8 @@ public:
 
     size_t GetNodeAttributeCount() const { return m_attributes.size(); }
     /// GetTypeText() of an attribute tells its kind.
-    FbxObject* GetNodeAttribute(size_t nIndex) const { return m_attributes[nIndex]; }
+    FbxNodeAttribute* GetNodeAttribute(size_t nIndex) const { return m_attributes[nIndex]; }
+    void AddNodeAttribute(FbxNodeAttribute* pAttribute) { m_attributes.push_back(pAttribute); }
     /// Null unless the default attribute is a camera: the one that "DefaultAttributeIndex" names, else the first.
     FbxCamera* GetCamera() const;
 
@@ -48,12 +53,8 @@ public:
     FbxMatrix4 EvaluateGlobalMatrix(FbxTime time) const;
 
 private:
-    friend class FbxScene;
-    friend class FbxAnimEvaluator;
-    friend struct FbxAccess;
-
     FbxNode* m_pParent = nullptr;
     std::vector<FbxNode*> m_children;
-    std::vector<FbxObject*> m_attributes;
-    int m_nIndex = 0;
+    std::vector<FbxNodeAttribute*> m_attributes;
+    int m_nIndex;
 };

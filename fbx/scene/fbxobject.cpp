@@ -1,7 +1,8 @@
 #include "fbx/scene/fbxobject.h"
 
-#include "fbx/scene/fbxaccess.h"
-#include "fbx/scene/fbxpropertytypes.h"
+#include "fbx/scene/fbxanim.h"
+#include "fbx/scene/fbxscene.h"
+#include "fbx/types/fbxpropertytypes.h"
 
 #include <algorithm>
 #include <bit>
@@ -32,7 +33,14 @@ const SFbxPropertyData* Find(const std::vector<SFbxPropertyData>& properties, st
 
 } // namespace
 
-FbxObject::FbxObject(FbxScene* pScene) : m_pScene(pScene) {}
+FbxObject::FbxObject(FbxScene* pScene, const SFbxIdentity& identity)
+    : m_pScene(pScene),
+      m_sName(identity.name),
+      m_sTypeText(identity.type),
+      m_nId(identity.nId),
+      m_pTemplate(identity.pTemplate)
+{
+}
 
 FbxObject::~FbxObject() = default;
 
@@ -98,18 +106,9 @@ FbxProperty FbxObject::GetProperty(size_t nIndex) const
     }
 }
 
-std::pair<const FbxObject::SActiveLink*, const FbxObject::SActiveLink*>
-FbxObject::ActiveLinks(std::string_view property) const
+SFbxPropertyData& FbxObject::EditProperty(std::string_view name, std::string_view typeName)
 {
-    const auto [first, last] =
-        std::equal_range(m_activeLinks.begin(), m_activeLinks.end(), SActiveLink{property, 0, nullptr},
-                         [](const SActiveLink& a, const SActiveLink& b) { return a.property < b.property; });
-    return {m_activeLinks.data() + (first - m_activeLinks.begin()),
-            m_activeLinks.data() + (last - m_activeLinks.begin())};
-}
-
-SFbxPropertyData& FbxObject::EditProperty(std::string_view name, EFbxType eType, std::string_view typeName)
-{
+    m_pScene->GetAnimationEvaluator()->Invalidate();
     if (const SFbxPropertyData* pOwn = Find(m_properties, name, true))
         return const_cast<SFbxPropertyData&>(*pOwn);
     m_bMarked = false;
@@ -117,10 +116,50 @@ SFbxPropertyData& FbxObject::EditProperty(std::string_view name, EFbxType eType,
     if (pDefault)
         return m_properties.emplace_back(*pDefault);
     SFbxPropertyData& data = m_properties.emplace_back();
-    data.name = FbxAccess::Arena(*m_pScene).CopyText(name);
-    data.eType = eType;
+    data.name = m_pScene->GetMemory().CopyText(name);
     const SFbxTypeInfo* pType = FbxFindType(typeName);
+    data.eType = pType ? pType->eType : EFbxType::eUndefined;
     data.typeName = pType ? pType->name : std::string_view("");
     data.nChannels = pType ? pType->nChannels : uint8_t(1);
     return data;
+}
+
+FbxProperty FbxObject::OwnProperty(std::string_view name, std::string_view typeName)
+{
+    SFbxPropertyData& data = EditProperty(name, typeName);
+    const SFbxTypeInfo* pType = FbxFindType(typeName);
+    if (pType && pType->nChannels != data.nChannels)
+    {
+        data.eType = pType->eType;
+        data.typeName = pType->name;
+        data.nChannels = pType->nChannels;
+    }
+    return {this, &data};
+}
+
+void FbxObject::AddProperties(const SFbxPropertyData* pFirst, size_t nCount)
+{
+    m_bMarked = false;
+    m_properties.insert(m_properties.end(), pFirst, pFirst + nCount);
+    m_pScene->GetAnimationEvaluator()->Invalidate();
+}
+
+void FbxObject::ConnectCurveNode(std::string_view property, FbxAnimCurveNode* pCurveNode)
+{
+    m_curveNodes.push_back({m_pScene->GetMemory().CopyText(property), pCurveNode});
+    ++pCurveNode->m_nProperties;
+    m_pScene->GetAnimationEvaluator()->Invalidate();
+}
+
+FbxAnimCurveNode& FbxObject::OwnCurveNode(size_t nLink)
+{
+    FbxAnimCurveNode*& pNode = m_curveNodes[nLink].pCurveNode;
+    if (pNode->m_nProperties > 1)
+    {
+        --pNode->m_nProperties;
+        pNode = m_pScene->AddCurveNode(*pNode);
+        pNode->m_nProperties = 1;
+    }
+    m_pScene->GetAnimationEvaluator()->Invalidate();
+    return *pNode;
 }

@@ -2,21 +2,11 @@
 
 #include "fbx/scene/fbxanim.h"
 #include "fbx/scene/fbxobject.h"
-#include "fbx/scene/fbxpropertytypes.h"
 #include "fbx/scene/fbxscene.h"
+#include "fbx/types/fbxpropertytypes.h"
 
 #include <charconv>
 #include <cmath>
-
-const char* FbxTypeName(EFbxType eType)
-{
-    static constexpr const char* names[] = {"Undefined", "Char",      "UChar",     "Short",   "UShort",    "UInteger",
-                                            "LongLong",  "ULongLong", "HalfFloat", "Bool",    "Integer",   "Float",
-                                            "Double",    "Double2",   "Double3",   "Double4", "Double4x4", "Enum",
-                                            "String",    "Time",      "Reference", "Blob",    "Distance",  "DateTime"};
-    const int nType = static_cast<int>(eType);
-    return nType >= 0 && nType < static_cast<int>(std::size(names)) ? names[nType] : "Undefined";
-}
 
 namespace
 {
@@ -92,9 +82,7 @@ FbxAnimCurveNode* FbxProperty::GetCurveNode() const
 {
     if (!m_pData || !m_pObject || m_pObject->m_curveNodes.empty())
         return nullptr;
-    m_pObject->GetScene()->GetAnimationEvaluator()->Prepare();
-    const auto [pFirst, pLast] = m_pObject->ActiveLinks(m_pData->name);
-    return pFirst != pLast ? pFirst->pCurveNode : nullptr;
+    return m_pObject->GetScene()->GetAnimationEvaluator()->FindCurveNode(*this);
 }
 
 bool FbxProperty::GetBool() const

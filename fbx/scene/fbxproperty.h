@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fbx/scene/fbxtransform.h"
+#include "fbx/types/fbxpropertytypes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,51 +10,6 @@
 
 class FbxObject;
 class FbxAnimCurveNode;
-
-/// Data type of a property. The numbers are the ones that users of such libraries know.
-enum class EFbxType : int
-{
-    eUndefined = 0,
-    eChar = 1,
-    eUChar = 2,
-    eShort = 3,
-    eUShort = 4,
-    eUInt = 5,
-    eLongLong = 6,
-    eULongLong = 7,
-    eHalfFloat = 8,
-    eBool = 9,
-    eInt = 10,
-    eFloat = 11,
-    eDouble = 12,
-    eDouble2 = 13,
-    eDouble3 = 14,
-    eDouble4 = 15,
-    eDouble4x4 = 16,
-    eEnum = 17,
-    eString = 18,
-    eTime = 19,
-    eReference = 20,
-    eBlob = 21,
-    eDistance = 22,
-    eDateTime = 23
-};
-
-/// Readable name for messages: "Bool", "Integer", "Double3".
-const char* FbxTypeName(EFbxType eType);
-
-/// Flags of a property, as bits. `A` `+` `U` `H` `N` are the letters that files write; locked and muted are masks of
-/// three channel bits each.
-enum EFbxPropertyFlags : uint32_t
-{
-    eFbxFlag_Animatable = 1u << 0,
-    eFbxFlag_Animated = 1u << 1,
-    eFbxFlag_UserDefined = 1u << 2,
-    eFbxFlag_Hidden = 1u << 3,
-    eFbxFlag_NotSaved = 1u << 4,
-    eFbxFlag_LockedShift = 8,
-    eFbxFlag_MutedShift = 12
-};
 
 /// The stored form of one property: private to the library, FbxProperty is how it is read.
 struct SFbxPropertyData
@@ -105,6 +61,11 @@ public:
     // Change the static value, converted to the property's type; false when that type can't hold it. The texts "true"
     // and "false" stand for bools in text.
     bool SetBool(bool bValue);
+    bool SetInt64(int64_t nValue);
+    bool SetDouble(double fValue);
+    bool SetVector3(const FbxVector3& v);
+    /// One number of up to four.
+    bool SetChannel(size_t nChannel, double fValue);
     bool SetString(std::string_view text);
     bool SetMatrix(const FbxMatrix4& matrix);
 

@@ -1,36 +1,74 @@
 #include "fbx/scene/fbxscene.h"
 
-#include "fbx/scene/fbxaccess.h"
-#include "fbx/scene/fbxmanagerowned.h"
-
 #include <algorithm>
 
 FbxScene::FbxScene(FbxManager* pManager, const char* szName)
-    : FbxObject(this),
+    : FbxObject(this, {szName ? szName : ""}),
       m_pManager(pManager),
-      m_pStorage(std::make_unique<SStorage>()),
-      m_pSettings(std::make_unique<FbxGlobalSettings>(this)),
-      m_pEvaluator(std::make_unique<FbxAnimEvaluator>(this))
+      m_pSettings(std::make_unique<FbxGlobalSettings>(this, SFbxIdentity())),
+      m_pEvaluator(pManager->GetEvaluatorFactory()(*this))
 {
-    FbxAccess::SetName(*this, szName ? szName : "");
-    auto pRoot = std::make_unique<FbxNode>(this);
-    FbxAccess::SetName(*pRoot, "RootNode");
-    m_nodes.push_back(pRoot.get());
-    m_pStorage->objects.push_back(std::move(pRoot));
+    AddNode({"RootNode"});
 }
 
 FbxScene::~FbxScene() = default;
 
 FbxScene* FbxScene::Create(FbxManager* pManager, const char* szName)
 {
-    auto& scenes = pManager->m_pOwned->scenes;
-    scenes.push_back(std::unique_ptr<FbxScene>(new FbxScene(pManager, szName)));
-    return scenes.back().get();
+    return pManager->Own(std::unique_ptr<FbxScene>(new FbxScene(pManager, szName)));
 }
 
 void FbxScene::Destroy()
 {
-    std::erase_if(m_pManager->m_pOwned->scenes, [this](const auto& p) { return p.get() == this; });
+    m_pManager->End(this);
+}
+
+template <class T, class... TArguments>
+T* FbxScene::Make(TArguments&&... arguments)
+{
+    auto pMade = std::make_unique<T>(this, std::forward<TArguments>(arguments)...);
+    T* p = pMade.get();
+    p->m_nObject = static_cast<int>(m_objects.size());
+    m_objects.push_back(std::move(pMade));
+    m_pEvaluator->Invalidate();
+    return p;
+}
+
+FbxNode* FbxScene::AddNode(const SFbxIdentity& identity)
+{
+    m_nodes.push_back(Make<FbxNode>(identity, static_cast<int>(m_nodes.size())));
+    return m_nodes.back();
+}
+
+FbxNodeAttribute* FbxScene::AddAttribute(const SFbxIdentity& identity)
+{
+    if (identity.type == "Camera")
+        return Make<FbxCamera>(identity);
+    return Make<FbxNodeAttribute>(identity);
+}
+
+FbxAnimStack* FbxScene::AddAnimStack(const SFbxIdentity& identity)
+{
+    return Make<FbxAnimStack>(identity);
+}
+
+FbxAnimLayer* FbxScene::AddAnimLayer(const SFbxIdentity& identity)
+{
+    return Make<FbxAnimLayer>(identity);
+}
+
+FbxAnimCurve* FbxScene::AddCurve()
+{
+    FbxAnimCurve* pCurve = m_memory.New<FbxAnimCurve>();
+    pCurve->nIndex = m_nCurves++;
+    return pCurve;
+}
+
+const SFbxTimeline* FbxScene::AddTimeline(const int64_t* pTimes, uint32_t nKeys)
+{
+    SFbxTimeline* pTimeline = m_memory.New<SFbxTimeline>();
+    *pTimeline = {pTimes, nKeys, m_nTimelines++};
+    return pTimeline;
 }
 
 FbxNode* FbxScene::FindNodeByName(std::string_view name) const
@@ -50,13 +88,28 @@ FbxNode* FbxScene::FindNodeByName(std::string_view name) const
     return nullptr;
 }
 
+void FbxScene::ConnectAnimStack(FbxAnimStack* pStack)
+{
+    if (!pStack->m_bListed)
+        m_stacks.push_back(pStack);
+    pStack->m_bListed = true;
+    if (!m_pCurrentStack)
+        SetCurrentAnimStack(pStack);
+}
+
+void FbxScene::DisconnectAnimStack(FbxAnimStack* pStack)
+{
+    if (!pStack->m_bListed)
+        return;
+    pStack->m_bListed = false;
+    // From the back: who disconnects all of them does so in linear time from there.
+    m_stacks.erase(std::next(std::find(m_stacks.rbegin(), m_stacks.rend(), pStack)).base());
+    if (m_pCurrentStack == pStack)
+        SetCurrentAnimStack(m_stacks.empty() ? nullptr : m_stacks.front());
+}
+
 void FbxScene::SetCurrentAnimStack(FbxAnimStack* pStack)
 {
     m_pCurrentStack = pStack;
     m_pEvaluator->Invalidate();
-}
-
-double FbxGlobalSettings::GetFrameRate() const
-{
-    return FbxTime::GetFrameRate(m_nTimeMode, m_fCustomFrameRate);
 }

@@ -1,21 +1,23 @@
 #pragma once
 
-#include "fbx/evaluate/fbxevaluator.h"
+#include "fbx/memory/fbxarena.h"
 #include "fbx/scene/fbxanim.h"
+#include "fbx/scene/fbxcamera.h"
+#include "fbx/scene/fbxcurve.h"
+#include "fbx/scene/fbxevaluator.h"
 #include "fbx/scene/fbxglobalsettings.h"
 #include "fbx/scene/fbxnode.h"
 
+#include <deque>
 #include <memory>
 #include <string_view>
 #include <vector>
-
-class FbxManager;
 
 /// One loaded scene: owns its nodes, attributes, stacks, layers and curves. Owned by its manager.
 ///
 /// Threads  one thread uses a scene at a time, reading included, because evaluation keeps state. Different scenes,
 ///          of one manager or of several, share nothing.
-class FbxScene : public FbxObject
+class FbxScene : public FbxObject, public FbxManaged
 {
 public:
     static FbxScene* Create(FbxManager* pManager, const char* szName);
@@ -46,15 +48,41 @@ public:
 
     FbxManager* GetManager() const { return m_pManager; }
 
-private:
-    friend class FbxAnimEvaluator;
-    friend struct FbxAccess;
-    struct SStorage;
+    // Objects are made here, in their final order, and are connected by their own methods. All live as long as the
+    // scene.
+    /// The last of the nodes; outside of the tree until it is somebody's child.
+    FbxNode* AddNode(const SFbxIdentity& identity);
+    /// A camera when the type is "Camera".
+    FbxNodeAttribute* AddAttribute(const SFbxIdentity& identity);
+    /// Not listed yet.
+    FbxAnimStack* AddAnimStack(const SFbxIdentity& identity);
+    FbxAnimLayer* AddAnimLayer(const SFbxIdentity& identity);
+    FbxAnimCurveNode* AddCurveNode(const FbxAnimCurveNode& like = {}) { return &m_curveNodes.emplace_back(like); }
+    FbxAnimCurve* AddCurve();
+    /// Times in the scene's memory.
+    const SFbxTimeline* AddTimeline(const int64_t* pTimes, uint32_t nKeys);
+    SFbxPropertyTemplate* AddTemplate() { return &m_templates.emplace_back(); }
 
+    /// Nodes, attributes, stacks and layers in the order in which they were made.
+    size_t GetObjectCount() const { return m_objects.size(); }
+    FbxObject* GetObject(size_t nIndex) const { return m_objects[nIndex].get(); }
+    uint32_t GetCurveCount() const { return m_nCurves; }
+    uint32_t GetTimelineCount() const { return m_nTimelines; }
+    /// For names, texts, curves and keys.
+    FbxArena& GetMemory() { return m_memory; }
+
+private:
     FbxScene(FbxManager* pManager, const char* szName);
+    template <class T, class... TArguments>
+    T* Make(TArguments&&... arguments);
 
     FbxManager* m_pManager;
-    std::unique_ptr<SStorage> m_pStorage;
+    FbxArena m_memory;
+    std::vector<std::unique_ptr<FbxObject>> m_objects;
+    std::deque<FbxAnimCurveNode> m_curveNodes;
+    std::deque<SFbxPropertyTemplate> m_templates;
+    uint32_t m_nCurves = 0;
+    uint32_t m_nTimelines = 0;
     std::vector<FbxNode*> m_nodes;
     std::vector<FbxAnimStack*> m_stacks;
     FbxAnimStack* m_pCurrentStack = nullptr;

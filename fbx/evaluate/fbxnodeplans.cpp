@@ -1,4 +1,4 @@
-#include "fbx/evaluate/fbxevaluatorstate.h"
+#include "fbx/evaluate/fbxsceneevaluator.h"
 
 #include <algorithm>
 
@@ -21,8 +21,8 @@ double* Component(FbxVector3& v, size_t n)
 
 } // namespace
 
-FbxVector3 FbxAnimEvaluator::SState::ReadVector(const FbxNode& node, std::string_view property,
-                                                const FbxVector3& fallback, bool bAnimated)
+FbxVector3 FbxSceneEvaluator::ReadVector(const FbxNode& node, std::string_view property, const FbxVector3& fallback,
+                                         bool bAnimated)
 {
     const FbxProperty found = node.FindProperty(property);
     FbxVector3 v = found.IsValid() ? found.GetVector3() : fallback;
@@ -35,7 +35,7 @@ FbxVector3 FbxAnimEvaluator::SState::ReadVector(const FbxNode& node, std::string
     return v;
 }
 
-void FbxAnimEvaluator::SState::ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated)
+void FbxSceneEvaluator::ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated)
 {
     pieces.t = ReadVector(node, kMain[0], {}, bAnimated);
     pieces.r = ReadVector(node, kMain[1], {}, bAnimated);
@@ -67,14 +67,14 @@ void FbxAnimEvaluator::SState::ReadPieces(const FbxNode& node, SFbxPieces& piece
     pieces.postInverse = FbxQuaternion::FromEuler(post).Conjugate();
 }
 
-void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
+void FbxSceneEvaluator::CompileNode(const FbxNode& node, SFbxNodePlan& plan)
 {
     plan.nParent = node.GetParent() ? node.GetParent()->GetIndex() : -1;
     const int64_t nInherit = node.FindProperty("InheritType").GetInt64();
     plan.nInherit = static_cast<uint8_t>(nInherit >= 0 && nInherit <= 2 ? nInherit : 0);
     ReadPieces(node, plan.restPieces, false);
     plan.pieces = plan.restPieces;
-    if (node.m_curveNodes.empty())
+    if (node.GetCurveNodes().empty())
         return;
 
     for (const std::string_view other : kOthers)
@@ -82,7 +82,7 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
     const FbxAnimCurveNode* curveNodes[3] = {};
     for (size_t p = 0; p < 3; ++p)
     {
-        const auto [pFirst, pLast] = node.ActiveLinks(kMain[p]);
+        const auto [pFirst, pLast] = ActiveLinks(node, kMain[p]);
         if (pFirst == pLast)
             continue;
         plan.bSlow |= pLast - pFirst > 1 || layers[pFirst->nLayer] != pBaseLayer;
@@ -97,16 +97,16 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
     {
         for (size_t n = 0; curveNodes[p] && n < 3; ++n)
         {
-            const FbxAnimCurveNode::SChannel& channel = curveNodes[p]->m_channels[n];
+            const FbxAnimCurveNode::SChannel& channel = curveNodes[p]->GetChannel(n);
             double* pFixed = Component(*vectors[p], n);
-            if (!channel.pCurve || channel.pCurve->GetKeyCount() == 0)
+            if (!channel.IsAnimated())
             {
                 if (channel.bHasDefault)
                     *pFixed = channel.fDefault;
                 continue;
             }
             // Exporters that bake write a curve for everything; most of those never move.
-            if (channel.pCurve->IsFlat())
+            if (IsFlat(*channel.pCurve))
             {
                 *pFixed = channel.fFactor * static_cast<double>(channel.pCurve->GetKeyValue(0));
                 continue;
@@ -114,7 +114,9 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
             SFbxChannelPlan& to = moving[p * 3 + n];
             to.pCurve = channel.pCurve;
             to.pValues = channel.pCurve->pValues;
-            to.pSegments = channel.pCurve->GetSegments(to.eOnly);
+            const SFbxCurveSpans& of = Spans(*channel.pCurve);
+            to.pSegments = of.pSegments;
+            to.eOnly = of.eOnly;
             to.fFactor = channel.fFactor;
             to.bHolds = channel.pCurve->pre.eType == EFbxExtrapolation::eConstant &&
                         channel.pCurve->post.eType == EFbxExtrapolation::eConstant;
@@ -130,7 +132,7 @@ void FbxAnimEvaluator::SState::CompileNode(FbxNode& node, SFbxNodePlan& plan)
 
 /// Finds the nodes whose local transform is their own affair: all that inherit plainly, and those whose ancestors'
 /// scales are all fixed at one.
-void FbxAnimEvaluator::SState::CompileInheritance()
+void FbxSceneEvaluator::CompileInheritance()
 {
     constexpr uint8_t kUnknown = 0;
     constexpr uint8_t kUnit = 1;
@@ -162,67 +164,81 @@ void FbxAnimEvaluator::SState::CompileInheritance()
     }
 }
 
-void FbxAnimEvaluator::SState::CompileLayers()
+void FbxSceneEvaluator::CompileLayers()
 {
-    for (FbxAnimLayer* pLayer : layers)
-        pLayer->m_nPlace = -1;
+    places.assign(pScene->GetObjectCount(), -1);
     layers.clear();
     pBaseLayer = nullptr;
     if (const FbxAnimStack* pStack = pScene->GetCurrentAnimStack())
     {
         bool bSolo = false;
         for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
-            bSolo |= pStack->GetLayer(n)->GetSolo();
+            bSolo |= pStack->GetLayer(n)->GetSettings().bSolo;
         for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
         {
-            FbxAnimLayer* pLayer = pStack->GetLayer(n);
-            if ((bSolo ? !pLayer->GetSolo() : pLayer->GetMute()) || pLayer->m_nPlace >= 0)
+            const FbxAnimLayer* pLayer = pStack->GetLayer(n);
+            int& nPlace = places[static_cast<size_t>(pLayer->GetObjectIndex())];
+            if ((bSolo ? !pLayer->GetSettings().bSolo : pLayer->GetSettings().bMute) || nPlace >= 0)
                 continue;
-            pLayer->m_nPlace = static_cast<int>(layers.size());
+            nPlace = static_cast<int>(layers.size());
             layers.push_back(pLayer);
         }
         pBaseLayer = pStack->GetLayerCount() > 0 ? pStack->GetLayer(0) : nullptr;
     }
 }
 
-void FbxAnimEvaluator::SState::CompileLinks(FbxObject& object)
+std::pair<const SFbxActiveLink*, const SFbxActiveLink*> FbxSceneEvaluator::ActiveLinks(const FbxObject& object,
+                                                                                       std::string_view property) const
 {
-    std::vector<FbxObject::SActiveLink>& active = object.m_activeLinks;
-    active.clear();
-    links.assign(object.m_curveNodes.begin(), object.m_curveNodes.end());
+    if (object.GetObjectIndex() < 0)
+        return {nullptr, nullptr};
+    const std::vector<SFbxActiveLink>& of = active[static_cast<size_t>(object.GetObjectIndex())];
+    const auto [first, last] =
+        std::equal_range(of.begin(), of.end(), SFbxActiveLink{property, 0, nullptr},
+                         [](const SFbxActiveLink& a, const SFbxActiveLink& b) { return a.property < b.property; });
+    return {of.data() + (first - of.begin()), of.data() + (last - of.begin())};
+}
+
+void FbxSceneEvaluator::CompileLinks(const FbxObject& object)
+{
+    std::vector<SFbxActiveLink>& of = active[static_cast<size_t>(object.GetObjectIndex())];
+    links.assign(object.GetCurveNodes().begin(), object.GetCurveNodes().end());
     std::stable_sort(links.begin(), links.end(), [](const auto& a, const auto& b) { return a.property < b.property; });
     for (size_t nFirst = 0, nLast = 0; nFirst < links.size(); nFirst = nLast)
     {
         // Of several curve nodes for one property in one layer the first connected counts.
-        const size_t nBefore = active.size();
+        const size_t nBefore = of.size();
         ++nProperty;
         for (; nLast < links.size() && links[nLast].property == links[nFirst].property; ++nLast)
         {
-            for (const FbxAnimLayer* pLayer : links[nLast].pCurveNode->m_layers)
+            for (const FbxAnimLayer* pLayer : links[nLast].pCurveNode->GetLayers())
             {
-                if (pLayer->m_nPlace < 0 || taken[static_cast<size_t>(pLayer->m_nPlace)] == nProperty)
+                const int nPlace = places[static_cast<size_t>(pLayer->GetObjectIndex())];
+                if (nPlace < 0 || taken[static_cast<size_t>(nPlace)] == nProperty)
                     continue;
-                taken[static_cast<size_t>(pLayer->m_nPlace)] = nProperty;
-                active.push_back(
-                    {links[nFirst].property, static_cast<uint32_t>(pLayer->m_nPlace), links[nLast].pCurveNode});
+                taken[static_cast<size_t>(nPlace)] = nProperty;
+                of.push_back({links[nFirst].property, static_cast<uint32_t>(nPlace), links[nLast].pCurveNode});
             }
         }
-        std::sort(active.begin() + static_cast<std::ptrdiff_t>(nBefore), active.end(),
+        std::sort(of.begin() + static_cast<std::ptrdiff_t>(nBefore), of.end(),
                   [](const auto& a, const auto& b) { return a.nLayer < b.nLayer; });
     }
 }
 
-void FbxAnimEvaluator::SState::Compile()
+void FbxSceneEvaluator::Compile()
 {
     bCompiled = true;
     CompileLayers();
     taken.assign(layers.size(), 0);
     nProperty = 0;
-    for (const std::unique_ptr<FbxObject>& pObject : pScene->m_pStorage->objects)
-        if (!pObject->m_curveNodes.empty())
-            CompileLinks(*pObject);
+    spans.resize(pScene->GetCurveCount());
+    active.clear();
+    active.resize(pScene->GetObjectCount());
+    for (size_t n = 0; n < pScene->GetObjectCount(); ++n)
+        if (!pScene->GetObject(n)->GetCurveNodes().empty())
+            CompileLinks(*pScene->GetObject(n));
     const size_t nNodes = pScene->GetNodeCount();
-    locations.assign(pScene->m_pStorage->nTimelines, SFbxLocation());
+    locations.assign(pScene->GetTimelineCount(), SFbxLocation());
     channels.clear();
     plans.assign(nNodes, SFbxNodePlan());
     for (size_t n = 0; n < nNodes; ++n)

@@ -1,31 +1,21 @@
-#include "fbx/scene/fbxcurve.h"
+#include "fbx/evaluate/fbxsegments.h"
 
 #include <bit>
 #include <cmath>
 
-const SFbxSegment* FbxAnimCurve::GetSegments(EFbxSegment& eOnly) const
+bool FbxHasOneKind(const FbxAnimCurve& curve, EFbxSegment& eOnly)
 {
-    if (!m_bPrepared)
+    const SFbxKeyAttributes& attributes = curve.attributes;
+    bool bStep = attributes.nEntries > 0;
+    bool bLinear = true;
+    for (uint32_t n = 0; n < attributes.nEntries; ++n)
     {
-        m_bPrepared = true;
-        bool bStep = attributes.nEntries > 0;
-        bool bLinear = true;
-        for (uint32_t n = 0; n < attributes.nEntries; ++n)
-        {
-            const uint32_t nFlags = attributes.pFlags[n];
-            bStep &= (nFlags & eFbxKey_Constant) != 0 && (nFlags & eFbxKey_ConstantNext) == 0;
-            bLinear &= (nFlags & (eFbxKey_Constant | eFbxKey_Cubic)) == 0;
-        }
-        m_eOnly = bStep ? EFbxSegment::eStep : EFbxSegment::eLinear;
-        if (!bStep && !bLinear && pTimeline->nKeys > 0)
-        {
-            SFbxSegment* pSegments = pArena->AllocateArray<SFbxSegment>(pTimeline->nKeys);
-            FbxSolveTangents(*this, pSegments);
-            m_pSegments = pSegments;
-        }
+        const uint32_t nFlags = attributes.pFlags[n];
+        bStep &= (nFlags & eFbxKey_Constant) != 0 && (nFlags & eFbxKey_ConstantNext) == 0;
+        bLinear &= (nFlags & (eFbxKey_Constant | eFbxKey_Cubic)) == 0;
     }
-    eOnly = m_eOnly;
-    return m_pSegments;
+    eOnly = bStep ? EFbxSegment::eStep : EFbxSegment::eLinear;
+    return bStep || bLinear || curve.GetKeyCount() == 0;
 }
 
 namespace
@@ -45,32 +35,12 @@ bool StaysFlat(uint32_t nFlags, const uint32_t* pWords)
 
 } // namespace
 
-bool FbxAnimCurve::IsFlat() const
+bool FbxStaysFlat(const SFbxKeyAttributes& attributes)
 {
-    const uint32_t nKeys = pTimeline->nKeys;
-    if (nKeys == 0 || !std::isfinite(pValues[0]))
-        return false;
-    for (uint32_t n = 1; n < nKeys; ++n)
-        if (pValues[n] != pValues[0])
-            return false;
-    // Told by the attributes as a rule: the spans of a curve that never moves are not worked out.
     bool bStays = true;
     for (uint32_t n = 0; n < attributes.nEntries && bStays; ++n)
         bStays = StaysFlat(attributes.pFlags[n], attributes.pWords + size_t(n) * 4);
-    if (bStays)
-        return true;
-    EFbxSegment eOnly;
-    const SFbxSegment* pSegments = GetSegments(eOnly);
-    if (!pSegments)
-        return true;
-    const bool bSloped = pre.eType == EFbxExtrapolation::eSlope || post.eType == EFbxExtrapolation::eSlope;
-    for (uint32_t n = 0; n + (bSloped ? 0 : 1) < nKeys; ++n)
-    {
-        const SFbxSegment& segment = pSegments[n];
-        if (segment.eKind >= EFbxSegment::eCubic && !(segment.fSlopeRight == 0.0f && segment.fSlopeNextLeft == 0.0f))
-            return false;
-    }
-    return true;
+    return bStays;
 }
 
 namespace

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "fbx/evaluate/fbxevaluator.h"
-#include "fbx/scene/fbxaccess.h"
+#include "fbx/evaluate/fbxsegments.h"
 #include "fbx/scene/fbxmath.h"
+#include "fbx/scene/fbxscene.h"
 
+#include <utility>
 #include <vector>
 
 /// Where a time lies on a timeline; found once for all curves that share it.
@@ -105,12 +106,38 @@ struct SFbxMoment
     std::vector<uint64_t> globalStamps;
 };
 
-struct FbxAnimEvaluator::SState
+/// A curve node that the current stack uses for a property, in the layer of that place in the stack.
+struct SFbxActiveLink
 {
-    explicit SState(FbxScene* pTheScene) : pScene(pTheScene) {}
+    std::string_view property;
+    uint32_t nLayer;
+    FbxAnimCurveNode* pCurveNode;
+};
 
+/// The spans of one curve, worked out when first asked for; null when all are of the one kind.
+struct SFbxCurveSpans
+{
+    const SFbxSegment* pSegments = nullptr;
+    EFbxSegment eOnly = EFbxSegment::eLinear;
+    bool bPrepared = false;
+};
+
+class FbxSceneEvaluator final : public FbxAnimEvaluator
+{
+public:
+    explicit FbxSceneEvaluator(FbxScene& scene) : pScene(&scene) {}
+
+    int EvaluateProperty(const FbxProperty& property, FbxTime time, double out[4]) override;
+    FbxTransform EvaluateLocalTransform(const FbxNode* pNode, FbxTime time) override;
+    FbxTransform EvaluateGlobalTransform(const FbxNode* pNode, FbxTime time) override;
+    FbxMatrix4 EvaluateLocalMatrix(const FbxNode* pNode, FbxTime time) override;
+    FbxMatrix4 EvaluateGlobalMatrix(const FbxNode* pNode, FbxTime time) override;
+    FbxAnimCurveNode* FindCurveNode(const FbxProperty& property) override;
+    void Invalidate() override { bCompiled = false; }
+
+private:
     void Compile();
-    void CompileNode(FbxNode& node, SFbxNodePlan& plan);
+    void CompileNode(const FbxNode& node, SFbxNodePlan& plan);
     void CompileInheritance();
     void SetTime(FbxTime time);
     /// What is known of a time; infinite is the rest.
@@ -142,11 +169,17 @@ struct FbxAnimEvaluator::SState
     double EvaluateWeight(const FbxAnimLayer& layer);
     bool IsAnimated(const FbxObject& object, std::string_view property) const
     {
-        const auto [pFirst, pLast] = object.ActiveLinks(property);
+        const auto [pFirst, pLast] = ActiveLinks(object, property);
         return pFirst != pLast;
     }
+    /// Those of one property, lowest layer first; an empty range where it is not animated.
+    std::pair<const SFbxActiveLink*, const SFbxActiveLink*> ActiveLinks(const FbxObject& object,
+                                                                        std::string_view property) const;
+    const SFbxCurveSpans& Spans(const FbxAnimCurve& curve);
+    /// True when the curve has one value at all times.
+    bool IsFlat(const FbxAnimCurve& curve);
     void CompileLayers();
-    void CompileLinks(FbxObject& object);
+    void CompileLinks(const FbxObject& object);
     FbxVector3 ReadVector(const FbxNode& node, std::string_view property, const FbxVector3& fallback, bool bAnimated);
     void ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated);
 
@@ -163,8 +196,11 @@ struct FbxAnimEvaluator::SState
     SFbxMoment now;
     std::vector<SFbxNodePlan> plans;
     std::vector<SFbxChannelPlan> channels;
-    std::vector<SFbxLocation> locations; ///< one a timeline
-    std::vector<FbxAnimLayer*> layers;   ///< of the current stack, those that count
+    std::vector<SFbxLocation> locations;             ///< one a timeline
+    std::vector<SFbxCurveSpans> spans;               ///< by curve
+    std::vector<std::vector<SFbxActiveLink>> active; ///< by object; ordered by property, then layer
+    std::vector<int> places;                         ///< by object: a layer's place in the current stack, or -1
+    std::vector<const FbxAnimLayer*> layers;         ///< of the current stack, those that count
     const FbxAnimLayer* pBaseLayer = nullptr;
     std::vector<uint32_t> chain;
     std::vector<FbxObject::SCurveNodeLink> links; ///< of the object that is compiled

@@ -1,21 +1,6 @@
-#include "fbx/evaluate/fbxevaluator.h"
+#include "fbx/evaluate/fbxsceneevaluator.h"
 
-#include "fbx/evaluate/fbxevaluatorstate.h"
-
-FbxAnimEvaluator::FbxAnimEvaluator(FbxScene* pScene) : m_pScene(pScene), m_pState(std::make_unique<SState>(pScene)) {}
-
-FbxAnimEvaluator::~FbxAnimEvaluator() = default;
-
-void FbxAnimEvaluator::Invalidate()
-{
-    m_pState->bCompiled = false;
-}
-
-void FbxAnimEvaluator::Prepare()
-{
-    if (!m_pState->bCompiled)
-        m_pState->Compile();
-}
+#include "fbx/evaluate/fbxevaluation.h"
 
 namespace
 {
@@ -77,7 +62,7 @@ FbxMatrix4 Matrix4Of(const SFbxMatrix3& a, const FbxVector3& t)
 
 } // namespace
 
-const SFbxLocal& FbxAnimEvaluator::SState::Local(size_t nNode, SFbxMoment& moment)
+const SFbxLocal& FbxSceneEvaluator::Local(size_t nNode, SFbxMoment& moment)
 {
     SFbxLocal& local = moment.locals[nNode];
     if (moment.localStamps[nNode] == moment.nStamp)
@@ -122,8 +107,8 @@ const SFbxLocal& FbxAnimEvaluator::SState::Local(size_t nNode, SFbxMoment& momen
     return local;
 }
 
-void FbxAnimEvaluator::SState::Compose(const SFbxGlobal& parent, const SFbxLocal& parentLocal, const SFbxNodePlan& plan,
-                                       const SFbxLocal& local, SFbxGlobal& global) const
+void FbxSceneEvaluator::Compose(const SFbxGlobal& parent, const SFbxLocal& parentLocal, const SFbxNodePlan& plan,
+                                const SFbxLocal& local, SFbxGlobal& global) const
 {
     global.bMatrix = false;
     if (!parent.bMatrix)
@@ -165,7 +150,7 @@ void FbxAnimEvaluator::SState::Compose(const SFbxGlobal& parent, const SFbxLocal
     global.matrix = parentRotation * FbxMatrixOf(local.q) * FbxScaled(parentScale, local.s);
 }
 
-const SFbxGlobal& FbxAnimEvaluator::SState::Global(size_t nNode, SFbxMoment& moment)
+const SFbxGlobal& FbxSceneEvaluator::Global(size_t nNode, SFbxMoment& moment)
 {
     if (moment.globalStamps[nNode] == moment.nStamp)
         return moment.globals[nNode];
@@ -202,7 +187,7 @@ const SFbxGlobal& FbxAnimEvaluator::SState::Global(size_t nNode, SFbxMoment& mom
     return moment.globals[nNode];
 }
 
-bool FbxAnimEvaluator::SState::RelativeLocal(size_t nNode, SFbxMoment& moment, SFbxLocal& local, SFbxMatrix3& matrix)
+bool FbxSceneEvaluator::RelativeLocal(size_t nNode, SFbxMoment& moment, SFbxLocal& local, SFbxMatrix3& matrix)
 {
     local = Local(nNode, moment);
     const SFbxNodePlan& plan = plans[nNode];
@@ -228,19 +213,18 @@ bool FbxAnimEvaluator::SState::RelativeLocal(size_t nNode, SFbxMoment& moment, S
     return false;
 }
 
-FbxTransform FbxAnimEvaluator::EvaluateLocalTransform(const FbxNode* pNode, FbxTime time)
+FbxTransform FbxSceneEvaluator::EvaluateLocalTransform(const FbxNode* pNode, FbxTime time)
 {
-    SState& state = *m_pState;
-    SFbxMoment& moment = state.MomentOf(time);
+    SFbxMoment& moment = MomentOf(time);
     const size_t nNode = static_cast<size_t>(pNode->GetIndex());
-    if (state.plans[nNode].bPlainLocal)
+    if (plans[nNode].bPlainLocal)
     {
-        const SFbxLocal& local = state.Local(nNode, moment);
+        const SFbxLocal& local = Local(nNode, moment);
         return Finish(local.t, local.q, local.s);
     }
     SFbxLocal local;
     SFbxMatrix3 matrix;
-    if (!state.RelativeLocal(nNode, moment, local, matrix))
+    if (!RelativeLocal(nNode, moment, local, matrix))
     {
         FbxDecompose(matrix, local.q, local.s);
         return {local.t, local.q, local.s};
@@ -248,10 +232,9 @@ FbxTransform FbxAnimEvaluator::EvaluateLocalTransform(const FbxNode* pNode, FbxT
     return Finish(local.t, local.q, local.s);
 }
 
-FbxTransform FbxAnimEvaluator::EvaluateGlobalTransform(const FbxNode* pNode, FbxTime time)
+FbxTransform FbxSceneEvaluator::EvaluateGlobalTransform(const FbxNode* pNode, FbxTime time)
 {
-    SState& state = *m_pState;
-    const SFbxGlobal& global = state.Global(static_cast<size_t>(pNode->GetIndex()), state.MomentOf(time));
+    const SFbxGlobal& global = Global(static_cast<size_t>(pNode->GetIndex()), MomentOf(time));
     if (!global.bMatrix)
         return Finish(global.t, global.q, global.s);
     FbxTransform transform;
@@ -260,36 +243,48 @@ FbxTransform FbxAnimEvaluator::EvaluateGlobalTransform(const FbxNode* pNode, Fbx
     return transform;
 }
 
-FbxMatrix4 FbxAnimEvaluator::EvaluateLocalMatrix(const FbxNode* pNode, FbxTime time)
+FbxMatrix4 FbxSceneEvaluator::EvaluateLocalMatrix(const FbxNode* pNode, FbxTime time)
 {
-    SState& state = *m_pState;
     SFbxLocal local;
     SFbxMatrix3 matrix;
     const size_t nNode = static_cast<size_t>(pNode->GetIndex());
-    if (state.RelativeLocal(nNode, state.MomentOf(time), local, matrix))
+    if (RelativeLocal(nNode, MomentOf(time), local, matrix))
         matrix = FbxScaled(FbxMatrixOf(local.q), local.s);
     return Matrix4Of(matrix, local.t);
 }
 
-FbxMatrix4 FbxAnimEvaluator::EvaluateGlobalMatrix(const FbxNode* pNode, FbxTime time)
+FbxMatrix4 FbxSceneEvaluator::EvaluateGlobalMatrix(const FbxNode* pNode, FbxTime time)
 {
-    SState& state = *m_pState;
-    const SFbxGlobal& global = state.Global(static_cast<size_t>(pNode->GetIndex()), state.MomentOf(time));
+    const SFbxGlobal& global = Global(static_cast<size_t>(pNode->GetIndex()), MomentOf(time));
     return Matrix4Of(MatrixOf(global), global.t);
 }
 
-int FbxAnimEvaluator::EvaluateProperty(const FbxProperty& property, FbxTime time, double out[4])
+int FbxSceneEvaluator::EvaluateProperty(const FbxProperty& property, FbxTime time, double out[4])
 {
-    double channels[16];
-    property.GetChannels(channels);
+    double values[16];
+    property.GetChannels(values);
     const int nChannels = property.GetChannelCount() <= 4 ? property.GetChannelCount() : 0;
     if (!time.IsInfinite() && nChannels > 0 && property.GetObject())
     {
-        SState& state = *m_pState;
-        state.MomentOf(time);
-        state.EvaluateLayers(*property.GetObject(), property.GetName(), channels, nChannels);
+        MomentOf(time);
+        EvaluateLayers(*property.GetObject(), property.GetName(), values, nChannels);
     }
     for (int n = 0; n < 4; ++n)
-        out[n] = n < nChannels ? channels[n] : 0.0;
+        out[n] = n < nChannels ? values[n] : 0.0;
     return nChannels;
+}
+
+FbxAnimCurveNode* FbxSceneEvaluator::FindCurveNode(const FbxProperty& property)
+{
+    if (!property.GetObject())
+        return nullptr;
+    if (!bCompiled)
+        Compile();
+    const auto [pFirst, pLast] = ActiveLinks(*property.GetObject(), property.GetName());
+    return pFirst != pLast ? pFirst->pCurveNode : nullptr;
+}
+
+std::unique_ptr<FbxAnimEvaluator> FbxMakeEvaluator(FbxScene& scene)
+{
+    return std::make_unique<FbxSceneEvaluator>(scene);
 }
