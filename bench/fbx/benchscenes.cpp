@@ -1,5 +1,7 @@
 #include "bench/fbx/benchscenes.h"
 
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
 #include "tests/fbx/fbxfile.h"
 
 #include <cmath>
@@ -154,7 +156,7 @@ double ThreadSeconds()
 }
 
 LoadedScene::LoadedScene(const std::string& sFile)
-    : m_pManager(FbxManager::Create()), m_pScene(FbxScene::Create(m_pManager, ""))
+    : m_pManager(FbxManager::Create(&FbxMakeEvaluator)), m_pScene(FbxScene::Create(m_pManager, ""))
 {
     FbxImporter* pImporter = FbxImporter::Create(m_pManager, "");
     m_bLoaded = pImporter->InitializeFromMemory(sFile.data(), sFile.size()) && pImporter->Import(m_pScene);

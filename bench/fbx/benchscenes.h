@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <cstdint>
 #include <string>

@@ -3,7 +3,7 @@
 // stepping over.
 #include "bench/fbx/benchscenes.h"
 
-#include "fbx/fbxrecord.h"
+#include "fbx/file/fbxrecord.h"
 
 #include <benchmark/benchmark.h>
 #include <libdeflate.h>

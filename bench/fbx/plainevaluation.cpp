@@ -1,6 +1,6 @@
 #include "bench/fbx/plainevaluation.h"
 
-#include "fbx/fbxcurve.h"
+#include "fbx/scene/fbxcurve.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,8 @@
 // Any scene, taken for one of the old layout: it is rewritten, and what comes of it can be walked and evaluated.
 #include "base/misc/zresourceid.h"
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/scene/fbxscene.h"
 #include "fuzz/fbx/fuzzrequire.h"
 #include "resource/animation/fbximport/fbxconverter.h"
 
@@ -8,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
-    FbxManager* pManager = FbxManager::Create();
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxScene* pScene = FbxScene::Create(pManager, "");
     FbxImporter* pImporter = FbxImporter::Create(pManager, "");
     if (pImporter->InitializeFromMemory(pData, nSize) && pImporter->Import(pScene))

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "fbx/fbxarrays.h"
-#include "fbx/fbxrecord.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/file/fbxrecord.h"
+#include "fbx/load/fbxarrays.h"
 #include "fuzz/fbx/fuzzrequire.h"
 
 #include <vector>
@@ -9,8 +10,8 @@
 /// Touches everything that a tree of records holds: every text to its last byte, every array decoded three ways.
 inline void WalkRecords(const SFbxRecordTree& tree, size_t nFileBytes)
 {
-    FbxArena arena;
-    FbxArrayReader arrays(arena, nFileBytes, tree.bBigEndian);
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
+    FbxArrayReader arrays(*FbxScene::Create(pManager, ""), nFileBytes, tree.bBigEndian);
     size_t nSum = 0;
     std::vector<const SFbxRecord*> pending{&tree.root};
     while (!pending.empty())
@@ -40,6 +41,7 @@ inline void WalkRecords(const SFbxRecordTree& tree, size_t nFileBytes)
         for (const SFbxRecord* p = pRecord->pChild; p; p = p->pNext)
             pending.push_back(p);
     }
+    pManager->Destroy();
     // Keeps the reads from being optimised away.
     FUZZ_REQUIRE(nSum != 0x7f5a1c3e9b2d4e6f);
 }

@@ -1,5 +1,7 @@
 // Any file: it loads, turns its axes and evaluates on every stack, or fails with a text; nothing stays allocated.
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/scene/fbxscene.h"
 #include "fuzz/fbx/fuzzrequire.h"
 
 #include <cstdint>
@@ -41,7 +43,7 @@ void Evaluate(FbxScene& scene)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
-    FbxManager* pManager = FbxManager::Create();
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxScene* pScene = FbxScene::Create(pManager, "");
     FbxImporter* pImporter = FbxImporter::Create(pManager, "");
     if (!pImporter->InitializeFromMemory(pData, nSize) || !pImporter->Import(pScene))

@@ -28,8 +28,7 @@ SPackedWord FindPackedWord(const std::string& sWord, const std::string& sOut, co
         const ZResourceID id = ToId(sWord);
         for (const SDerivedKind& kind : DerivedKinds())
             if (!kind.builtFrom.empty() && id.GetExtension().View() == kind.builtFrom)
-                return place(
-                    ToStd(id.CreateDerivedResourceID(ToZString(kind.extension), "", ToZString(sPlatform))));
+                return place(ToStd(id.CreateDerivedResourceID(ToZString(kind.extension), "", ToZString(sPlatform))));
         throw ZUsageError("'" + sWord + "' is a source; name what is packed of it");
     }
     SPackedWord file{sWord, {}};

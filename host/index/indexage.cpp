@@ -18,7 +18,7 @@ SIndexAge AgeOf(const std::vector<ZScanIndex::SSource>& scanned, const ZAssetTre
     size_t nUnreadableNames = 0;
     for (const std::string& sId :
          tree.Sources("assembly:/", nUnreadableNames,
-                      [&known](const std::string& sKnown, const std::string&) { return known.contains(sKnown); }))
+                      [&known](const std::string&sKnown, const std::string&) { return known.contains(sKnown); }))
         age.nNew += !known.contains(sId);
     return age;
 }

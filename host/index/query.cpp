@@ -66,9 +66,10 @@ ZQuery::ZQuery(const SQuestion& question) : m_question(question)
 
 void ZQuery::Look(ZScanIndex::SEntry& entry)
 {
-        const std::string_view kind = KindOf(entry);
-    if (m_question.kinds.empty() ? entry.bIsSource
-                              : std::find(m_question.kinds.begin(), m_question.kinds.end(), kind) == m_question.kinds.end())
+    const std::string_view kind = KindOf(entry);
+    if (m_question.kinds.empty()
+            ? entry.bIsSource
+            : std::find(m_question.kinds.begin(), m_question.kinds.end(), kind) == m_question.kinds.end())
         return;
     ++m_nLookedAt;
     for (auto& [sName, bSeen] : m_used)

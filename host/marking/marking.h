@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fbx/fbxdocumentedit.h"
+#include "fbx/file/fbxdocumentedit.h"
 #include "host/marking/marksfile.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 #include "host/marking/marksfile.h"
 
-#include "fbx/fbxtransform.h"
+#include "fbx/scene/fbxtransform.h"
 
 #include <nlohmann/json.hpp>
 

@@ -83,9 +83,9 @@ void Compile(IFXCompiler& compiler, const SEffectSource& source, SEffectRun& run
     ZEffectContext context(run.messages);
     try
     {
-        run.pEffect = compiler.CompileEffect(&context, ToId(source.sName), sText.data(), sText.size(),
-                                             Defines(source.defines),
-                                             ToZString(IncludePath(source.sPath, source.includeFolders)), run.references);
+        run.pEffect =
+            compiler.CompileEffect(&context, ToId(source.sName), sText.data(), sText.size(), Defines(source.defines),
+                                   ToZString(IncludePath(source.sPath, source.includeFolders)), run.references);
     }
     catch (const zhalt_exception&)
     {

@@ -40,8 +40,8 @@ struct SEffectSource
 /// Where a compiler's library stands: a path, or the bare name of a library beside the module; empty: the sample's.
 std::string EffectCompilerPath(const std::string& sCompiler);
 
-/// Loads the library and compiles one effect. What the effect lacks is told in the run; ZHostError when there is no such
-/// compiler.
+/// Loads the library and compiles one effect. What the effect lacks is told in the run; ZHostError when there is no
+/// such compiler.
 void CompileEffect(const std::string& sLibrary, const SEffectSource& source, SEffectRun& run);
 
 } // namespace Host

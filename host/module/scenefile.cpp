@@ -21,7 +21,7 @@ FbxAnimStack* FindStack(const FbxScene& scene, const std::string& sName)
 } // namespace
 
 ZSceneFile::ZSceneFile()
-    : m_pManager(FbxManager::Create()),
+    : m_pManager(FbxManager::Create(&FbxMakeEvaluator)),
       m_pScene(FbxScene::Create(m_pManager.get(), "")),
       m_pImporter(FbxImporter::Create(m_pManager.get(), ""))
 {

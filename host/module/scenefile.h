@@ -1,6 +1,8 @@
 #pragma once
 
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <memory>
 #include <string>

@@ -151,8 +151,9 @@ void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
         ->group("Work");
 }
 
-void AddQueryOptions(CLI::App& command, SQuestion& query)
+void AddQueryOptions(CLI::App& command, SOptions& options)
 {
+    SQuestion& query = options.query;
     const auto list = [&command](const char* szName, std::vector<std::string>& words, const char* szWhat)
     { return command.add_option(szName, words, szWhat)->allow_extra_args(false); };
     list("-w,--where", query.conditions,
@@ -167,7 +168,7 @@ void AddQueryOptions(CLI::App& command, SQuestion& query)
     command.add_option("--sort", query.sSort, "Order by this property [default: by identifier]");
     command.add_flag("--reverse", query.bReverse, "The other way round");
     command.add_option("--limit", query.nLimit, "Show so many")->check(CLI::Range(size_t(1), size_t(1) << 32));
-    command.add_flag("--scan", bScanFirst, "Bring the index up to date first");
+    command.add_flag("--scan", options.bScanFirst, "Bring the index up to date first");
     command.footer(QUERY_HELP);
 }
 
@@ -200,7 +201,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pBuild->add_flag("--force", options.session.bForce, "Pack also what is up to date");
 
     CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
-    AddQueryOptions(*pQuery, options.query);
+    AddQueryOptions(*pQuery, options);
 
     CLI::App* pInspect = add("inspect", "Show what a packed file holds, from its header to its tracks");
     pInspect->add_option("FILE", raw.sSource, "A packed file, or the identifier of a packed resource")->required();

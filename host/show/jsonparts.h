@@ -1,8 +1,8 @@
 #pragma once
 
-#include "base/math/zmath.h"
 #include "host/module/job.h"
 #include "host/text/jsonwriter.h"
+#include "system/animation/animationrig.h"
 
 #include <vector>
 

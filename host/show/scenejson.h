@@ -1,6 +1,7 @@
 #pragma once
 
-#include "fbx/fbx.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <string>
 #include <vector>

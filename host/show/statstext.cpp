@@ -133,9 +133,9 @@ std::string StatsText(const SPlatformMemory& platform, size_t nTop)
     for (const SMeasured* p : largest)
         table.Add({std::to_string(bytesOf(p)), Formatted("%.1f%%", Percent(bytesOf(p), nAll)),
                    std::to_string(p->stats.boneCount), Formatted("%.2f", static_cast<double>(p->stats.seconds)),
-                   p->stats.boneSeconds > 0.0f ? Formatted("%.1f", static_cast<double>(bytesOf(p)) /
-                                                                       static_cast<double>(p->stats.boneSeconds))
-                                               : std::string(),
+                   p->stats.boneSeconds > 0.0f
+                       ? Formatted("%.1f", static_cast<double>(bytesOf(p)) / static_cast<double>(p->stats.boneSeconds))
+                       : std::string(),
                    p->packed.sId});
     return sText + "\n-- LARGEST ANIMATIONS --\n" + table.Text("  ");
 }

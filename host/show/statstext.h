@@ -11,7 +11,8 @@ namespace Host
 std::string MeasuredLine(const SMeasured& measured);
 /// {"summary":{…}}
 std::string StatsSummaryLine(const std::map<std::string, SPlatformMemory>& platforms);
-/// The report as it is saved, and behind it what is of use on a terminal: track classes, and the nTop largest animations.
+/// The report as it is saved, and behind it what is of use on a terminal: track classes, and the nTop largest
+/// animations.
 std::string StatsText(const SPlatformMemory& platform, size_t nTop);
 
 } // namespace Host

@@ -59,9 +59,8 @@ std::string ZVerifyTable::Text() const
         {"max mm", "mean mm", "max degrees", "bones", "frames", "bytes", "worst bone", "frame", "animation"});
     for (const auto& [sId, result] : m_rows)
         table.Add({Formatted("%.4f", result.fMaxMillimetres), Formatted("%.4f", result.fMeanMillimetres),
-                   Formatted("%.4f", result.fMaxDegrees), std::to_string(result.nBones),
-                   std::to_string(result.nFrames), std::to_string(result.nBytes), result.sWorstBone,
-                   std::to_string(result.nWorstFrame), sId});
+                   Formatted("%.4f", result.fMaxDegrees), std::to_string(result.nBones), std::to_string(result.nFrames),
+                   std::to_string(result.nBytes), result.sWorstBone, std::to_string(result.nWorstFrame), sId});
     return table.Text();
 }
 

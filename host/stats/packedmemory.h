@@ -46,8 +46,8 @@ struct SPlatformMemory
 SMeasured MeasurePacked(const SPackedAnimation& packed);
 /// Adds one to its platform's.
 void AddMeasured(const SMeasured& measured, std::map<std::string, SPlatformMemory>& platforms);
-/// Writes the platform's report as the identifier's place in the output folder has it; returns its path. ZHostError when
-/// it can't be written.
+/// Writes the platform's report as the identifier's place in the output folder has it; returns its path. ZHostError
+/// when it can't be written.
 std::string SaveReport(const std::string& sOut, const std::string& sId, const std::string& sPlatform,
                        const SPlatformMemory& memory);
 

@@ -1,5 +1,6 @@
 #include "host/verify/sourcepose.h"
 
+#include "fbx/scene/fbxscene.h"
 #include "host/files/resourceids.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 

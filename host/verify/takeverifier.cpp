@@ -1,6 +1,6 @@
 #include "host/verify/takeverifier.h"
 
-#include "fbx/fbxmath.h"
+#include "fbx/scene/fbxmath.h"
 #include "host/files/packedpose.h"
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"

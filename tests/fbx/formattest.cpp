@@ -89,7 +89,7 @@ TEST(Format, FilesOnDisk)
     ASSERT_GE(nFile, 0);
     ::close(nFile);
     std::ofstream(szName, std::ios::binary) << RichScene().Write();
-    FbxManager* pManager = FbxManager::Create();
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxImporter* pImporter = FbxImporter::Create(pManager, "");
     FbxScene* pScene = FbxScene::Create(pManager, "");
     EXPECT_TRUE(pImporter->Initialize(szName, -1, nullptr)) << pImporter->GetErrorText();
@@ -111,7 +111,7 @@ TEST(Format, FilesOnDisk)
 TEST(Format, AnimationCanBeLeftOut)
 {
     const std::string sFile = RichScene().Write();
-    FbxManager* pManager = FbxManager::Create();
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxIOSettings* pSettings = FbxIOSettings::Create(pManager, "IOSRoot");
     pSettings->SetBoolProp("Import|AdvOptGrp|FileFormat|Fbx|Animation", false);
     pManager->SetIOSettings(pSettings);

@@ -58,7 +58,7 @@ TEST_F(Input, LargeFilesAreMapped)
     {
         const std::string sFile = LargeScene(format);
         Store(sFile);
-        FbxManager* pManager = FbxManager::Create();
+        FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
         FbxScene* pScene = FbxScene::Create(pManager, "");
         FbxImporter* pImporter = FbxImporter::Create(pManager, "");
         ASSERT_TRUE(pImporter->Initialize(m_path.c_str(), -1, nullptr)) << pImporter->GetErrorText();

@@ -1,6 +1,9 @@
 #pragma once
 
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/load/fbxiosettings.h"
+#include "fbx/scene/fbxscene.h"
 #include "tests/fbx/fbxfile.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +18,7 @@ class LoadedScene
 public:
     explicit LoadedScene(const std::string& sFile)
         : m_bytes(sFile.begin(), sFile.end()),
-          m_pManager(FbxManager::Create()),
+          m_pManager(FbxManager::Create(&FbxMakeEvaluator)),
           m_pScene(FbxScene::Create(m_pManager, ""))
     {
         // A block of exactly the file's length, so that the address sanitizer sees a read one past the end.

@@ -1,4 +1,4 @@
-#include "fbx/fbxmath.h"
+#include "fbx/scene/fbxmath.h"
 #include "tests/fbx/loadscene.h"
 
 #include <cmath>

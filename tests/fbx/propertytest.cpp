@@ -1,7 +1,7 @@
 #include "tests/fbx/loadscene.h"
 #include "tests/fbx/samplescenes.h"
 
-#include "fbx/fbxpropertytypes.h"
+#include "fbx/types/fbxpropertytypes.h"
 
 #include <cstring>
 

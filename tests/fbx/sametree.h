@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fbx/fbxdocument.h"
+#include "fbx/file/fbxdocument.h"
 
 #include <cmath>
 #include <cstring>

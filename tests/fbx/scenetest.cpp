@@ -181,7 +181,7 @@ TEST(Scene, ObjectsAreCountedAndGone)
         EXPECT_GT(FbxManager::LiveObjectCount(), nBefore + 8);
     }
     EXPECT_EQ(FbxManager::LiveObjectCount(), nBefore);
-    FbxManager* pManager = FbxManager::Create();
+    FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxScene::Create(pManager, "a")->Destroy();
     FbxImporter::Create(pManager, "b")->Destroy();
     EXPECT_EQ(FbxManager::LiveObjectCount(), nBefore + 1);

@@ -1,6 +1,6 @@
 #include "tests/fbx/loadscene.h"
 
-#include "fbx/fbxrecord.h"
+#include "fbx/file/fbxrecord.h"
 
 #include <cmath>
 

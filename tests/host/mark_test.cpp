@@ -1,4 +1,4 @@
-#include "fbx/fbxdocument.h"
+#include "fbx/file/fbxdocument.h"
 #include "host/commands/commands.h"
 #include "host/marking/marking.h"
 #include "host/text/hosterror.h"

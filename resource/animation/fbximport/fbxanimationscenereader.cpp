@@ -1,5 +1,6 @@
 #include "resource/animation/fbximport/fbxanimationscenereader.h"
 
+#include "fbx/scene/fbxscene.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxconverter.h"
 #include "resource/animation/fbximport/fbxsequenceorigin.h"

@@ -2,7 +2,7 @@
 
 #include "base/math/quaternion.h"
 #include "base/misc/zstring.h"
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxnode.h"
 
 namespace ResourceAnimation
 {

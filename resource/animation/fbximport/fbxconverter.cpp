@@ -2,7 +2,7 @@
 
 #include "base/misc/assert.h"
 #include "base/misc/zresourceid.h"
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxscene.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/math/quaternion.h"
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxnode.h"
 
 namespace ResourceAnimation
 {

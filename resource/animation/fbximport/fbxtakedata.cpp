@@ -1,6 +1,7 @@
 #include "resource/animation/fbximport/fbxtakedata.h"
 
 #include "base/misc/trace.h"
+#include "fbx/scene/fbxscene.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxsequenceorigin.h"
 #include "system/serializer/jsonvalue.h"

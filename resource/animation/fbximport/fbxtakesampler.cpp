@@ -1,6 +1,7 @@
 #include "resource/animation/fbximport/fbxtakesampler.h"
 
 #include "base/misc/trace.h"
+#include "fbx/scene/fbxscene.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/frame/animationexception.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxnode.h"
 #include "resource/animation/fbximport/fbxground.h"
 #include "resource/animation/import/animatedbone.h"
 

@@ -1,6 +1,9 @@
 #include "resource/animation/fbximport/fbxwrapper.h"
 
-#include "fbx/fbx.h"
+#include "fbx/evaluate/fbxevaluation.h"
+#include "fbx/load/fbximporter.h"
+#include "fbx/load/fbxiosettings.h"
+#include "fbx/scene/fbxscene.h"
 #include "resource/animation/frame/animationexception.h"
 
 namespace ResourceAnimation
@@ -16,7 +19,7 @@ ZFbxWrapper::~ZFbxWrapper()
 
 void ZFbxWrapper::Load(const ZString& filePath)
 {
-    m_pFbxManager = FbxManager::Create();
+    m_pFbxManager = FbxManager::Create(&FbxMakeEvaluator);
     m_pScene = FbxScene::Create(m_pFbxManager, "");
     FbxIOSettings* pSettings = FbxIOSettings::Create(m_pFbxManager, "IOSRoot");
     pSettings->SetBoolProp("Import|AdvOptGrp|FileFormat|Fbx|Animation", true);

@@ -1,6 +1,6 @@
 #include "resource/animation/fbximport/fbxanimationimporter.h"
 
-#include "fbx/fbx.h"
+#include "fbx/scene/fbxscene.h"
 #include "resource/animation/frame/animationexception.h"
 #include "tests/support/memoryresourcedatabase.h"
 
