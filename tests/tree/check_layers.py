@@ -3,7 +3,8 @@
     check_layers.py ROOT
 
 Targets, their folders and their links are read from the z_library and z_program calls of the CMake files. A folder may
-include its own headers and those of every target in the closure of its links.
+include its own headers and those of every target in the closure of its links. Headers of the operating system are for
+os/ alone, and the table of layers in ARCHITECTURE.md has every target with its layer.
 """
 
 import os
@@ -11,6 +12,9 @@ import re
 import sys
 
 TREES = ("os", "base", "fbx", "system", "resource", "host")
+SYSTEM_HEADER = re.compile(
+    r"^\s*#\s*include\s+<((?:sys|linux|net|netinet|arpa)/[^>]*|unistd\.h|fcntl\.h|c?signal(?:\.h)?|dlfcn\.h|pthread\.h|"
+    r"poll\.h|semaphore\.h|termios\.h|spawn\.h|dirent\.h|link\.h|pwd\.h|glob\.h|ftw\.h|sched\.h)>", re.M)
 
 
 def read_targets(root):
@@ -30,14 +34,23 @@ def read_targets(root):
                         keyword = word
                     elif keyword in ("LINKS", "WHOLE"):
                         links.append(word)
-                targets.setdefault(os.path.relpath(folder, root), []).append((words[0], links))
+                layer = words[words.index("LAYER") + 1]
+                targets.setdefault(os.path.relpath(folder, root), []).append((words[0], links, layer))
     return targets
+
+
+def table_faults(root, layers):
+    """What the table of layers in ARCHITECTURE.md says of the targets, and does not."""
+    text = open(os.path.join(root, "ARCHITECTURE.md"), encoding="utf-8").read()
+    told = {name: layer for layer, name in re.findall(r"^\| (\d+) \| `([^`]+)` \|", text, re.M)}
+    return [f"ARCHITECTURE.md: {name} is in layer {layers.get(name, '-')}, the table says {told.get(name, '-')}"
+            for name in sorted(layers.keys() | told.keys()) if layers.get(name) != told.get(name)]
 
 
 def main(root):
     by_folder = read_targets(root)
-    links = {name: deps for found in by_folder.values() for name, deps in found}
-    home = {name: folder for folder, found in by_folder.items() for name, _ in found}
+    links = {name: deps for found in by_folder.values() for name, deps, _ in found}
+    home = {name: folder for folder, found in by_folder.items() for name, *_ in found}
 
     def closure(names):
         seen, pending = set(), list(names)
@@ -55,7 +68,8 @@ def main(root):
             folder = os.path.dirname(folder)
         return folder
 
-    faults, checked = [], 0
+    faults = table_faults(root, {name: layer for found in by_folder.values() for name, _, layer in found})
+    checked = 0
     for tree in TREES:
         for folder, _, files in os.walk(os.path.join(root, tree)):
             for name in files:
@@ -63,9 +77,11 @@ def main(root):
                     continue
                 path = os.path.relpath(os.path.join(folder, name), root)
                 own = folder_of(path)
-                allowed = {home[t] for t in closure(t for t, _ in by_folder.get(own, []))} | {own}
-                for include in re.findall(r'^\s*#\s*include\s+"([^"]+)"', open(os.path.join(root, path),
-                                                                             encoding="utf-8").read(), re.M):
+                allowed = {home[t] for t in closure(t for t, *_ in by_folder.get(own, []))} | {own}
+                text = open(os.path.join(root, path), encoding="utf-8").read()
+                if tree != "os":
+                    faults += [f"{path}: <{header}> is for os/ alone" for header in SYSTEM_HEADER.findall(text)]
+                for include in re.findall(r'^\s*#\s*include\s+"([^"]+)"', text, re.M):
                     checked += 1
                     if not os.path.exists(os.path.join(root, include)):
                         faults.append(f"{path}: {include} does not stand below the top of the tree")
