@@ -302,6 +302,17 @@ def skeletons():
     expect("nan_property", "fails", ANIMATION + "A value that is no finite number: property 'export_mood' of bone "
            "'post_a', which is bone 1 of the rig, in take 'sway'")
 
+    def int_focal_length():
+        scene = Scene(span=(0, 30))
+        scene.stack()
+        camera = scene.node("camera", "Camera")
+        scene.ground(camera, None)
+        scene.take(camera, "sway", 5, 25)
+        scene.animate(camera, "FocalLength", [(0, 35), (30, 85)], CONSTANT, "int", attribute=True)
+        return Writer(scene.version).file(scene.records())
+    FILES["int_focal_length.fbx"] = int_focal_length
+    expect("int_focal_length", "packs", frames=21)
+
     def cycle(scene):
         scene.bones[0].parent = scene.bones[2]
     post("parent_cycle", cycle)
