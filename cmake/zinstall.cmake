@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 
 target_compile_features(orvelbase INTERFACE cxx_std_20) # of whoever includes the headers
 
-install(TARGETS orvelbase system.io system.serializer system.animation resource.core resource.animation
+install(TARGETS orvelbase system.io system.serializer system.animation resource.core resource.shared resource.animation
         EXPORT orvel LIBRARY DESTINATION lib)
 # The compiler that `animpack effect` takes when none is named; a plug-in that nobody links.
 if(TARGET samples.effectcompiler)
@@ -15,8 +15,19 @@ if(TARGET animpack)
   install(TARGETS animpack RUNTIME DESTINATION bin)
 endif()
 
-foreach(folder IN ITEMS base system resource/core resource/_shared resource/animation/frame)
-  install(DIRECTORY ${folder}/ DESTINATION include/orvel/${folder} FILES_MATCHING PATTERN "*.h")
+# Every header that is installed compiles alone, and what it declares is in one of the libraries: tests/package tries it.
+get_property(private_headers GLOBAL PROPERTY Z_ALL_PRIVATE_HEADERS)
+foreach(header IN LISTS private_headers)
+  list(APPEND excluded PATTERN ${header} EXCLUDE)
+endforeach()
+foreach(folder IN ITEMS base system resource/core resource/_shared)
+  install(DIRECTORY ${folder}/ DESTINATION include/orvel/${folder} FILES_MATCHING PATTERN "*.h" ${excluded})
+endforeach()
+# Of the module, what it exports and what its host has to know.
+foreach(header IN ITEMS resourceanimationmodule.h fbximport/fbxconverter.h frame/animationexception.h
+                        frame/animationresourceids.h frame/platform.h)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES resource/animation/${header} DESTINATION include/orvel/resource/animation/${folder})
 endforeach()
 
 install(EXPORT orvel NAMESPACE orvel:: DESTINATION lib/cmake/orvel FILE orvelTargets.cmake)

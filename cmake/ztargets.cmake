@@ -1,11 +1,12 @@
 # One library a folder; a target links only what lies below it, so a cycle cannot be written.
 #
-#   z_library(NAME LAYER n [SHARED [EXPORTS version-script]] SOURCES file... [LINKS target...] [WHOLE target...] [THIRDPARTY target...])
+#   z_library(NAME LAYER n [SHARED [EXPORTS version-script]] SOURCES file... [PRIVATE_HEADERS file...] [LINKS target...]
+#             [WHOLE target...] [THIRDPARTY target...])
 #   z_program(NAME LAYER n SOURCES ... LINKS ... THIRDPARTY ...)
 #   z_test(NAME SOURCES file... LINKS target... [THIRDPARTY target...] [ARGS word...])
 #   z_bench(NAME SOURCES ... LINKS ...)     z_fuzz(NAME SOURCES ... LINKS ... CORPUS folder)
 #
-# WHOLE links an archive with all its objects: for exports that nothing in the module calls.
+# PRIVATE_HEADERS stay home when the headers of their folder are installed. WHOLE links an archive with all its objects: for exports that nothing in the module calls.
 # Target names are the folders' with dots for slashes. Includes start at the top of the tree.
 
 set_property(GLOBAL PROPERTY Z_ALL_TARGETS "")
@@ -48,7 +49,13 @@ function(_z_finish name)
 endfunction()
 
 function(z_library name)
-  cmake_parse_arguments(Z "SHARED" "LAYER;EXPORTS" "SOURCES;LINKS;WHOLE;THIRDPARTY" ${ARGN})
+  cmake_parse_arguments(Z "SHARED" "LAYER;EXPORTS" "SOURCES;PRIVATE_HEADERS;LINKS;WHOLE;THIRDPARTY" ${ARGN})
+  foreach(header IN LISTS Z_PRIVATE_HEADERS)
+    if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+      message(FATAL_ERROR "${name} has no header ${header}")
+    endif()
+    set_property(GLOBAL APPEND PROPERTY Z_ALL_PRIVATE_HEADERS ${header})
+  endforeach()
   if(Z_SHARED)
     add_library(${name} SHARED ${Z_SOURCES})
     # What is not marked for export stays inside, template instances and linked archives included.

@@ -5,6 +5,13 @@ void ZComponentManager::RegisterModule(IModule* pModule)
     m_modules.Add(pModule);
 }
 
+void ZComponentManager::UnregisterModule(IModule* pModule)
+{
+    for (uint32_t i = m_modules.Size(); i-- > 0;)
+        if (m_modules[i] == pModule)
+            m_modules.RemoveAt(i);
+}
+
 TArrayRef<IModule* const> ZComponentManager::Modules() const
 {
     return m_modules;
@@ -20,6 +27,6 @@ void* ZComponentManager::CreateComponent(const ZString& name, STypeID* pInterfac
 
 ZComponentManager* GetComponentManager()
 {
-    static ZComponentManager s_manager;
-    return &s_manager;
+    static auto* const s_pManager = new ZComponentManager; // outlives the modules, which take themselves out
+    return s_pManager;
 }

@@ -9,6 +9,9 @@ class ZComponentManager
 public:
     /// Not owned. A module registered twice stands in the list twice.
     Z_EXPORT void RegisterModule(IModule* pModule);
+    /// A module that goes is taken out, as often as it stands there. On the host's load path, too; ZSimpleModuleBase
+    /// does it for itself.
+    Z_EXPORT void UnregisterModule(IModule* pModule);
     Z_EXPORT TArrayRef<IModule* const> Modules() const;
 
     /// The interface pointer of a fresh object of the first module that knows the name; null when none does or the

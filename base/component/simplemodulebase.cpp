@@ -1,10 +1,13 @@
 #include "base/component/simplemodulebase.h"
 
+#include "base/component/componentmanager.h"
+
 ZSimpleModuleBase::ZSimpleModuleBase(const ZString& name) : m_name(name) {}
 
 ZSimpleModuleBase::~ZSimpleModuleBase()
 {
     ZSimpleModuleBase::Shutdown();
+    GetComponentManager()->UnregisterModule(this);
     for (ZComponentInfoBase* pInfo : m_infos)
         ZDelete(pInfo);
 }

@@ -37,8 +37,7 @@ public:
         {
             if (pInterface != GetTypeID<TInterface>())
                 return nullptr;
-            void* pBlock = GetMemoryManager()->Allocate(sizeof(TComponent));
-            return pBlock != nullptr ? static_cast<TInterface*>(::new (pBlock) TComponent()) : nullptr;
+            return static_cast<TInterface*>(ZNew<TComponent>());
         }
     };
 

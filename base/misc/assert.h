@@ -22,27 +22,30 @@ using FAssertHandler = bool (*)(const char* szFile, int nLine, const char* szExp
 /// Returns the handler so far. Null restores the default, which prints to standard error and stops the program.
 Z_EXPORT FAssertHandler SetAssertHandler(FAssertHandler pHandler);
 
-/// Active in every build. The text is what a user will report, so it may differ from the expression.
-#define ZASSERT_TEXT(expression, text)                                                                                 \
+/// Active in every build. The text is what a user will report, so it may differ from the expression; the message, a C
+/// string that is made only when the assertion fails, names the asset and the thing.
+#define ZASSERT_MESSAGE(expression, text, message)                                                                     \
     do                                                                                                                 \
     {                                                                                                                  \
         static bool s_bIgnoreAssert = false;                                                                           \
         if (!(expression)) [[unlikely]]                                                                                \
         {                                                                                                              \
-            if (!s_bIgnoreAssert && !assertFunctionMsg(__FILE__, __LINE__, text, &s_bIgnoreAssert, "", ""))            \
+            if (!s_bIgnoreAssert && !assertFunctionMsg(__FILE__, __LINE__, text, &s_bIgnoreAssert, message, ""))       \
                 std::abort();                                                                                          \
         }                                                                                                              \
     } while (false)
 
+#define ZASSERT_TEXT(expression, text) ZASSERT_MESSAGE(expression, text, "")
 #define ZASSERT(expression) ZASSERT_TEXT(expression, #expression)
 
 /// For conditions behind which the code could not go on without touching memory that is not its own.
-#define ZASSERT_OR_HALT_TEXT(expression, text)                                                                         \
+#define ZASSERT_OR_HALT_MESSAGE(expression, text, message)                                                             \
     do                                                                                                                 \
     {                                                                                                                  \
-        ZASSERT_TEXT(expression, text);                                                                                \
+        ZASSERT_MESSAGE(expression, text, message);                                                                    \
         if (!(expression)) [[unlikely]]                                                                                \
             throw zhalt_exception();                                                                                   \
     } while (false)
 
+#define ZASSERT_OR_HALT_TEXT(expression, text) ZASSERT_OR_HALT_MESSAGE(expression, text, "")
 #define ZASSERT_OR_HALT(expression) ZASSERT_OR_HALT_TEXT(expression, #expression)

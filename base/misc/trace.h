@@ -2,7 +2,8 @@
 
 #include "base/misc/zstring.h"
 
-/// Hears every trace line of the process. Called on the thread that traces.
+/// Hears every trace line of the process. Called on the thread that traces, one line at a time. It may itself trace,
+/// and add or remove listeners: what it traces goes to the listeners that are not in a call.
 class Z_EXPORT ITraceListener
 {
 public:

@@ -1,5 +1,7 @@
 #include "base/misc/zresourceid.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -69,11 +71,20 @@ ZString JoinDerived(const SDerivedParts& parts)
 /// Where the extension begins behind its dot, within the last name of the text; the text's end when there is none.
 size_t ExtensionStart(std::string_view text)
 {
-    const size_t nSlash = text.rfind('/');
+    const size_t nName = text.find_last_of("/?");
     const size_t nDot = text.rfind('.');
-    if (nDot == std::string_view::npos || (nSlash != std::string_view::npos && nDot < nSlash))
+    if (nDot == std::string_view::npos || (nName != std::string_view::npos && nDot < nName))
         return text.size();
     return nDot + 1;
+}
+
+/// The root, with its parameters, that a derived text was made from in the end.
+std::string_view InnermostSource(std::string_view text)
+{
+    SDerivedParts parts;
+    while (SplitDerived(text, parts))
+        text = parts.source;
+    return text;
 }
 
 bool IsPlainWord(std::string_view text)
@@ -117,31 +128,29 @@ bool ZResourceID::IsValid() const
 
 ZResourceID ZResourceID::GetRoot() const
 {
-    std::string_view text = m_text.View();
-    SDerivedParts parts;
-    while (SplitDerived(text, parts))
-        text = parts.source;
+    const std::string_view text = InnermostSource(m_text.View());
     return ZString::FromView(text.substr(0, text.find('?')));
 }
 
 ZString ZResourceID::GetRootParameters() const
 {
-    std::string_view text = m_text.View();
-    SDerivedParts parts;
-    while (SplitDerived(text, parts))
-        text = parts.source;
+    const std::string_view text = InnermostSource(m_text.View());
     const size_t nMark = text.find('?');
     return nMark == std::string_view::npos ? ZString() : ZString::FromView(text.substr(nMark + 1));
 }
 
 ZResourceID ZResourceID::ReplaceRootParameters(const ZString& text) const
 {
-    ZString result = ZString::FromView(m_text.View().substr(0, m_text.IndexOf('?')));
+    const std::string_view all = m_text.View();
+    const std::string_view root = InnermostSource(all);
+    const auto nRoot = static_cast<size_t>(root.data() - all.data());
+    ZString result = ZString::FromView(all.substr(0, nRoot + std::min(root.find('?'), root.size())));
     if (!text.IsEmpty())
     {
         result.Append('?');
         result.Append(text);
     }
+    result.Append(all.substr(nRoot + root.size()));
     return result;
 }
 

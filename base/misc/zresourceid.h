@@ -28,6 +28,7 @@ public:
     Z_EXPORT ZResourceID GetRoot() const;
     /// What stands behind the "?", with its leading slash; empty when there is none.
     Z_EXPORT ZString GetRootParameters() const;
+    /// Of a derived identifier, those of its source.
     Z_EXPORT ZResourceID ReplaceRootParameters(const ZString& text) const;
 
     /// Without the dot: the derived extension; else that of the root parameters; else that of the file.

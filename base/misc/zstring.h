@@ -24,10 +24,11 @@ public:
     static constexpr size_t NOT_FOUND = static_cast<size_t>(-1);
 
     ZString() = default;
-    /// Borrows: for literals. A static string made so exists before any code runs.
+    /// Borrows: for literals. A static string made so exists before any code runs. The text ends at its first zero
+    /// byte; an array without one halts, or does not compile where it is constant.
     template <size_t N>
     constexpr ZString(const char (&szLiteral)[N])
-        : m_pText(const_cast<char*>(szLiteral)), m_nLength(static_cast<uint32_t>(N - 1) | BORROWED_BIT)
+        : m_pText(const_cast<char*>(szLiteral)), m_nLength(LengthWithin(szLiteral, N) | BORROWED_BIT)
     {
     }
     /// A buffer is not a literal: its length and its life are not known here.
@@ -137,6 +138,14 @@ private:
     ZString(const char* pText, size_t nLength, uint32_t nFlag)
         : m_pText(const_cast<char*>(pText)), m_nLength(static_cast<uint32_t>(nLength) | nFlag)
     {
+    }
+    static constexpr uint32_t LengthWithin(const char* pText, size_t nSize)
+    {
+        const std::string_view text(pText, nSize);
+        const size_t nLength = text.find('\0');
+        if (nLength == std::string_view::npos)
+            throw zhalt_exception();
+        return static_cast<uint32_t>(nLength);
     }
     Z_EXPORT void Assign(const char* pText, size_t nLength);
     Z_EXPORT void Free();

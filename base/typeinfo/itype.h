@@ -28,7 +28,7 @@ struct STypeField
     STypeID* m_pTypeID;
 };
 
-/// Type descriptor. Descriptors are static objects of the library that registers them and live as long as the process.
+/// Type descriptor. Descriptors are static objects of the library that registers them and live as long as it is loaded.
 class Z_EXPORT IType
 {
 public:
@@ -78,6 +78,8 @@ class ZTypeRegistry
 {
 public:
     Z_EXPORT void Register(const IType* pType);
+    /// For a descriptor that goes with its library; nothing when another one is registered for its type.
+    Z_EXPORT void Unregister(const IType* pType);
     /// Null when nobody has registered the type.
     static const IType* GetType(STypeID* pTypeID)
     {
@@ -94,3 +96,17 @@ inline void RegisterType(const IType* pType)
 {
     (g_pTypeRegistry != nullptr ? g_pTypeRegistry : CreateTypeRegistry())->Register(pType);
 }
+
+/// Registers a descriptor for as long as it lives: for libraries that can be unloaded, as a static object behind a
+/// static descriptor.
+class ZTypeRegistration
+{
+public:
+    explicit ZTypeRegistration(const IType* pType) : m_pType(pType) { RegisterType(pType); }
+    ZTypeRegistration(const ZTypeRegistration&) = delete;
+    ZTypeRegistration& operator=(const ZTypeRegistration&) = delete;
+    ~ZTypeRegistration() { g_pTypeRegistry->Unregister(m_pType); }
+
+private:
+    const IType* m_pType;
+};

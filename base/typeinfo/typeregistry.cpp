@@ -1,4 +1,5 @@
 #include "base/math/quaternion.h"
+#include "base/misc/fromchars.h"
 #include "base/misc/zresourceid.h"
 #include "base/typeinfo/mathtypes.h"
 #include "base/typeinfo/ttype.h"
@@ -13,6 +14,12 @@ void ZTypeRegistry::Register(const IType* pType)
 {
     const IType* pNone = nullptr;
     pType->GetID()->m_pType.compare_exchange_strong(pNone, pType, std::memory_order_acq_rel);
+}
+
+void ZTypeRegistry::Unregister(const IType* pType)
+{
+    const IType* pExpected = pType;
+    pType->GetID()->m_pType.compare_exchange_strong(pExpected, nullptr, std::memory_order_acq_rel);
 }
 
 namespace
@@ -31,6 +38,7 @@ void AppendBool(const bool& value, ZString& text)
     text.Append(value ? "true" : "false");
 }
 
+/// An optional sign, digits with at most one point, an exponent: neither nan nor infinity is a number here.
 template <class T>
 bool ParseNumber(void* pDestination, const IType*, const ZString& text)
 {
@@ -39,8 +47,11 @@ bool ParseNumber(void* pDestination, const IType*, const ZString& text)
     const char* pEnd = pStart + trimmed.Length();
     if (pStart != pEnd && *pStart == '+')
         ++pStart;
+    const char* pDigits = pStart != pEnd && *pStart == '-' && pStart == trimmed.ToCString() ? pStart + 1 : pStart;
+    if (pDigits == pEnd || !((*pDigits >= '0' && *pDigits <= '9') || *pDigits == '.'))
+        return false;
     T value{};
-    const auto result = std::from_chars(pStart, pEnd, value);
+    const auto result = FromChars(pStart, pEnd, value);
     if (result.ec != std::errc() || result.ptr != pEnd)
         return false;
     *static_cast<T*>(pDestination) = value;

@@ -12,7 +12,7 @@ void ZVariant::Set(STypeID* pTypeID, const void* pValue)
         const IType* pType = ZTypeRegistry::GetType(pTypeID);
         ZASSERT(pType != nullptr);
         if (pType == nullptr)
-            return;
+            return Clear();
         if (IsStoredInside(*pType))
         {
             std::memcpy(&fresh.m_nStorage, pValue, pType->Size());

@@ -59,6 +59,8 @@ SJobResult ZJobRunner::Run(const SJob& job, bool bPublishLater)
     result.job = job;
     ZJobContext context(job, [this](const SMessage& message) { m_host.OnMessage(message); });
     m_database.Push(&context);
+    std::vector<std::string> outerNotices;
+    m_trace.SwapNotices(outerNotices);
     const bool bGood = Guarded(context,
                                [&](ZJobContext& current)
                                {
@@ -75,6 +77,10 @@ SJobResult ZJobRunner::Run(const SJob& job, bool bPublishLater)
             context.AddMessage(ESeverity::eError, "failed without giving a reason");
     }
     m_trace.TakeFailures();
+    for (const std::string& sLine : m_trace.TakeNotices())
+        if (!context.HasErrors()) // which say more
+            context.AddMessage(ESeverity::eWarning, sLine);
+    m_trace.SwapNotices(outerNotices);
     m_database.Pop();
     result.eStatus = bGood ? EJobStatus::ePacked : EJobStatus::eFailed;
     result.dependencies = std::move(context.Dependencies());
@@ -152,7 +158,7 @@ bool ZJobRunner::Pack(ZJobContext& context)
                                                   std::string(pKind->extension) + "'");
         return false;
     }
-    return packer->Pack(&context, target.GetSourceResourceID(), target, ZVariantRef());
+    return packer->Pack(&context, target.GetSourceResourceID(), target, ZVariantRef()) && !context.HasErrors();
 }
 
 bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& result)
@@ -193,6 +199,10 @@ bool ZJobRunner::Scan(ZJobContext& context, SSourceScan& scan)
         if (sError.empty())
             for (const std::string& sLine : m_trace.TakeFailures())
                 sError += (sError.empty() ? "" : "; ") + sLine;
+        // What could not be parsed, and where, is only traced.
+        for (const std::string& sLine : m_trace.TakeNotices())
+            if (sLine.find(sError) == std::string::npos && !sError.empty())
+                sError += " (" + sLine + ')';
         if (sError.empty())
             sError = "the source can't be read";
         if (!context.HasErrors())

@@ -52,16 +52,36 @@ bool ReadEffect(const std::string& sPath, std::string& sText, std::string& sWhy)
     return sWhy.empty();
 }
 
-/// The effect's own folder, as for every file that it includes, then those of the command line.
-std::string IncludePath(const std::string& sPath, const std::vector<std::string>& folders)
+/// A compiler looks into the working directory first: the effect's own folder while it is compiled, so that its
+/// includes are found beside it, as for every file that it includes.
+class ZEffectFolder
 {
-    std::string sResult = fs::path(sPath).parent_path().string();
-    if (sResult.empty())
-        sResult += '.';
-    for (const std::string& sFolder : folders)
-        (sResult += ';') += sFolder;
-    return sResult;
-}
+public:
+    explicit ZEffectFolder(const std::string& sEffect) : m_before(fs::current_path())
+    {
+        if (const fs::path own = fs::path(sEffect).parent_path(); !own.empty())
+            fs::current_path(own);
+    }
+    ZEffectFolder(const ZEffectFolder&) = delete;
+    ZEffectFolder& operator=(const ZEffectFolder&) = delete;
+    ~ZEffectFolder()
+    {
+        std::error_code error;
+        fs::current_path(m_before, error);
+    }
+
+    /// What is looked into behind it: the folder that it was before, then those of the command line.
+    std::string IncludePath(const std::vector<std::string>& folders) const
+    {
+        std::string sResult = m_before.string();
+        for (const std::string& sFolder : folders)
+            (sResult += ';') += (m_before / sFolder).string();
+        return sResult;
+    }
+
+private:
+    fs::path m_before;
+};
 
 TArray<SFXCompilerDefine> Defines(const std::vector<std::string>& words)
 {
@@ -83,13 +103,18 @@ void Compile(IFXCompiler& compiler, const SEffectSource& source, SEffectRun& run
     ZEffectContext context(run.messages);
     try
     {
+        const ZEffectFolder folder(source.sPath);
         run.pEffect =
             compiler.CompileEffect(&context, ToId(source.sName), sText.data(), sText.size(), Defines(source.defines),
-                                   ToZString(IncludePath(source.sPath, source.includeFolders)), run.references);
+                                   ToZString(folder.IncludePath(source.includeFolders)), run.references);
     }
     catch (const zhalt_exception&)
     {
         // Malformed text. The compiler knows more.
+    }
+    catch (const fs::filesystem_error& e)
+    {
+        run.sError = e.what();
     }
     catch (const SAssertionFailed& failed)
     {

@@ -62,7 +62,9 @@ ZAssetTree::SLookup ZHostDatabase::LookUp(const ZResourceID& id, ESeverity eWhen
     if (pContext->HasDependency(sRoot))
         return lookup;
     if (!lookup.sWhy.empty())
-        pContext->AddMessage(eWhenOdd, "'" + sRoot + "': " + lookup.sWhy);
+        // Of two files nobody knows which one was meant, whatever it is needed for.
+        pContext->AddMessage(lookup.eState == ZAssetTree::SLookup::eAmbiguous ? ESeverity::eError : eWhenOdd,
+                             "'" + sRoot + "': " + lookup.sWhy);
     SDependency dependency{SDependency::eSource, sRoot, {}, 0};
     if (lookup.eState == ZAssetTree::SLookup::eFound)
     {

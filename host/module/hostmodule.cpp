@@ -83,8 +83,9 @@ ZPackerOptionScope::~ZPackerOptionScope()
 
 void ZTraceCollector::OnTrace(const char*, int, ETraceLevel eLevel, const ZString& channel, const ZString& text)
 {
-    if (eLevel != eTrace_Notice && m_failures.size() < MOST_LINES)
-        m_failures.push_back(ToStd(channel) + ": " + ToStd(text));
+    std::vector<std::string>& lines = eLevel == eTrace_Notice ? m_notices : m_failures;
+    if (lines.size() < MOST_LINES)
+        lines.push_back(ToStd(channel) + ": " + ToStd(text));
 }
 
 } // namespace Host

@@ -24,8 +24,8 @@ public:
     ~ZPackerOptionScope();
 };
 
-/// Hears what modules trace. A module traces what it does not tell its user, so the lines matter when a job fails
-/// without a word.
+/// Hears what modules trace. Lines of failures matter when a job fails without a word; notices are what a module would
+/// tell its user where it has no context to tell it to.
 class ZTraceCollector final : public ITraceListener
 {
 public:
@@ -40,10 +40,15 @@ public:
     /// Lines of failures since the last call, at most MOST_LINES.
     std::vector<std::string> TakeFailures() { return std::exchange(m_failures, {}); }
 
+    std::vector<std::string> TakeNotices() { return std::exchange(m_notices, {}); }
+    /// Puts notices aside, or back: those of a job and of one inside it are kept apart.
+    void SwapNotices(std::vector<std::string>& notices) { m_notices.swap(notices); }
+
     static constexpr size_t MOST_LINES = 20;
 
 private:
     std::vector<std::string> m_failures;
+    std::vector<std::string> m_notices;
 };
 
 } // namespace Host

@@ -2,6 +2,7 @@
 
 #include "resource/_shared/fxfilenames.h"
 #include "resource/_shared/fxflattener.h"
+#include "resource/_shared/fxscan.h"
 
 #include <cstdio>
 #include <filesystem>

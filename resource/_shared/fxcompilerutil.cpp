@@ -1,4 +1,4 @@
-#include "resource/_shared/fxcompilerutil.h"
+#include "resource/_shared/fxscan.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -269,28 +269,4 @@ inline bool FindLineDirective(const char* pText, size_t nPosition, size_t nSize,
     return true;
 }
 
-// What follows is the base's own and not exported.
-
-/// The place of a position as the #line directives before it tell: SOURCE_FILE and counting from 1 without any. Reads
-/// the text from its start, so it is for failures only.
-struct SLocation
-{
-    ZString file;
-    uint32_t nLine = 1;
-};
-SLocation FindLocation(const char* pText, size_t nPosition, size_t nSize);
-
-/// Backslashes become slashes, letters lower case, and every run of slashes one slash.
-ZString NormalizeReferencePath(const ZString& path);
-
-// Numbers as C reads the start of a text, in the C locale whatever the program has set, and defined for every input.
-
-/// Base 0, so 0x and 0 choose the base; beyond 32 bits it stays at the highest number; a minus sign negates.
-uint32_t ParseUnsigned(const char* szText);
-/// Beyond 32 bits it stays at the nearest number.
-int32_t ParseInteger(const char* szText);
-double ParseReal(const char* szText);
-/// Cuts off the fraction and keeps the low 32 bits of a 64-bit integer; what does not fit that, NaN included, gives 0.
-uint32_t TruncateToUnsigned(double fValue);
-
 } // namespace FXCompilerUtil

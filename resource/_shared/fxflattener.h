@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/collections/tarray.h"
-#include "resource/_shared/fxcompilerutil.h"
+#include "resource/_shared/fxscan.h"
 
 #include <functional>
 #include <vector>

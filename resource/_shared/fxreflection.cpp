@@ -1,5 +1,7 @@
 #include "resource/_shared/fxreflection.h"
 
+#include "resource/_shared/fxscan.h"
+
 #include <cmath>
 #include <limits>
 

@@ -99,20 +99,4 @@ requires(sizeof(T) == 16) const T& ElementOf(const TArray<T>& elements, uint32_t
     return elements[index];
 }
 
-/// A walk over effect text.
-struct SScan
-{
-    const char* pText = nullptr;
-    size_t nSize = 0;
-    size_t nPosition = 0;
-    uint32_t nLine = static_cast<uint32_t>(-1);
-    ZString within; ///< what is being read, for a failure's text; empty between declarations
-    char token[TOKEN_SIZE] = {};
-};
-
-/// Reads a sampler's settings from the opening brace to the semicolon behind the closing one. Keys and words are
-/// compared exactly; keys that are not known are passed over, words that are not known fail. #line directives may stand
-/// between settings.
-void ReadSamplerBody(SScan& scan, SFXSamplerState& sampler);
-
 } // namespace FXCompilerUtil

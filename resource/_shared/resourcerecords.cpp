@@ -9,14 +9,14 @@ template <class T, size_t N>
 void RegisterRecord(const STypeField (&fields)[N])
 {
     static const TRecordType<T> s_type(fields);
-    RegisterType(&s_type);
+    static const ZTypeRegistration s_registration(&s_type);
 }
 
 template <class T>
 void RegisterArray()
 {
     static const TArrayType<T> s_type;
-    RegisterType(&s_type);
+    static const ZTypeRegistration s_registration(&s_type);
 }
 
 } // namespace
@@ -25,7 +25,7 @@ void RegisterResourceRecords()
 {
     static const TScalarType<ZTime> s_time(sizeof(int64_t), [](const ZTime& time, ZString& text)
                                            { ZVariantRef(time.m_nNanoseconds).AppendText(text); });
-    RegisterType(&s_time);
+    static const ZTypeRegistration s_timeRegistration(&s_time);
 
     using SMessage = SBuildResourceMessage;
     static const STypeField s_message[] = {Z_FIELD(SMessage, bFailed), Z_FIELD(SMessage, resourceID),

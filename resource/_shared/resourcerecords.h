@@ -58,4 +58,4 @@ struct SResourceSourceControlStatus
 Z_TYPE_NAME(SResourceSourceControlStatus, "SResourceSourceControlStatus");
 
 /// Tells the type registry of these records. Safe to repeat.
-void RegisterResourceRecords();
+Z_EXPORT void RegisterResourceRecords();

@@ -44,9 +44,11 @@ void ZResourceAnimationModule::RegisterComponents()
     RegisterResourceRecords();
 }
 
+ZResourceAnimationModule::ZResourceAnimationModule() : ZSimpleModuleBase("Resource.Animation") {}
+
 ZResourceAnimationModule* GetDllModule()
 {
-    static ZResourceAnimationModule s_module("Resource.Animation");
+    static ZResourceAnimationModule s_module;
     return &s_module;
 }
 

@@ -11,6 +11,7 @@ class Z_EXPORT IResourceFactory : public IComponentInterface
 {
 public:
     /// A new object of the type asked for, owned by the caller; raises the factory's exception on failure.
+    /// `subResourceName` is the identifier's root parameters as they stand: "/hero.chartype".
     virtual void* LoadResource(IInputStream* pStream, STypeID* pTypeID, const ZResourceID& id,
                                const ZString& subResourceName) = 0;
     /// True when the source could be read and `result` holds what it has. On false GetLastErrorMessage() tells why, and

@@ -20,7 +20,16 @@ constexpr size_t MOST_MESSAGES = 100;
 /// Beyond the plain limit of the output, what macros may make of each byte of the source.
 constexpr uint64_t GROWTH = 4;
 
-/// "FILE:LINE:COLUMN: KIND: TEXT" as FILE:LINE and TEXT; kinds are "error", "fatal error", "warning" and "note".
+/// Where ":NUMBER" at the text's end begins; npos when there is none.
+size_t NumberAtEnd(std::string_view text)
+{
+    const size_t nLast = text.find_last_not_of("0123456789");
+    return nLast != std::string_view::npos && text[nLast] == ':' && nLast + 1 < text.size() ? nLast
+                                                                                            : std::string_view::npos;
+}
+
+/// "FILE:LINE:COLUMN: KIND: TEXT" as FILE:LINE and TEXT; kinds are "error", "fatal error", "warning" and "note". What
+/// is found at the end of a file, as a condition that does not end, has no column.
 struct SMessage
 {
     std::string_view place, kind, text;
@@ -40,11 +49,10 @@ bool ReadMessage(std::string_view line, SMessage& message)
     }
     if (nFirst == std::string_view::npos)
         return false;
-    const size_t nColumn = message.place.rfind(':');
-    message.bHasPlace =
-        nColumn != 0 && nColumn != std::string_view::npos && message.place.rfind(':', nColumn - 1) < nColumn;
-    if (message.bHasPlace)
-        message.place = message.place.substr(0, nColumn);
+    const size_t nNumber = NumberAtEnd(message.place);
+    message.bHasPlace = nNumber != std::string_view::npos && nNumber != 0;
+    if (message.bHasPlace && NumberAtEnd(message.place.substr(0, nNumber)) != std::string_view::npos)
+        message.place = message.place.substr(0, nNumber);
     return true;
 }
 

@@ -4,7 +4,7 @@
     make_bad.py [FOLDER]        default: bad/ in the folder above this file
 
 Rows of expected.json: `file`; `pack` with `extension` and perhaps `parameters`, or `scan`, or `packRig`;
-`result`: "packs", "fails" (with a message), "halts" (fails, whatever is said), "ends" (packs or fails, but ends);
+`result`: "packs", "warns" (of a scan), "fails" (with a message), "halts" (fails, whatever is said), "ends" (packs or fails, but ends);
 `message`: text that must appear, whole or, where the rest is the scene file library's own, its fixed beginning.
 """
 
@@ -206,6 +206,19 @@ def marks():
     post("take_name_case", clash, takes=False)
     expect("take_name_case", "packs", take="MOVE", frames=6)
 
+    def same_name(scene):
+        scene.ground(scene.bones[1], name="inner", rig=True, resource="assembly:/take_name_twice.fbx?/inner.rig")
+        scene.take(scene.bones[1], "SWAY", 6, 12)
+        scene.take(scene.root, "nod", 6, 12, node="post_c")       # and a bone of that name
+    post("take_name_twice", same_name)
+    expect("take_name_twice", "packs", "The node 'post_c' is lost with all below it: it has the name of a take node",
+           bones=3)
+    expect("take_name_twice", "warns", "The take 'SWAY' of ground 'inner' is lost: another one of this name, of ground "
+           "'post', stands before it", scan=True)
+    post("take_name_bracket", lambda s: s.take(s.root, "a<b", 5, 25, node="T1"))
+    expect("take_name_bracket", "fails", "Error when scanning FBX: The take 'a<b' can't be packed: no identifier holds "
+           "angle brackets or control characters", scan=True)
+
     def backwards(scene):
         scene.take(scene.root, "backwards", 20, 10)
         scene.take(scene.root, "early", -20, -10)
@@ -253,6 +266,15 @@ def skeletons():
            "\tClashing names are: "
            "'post_a' and 'POST_A'\n\twith Uid: ", rig="post")
 
+    for name, bones, result, message in (
+            ("case_clash", ("post_a", "post_b", "POST_B"), "fails",
+             ANIMATION + "The bones 'post_b' and 'POST_B' of take 'sway' have one uid, "),
+            ("namespaces", ("post_a", "x:post_b", "y:post_b"), "packs",
+             "WARNING: Take 'sway' has several bones that are packed as 'post_b': the last one stands, the others are "
+             "lost")):
+        post(name, names=bones, rig=False, resource="assembly:/wholesome.fbx?/post.rig")
+        expect(name, result, message)
+
     def zero(scene):
         scene.bones[1].rest["Lcl Scaling"] = (0.0, 0.0, 0.0)
     post("zero_scale", zero)
@@ -273,6 +295,23 @@ def skeletons():
         scene.animate(scene.root, "export_mode", [(0, 0), (10, 2)], CONSTANT, "enum")
     post("enum_property", enum)
     expect("enum_property", "packs")
+
+    def nan_property(scene):
+        scene.animate(scene.bones[0], "export_mood", [(0, 0.0), (10, float("nan"))], CONSTANT, "double")
+    post("nan_property", nan_property)
+    expect("nan_property", "fails", ANIMATION + "A value that is no finite number: property 'export_mood' of bone "
+           "'post_a', which is bone 1 of the rig, in take 'sway'")
+
+    def int_focal_length():
+        scene = Scene(span=(0, 30))
+        scene.stack()
+        camera = scene.node("camera", "Camera")
+        scene.ground(camera, None)
+        scene.take(camera, "sway", 5, 25)
+        scene.animate(camera, "FocalLength", [(0, 35), (30, 85)], CONSTANT, "int", attribute=True)
+        return Writer(scene.version).file(scene.records())
+    FILES["int_focal_length.fbx"] = int_focal_length
+    expect("int_focal_length", "packs", frames=21)
 
     def cycle(scene):
         scene.bones[0].parent = scene.bones[2]

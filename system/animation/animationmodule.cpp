@@ -20,14 +20,14 @@ template <class T>
 void RegisterArray()
 {
     static const TArrayType<T> s_type;
-    RegisterType(&s_type);
+    static const ZTypeRegistration s_registration(&s_type);
 }
 
 template <class T, size_t N>
 void RegisterRecord(const STypeField (&fields)[N])
 {
     static const TRecordType<T> s_type(fields);
-    RegisterType(&s_type);
+    static const ZTypeRegistration s_registration(&s_type);
 }
 
 class ZSystemAnimationModule final : public ZSimpleModuleBase
@@ -48,7 +48,7 @@ void RegisterSystemAnimationTypes()
         {
             static const TScalarType<SBoneId> s_boneId(sizeof(uint16_t), [](const SBoneId& id, ZString& text)
                                                        { ZVariantRef(id.m_uiId).AppendText(text); });
-            RegisterType(&s_boneId);
+            static const ZTypeRegistration s_boneIdRegistration(&s_boneId);
             RegisterArray<SBoneId>();
             RegisterArray<uint32_t>();
             RegisterArray<SQV>();

@@ -1,6 +1,6 @@
 #include "system/serializer/jsonparser.h"
 
-#include <charconv>
+#include "base/misc/fromchars.h"
 
 ZJsonValue ZJsonParser::Parse()
 {
@@ -142,7 +142,7 @@ ZJsonValue ZJsonParser::ParseNumber()
         FailAtCharacter();
     ZJsonValue value;
     value.m_eKind = ZJsonValue::EKind::eNumber;
-    const auto result = std::from_chars(pStart, pEnd, value.m_fValue);
+    const auto result = FromChars(pStart, pEnd, value.m_fValue);
     if (result.ec != std::errc())
         Fail("the number does not fit");
     m_nPosition += static_cast<size_t>(result.ptr - pStart);

@@ -47,6 +47,7 @@ public:
         value = ZString::AllocateFromCString(attribute.value());
         return true;
     }
+    ZString Place() const final { return m_source->PlaceOf(m_node); }
     TXMLNodes Select(const ZString& path) const final
     {
         TXMLNodes result;

@@ -22,6 +22,8 @@ public:
     /// Elements that an XPath expression selects, in document order, each once. An expression that does not compile
     /// fails an assertion and selects nothing.
     virtual TArray<ZComPtr<IXMLDOMNode>> Select(const ZString& path) const = 0;
+    /// Where an element begins, as "line 3, column 5".
+    virtual ZString Place() const = 0;
 
 protected:
     ~IXMLDOMNode() = default;

@@ -3,9 +3,15 @@
 #include "base/typeinfo/mathtypes.h"
 #include "base/typeinfo/ttype.h"
 #include "base/typeinfo/zvariant.h"
+#include "tests/support/asserttrap.h"
 
 #include <gtest/gtest.h>
 #include <thread>
+
+struct SNobody
+{
+};
+Z_TYPE_NAME(SNobody, "test.SNobody");
 
 namespace
 {
@@ -29,8 +35,12 @@ TEST(TypeInfo, ParsesTextByType)
     float f = 0.0f;
     EXPECT_TRUE(parse(GetTypeID<float>(), " -0.5\n", &f));
     EXPECT_EQ(f, -0.5f);
-    EXPECT_FALSE(parse(GetTypeID<float>(), "0.5x", &f));
-    EXPECT_FALSE(parse(GetTypeID<float>(), "", &f));
+    for (const char* szNone : {"0.5x", "", "nan", "-NAN", "inf", "+-1", "-+1", "-", "1e39", "1e"})
+        EXPECT_FALSE(parse(GetTypeID<float>(), szNone, &f)) << szNone;
+    for (const char* szTiny : {"1e-50", "-0.001e-400", "+1E-99999999999999999999", "0e99"})
+        EXPECT_TRUE(parse(GetTypeID<float>(), szTiny, &f) && f == 0.0f) << szTiny;
+    double d = 0.0;
+    EXPECT_TRUE(parse(GetTypeID<double>(), "1e-50", &d) && d == 1e-50);
     bool b = false;
     EXPECT_TRUE(parse(GetTypeID<bool>(), "True", &b) && b);
     EXPECT_FALSE(parse(GetTypeID<bool>(), "yes", &b));
@@ -38,6 +48,7 @@ TEST(TypeInfo, ParsesTextByType)
     EXPECT_TRUE(parse(GetTypeID<SVector3>(), "0.5, -1, 0.25", &v));
     EXPECT_EQ(v, (SVector3{0.5f, -1.0f, 0.25f}));
     EXPECT_FALSE(parse(GetTypeID<SVector3>(), "0.5, -1", &v));
+    EXPECT_FALSE(parse(GetTypeID<SVector3>(), "0.5, -1, nan", &v));
     uint32_t n = 0;
     EXPECT_FALSE(parse(GetTypeID<uint32_t>(), "-1", &n));
 }
@@ -57,6 +68,9 @@ TEST(ZVariant, OwnsItsValueInsideOrOutside)
         ZVariant self(SVector4{1, 2, 3, 4});
         self.Set(GetTypeID<SVector4>(), self.Get());
         EXPECT_EQ(self.GetValue<SVector4>().z, 3.0f);
+        ZAssertTrap trap;
+        self.Set(GetTypeID<SNobody>(), nullptr);
+        EXPECT_TRUE(trap.Count() == 1 && self.GetTypeID() == nullptr) << "a type that nobody has registered";
     }
     EXPECT_EQ(GetMemoryManager()->LiveBlockCount(), nBlocks);
 }
@@ -88,6 +102,17 @@ Z_TYPE_NAME(IThing, "test.IThing");
 namespace
 {
 
+/// Fails to be made.
+class ZThrower final : public IThing
+{
+public:
+    ZThrower() { throw zhalt_exception(); }
+    ZObjectRef GetVariantRef() override { return {}; }
+    size_t AddRef() override { return 0; }
+    size_t Release() override { return 0; }
+    void* QueryInterface(STypeID*) override { return nullptr; }
+};
+
 class ZThingModule final : public ZSimpleModuleBase
 {
 public:
@@ -96,6 +121,7 @@ public:
     {
         RegisterComponent<TComponentInfo<ZThing, IThing>>("Thing");
         RegisterComponent<TComponentInfo<ZThing, IThing>>("Thing");
+        RegisterComponent<TComponentInfo<ZThrower, IThing>>("Thrower");
     }
 };
 
@@ -111,6 +137,9 @@ TEST(Components, AreMadeByNameAndInterface)
     EXPECT_NE(pFirst, pSecond);
     EXPECT_EQ(CreateComponent<IComponentInterface>("Thing"), nullptr) << "registered under another interface";
     EXPECT_EQ(CreateComponent<IThing>("thing"), nullptr);
+    const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
+    EXPECT_THROW(CreateComponent<IThing>("Thrower"), zhalt_exception);
+    EXPECT_EQ(GetMemoryManager()->LiveBlockCount(), nBlocks);
 
     // The interface table is built once, whoever comes first.
     std::vector<std::thread> threads;

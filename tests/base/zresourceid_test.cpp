@@ -19,6 +19,8 @@ TEST(ZResourceID, TakesFormsApart)
         {"assembly:/a/run.fbx?/walk.take", true, "assembly:/a/run.fbx", "/walk.take", "take"},
         {"assembly:/a (1)/run.x.FBX", true, "assembly:/a (1)/run.x.FBX", "", "FBX"},
         {"assembly:/a.b/run", true, "assembly:/a.b/run", "", ""},
+        {"assembly:/a.fbx?walk", true, "assembly:/a.fbx", "walk", ""},
+        {"assembly:/a.fbx?walk.take", true, "assembly:/a.fbx", "walk.take", "take"},
         {"<assembly:/a.fbx?/w.take>.pc.animation", true, "assembly:/a.fbx", "/w.take", "animation"},
         {"<<assembly:/a.fbx>.pc.animationrig>(x|y).pc.rigxml", true, "assembly:/a.fbx", "", "rigxml"},
         {"", false, "", "", ""},
@@ -73,6 +75,9 @@ TEST(ZResourceID, ReplacesExtensionAndParameters)
     EXPECT_TRUE(ZResourceID("assembly:/a.fbx?/x.take").ReplaceExtension("rig") == ZString("assembly:/a.fbx?/x.rig"));
     EXPECT_TRUE(ZResourceID("assembly:/a.fbx?/x.take").ReplaceRootParameters("/y.rig") ==
                 ZString("assembly:/a.fbx?/y.rig"));
+    const ZResourceID derived("<<assembly:/a.fbx?/x.take>.pc.rig>(p?q).pc.rigxml");
+    EXPECT_TRUE(derived.ReplaceRootParameters("/y.rig") == ZString("<<assembly:/a.fbx?/y.rig>.pc.rig>(p?q).pc.rigxml"));
+    EXPECT_TRUE(derived.ReplaceRootParameters("") == ZString("<<assembly:/a.fbx>.pc.rig>(p?q).pc.rigxml"));
 }
 
 } // namespace

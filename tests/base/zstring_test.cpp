@@ -1,6 +1,7 @@
 #include "base/misc/zresourceid.h"
 #include "base/misc/zstring.h"
 #include "base/typeinfo/mathtypes.h"
+#include "tests/support/tracerecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,11 @@ TEST(ZString, BorrowsLiteralsAndCopiesEverythingElse)
     EXPECT_TRUE(literal.IsBorrowed());
     EXPECT_EQ(literal.Length(), 3u);
     EXPECT_EQ(GetMemoryManager()->LiveBlockCount(), nBlocks);
+
+    constexpr char PADDED[8] = "run";
+    EXPECT_EQ(ZString(PADDED).Length(), 3u);
+    constexpr char ENDLESS[2] = {'a', 'b'};
+    EXPECT_THROW(ZString{ENDLESS}, zhalt_exception);
 
     // A copy must outlive what was borrowed: a block that is freed, say.
     char buffer[] = "walk";
@@ -103,6 +109,33 @@ TEST(ZString, FormatsEveryTypeThatHasAText)
     EXPECT_TRUE(ZString::Format("{0} {1}", 1.0f, 0.1f) == "1 0.1");
     EXPECT_TRUE(ZString::Format("{0}", SVector3{1.0f, -2.5f, 0.0f}) == "1, -2.5, 0");
     EXPECT_TRUE(ZString::Format("{0} {1}", true, uint64_t{18446744073709551615u}) == "true 18446744073709551615");
+}
+
+/// Traces a line of its own for each that it hears, and leaves after the second.
+class ZAnsweringListener final : public ITraceListener
+{
+public:
+    void OnTrace(const char*, int, ETraceLevel eLevel, const ZString&, const ZString& text) override
+    {
+        ZTRACE(eLevel, "answer", "to {0}", text);
+        if (++m_nHeard == 2)
+            TraceCalls::RemoveListener(this);
+    }
+    int m_nHeard = 0;
+};
+
+TEST(TraceCalls, AListenerMayTraceAndLeave)
+{
+    ZAnsweringListener first, second;
+    TraceCalls::AddListener(&first);
+    TraceCalls::AddListener(&second);
+    const ZTraceRecorder recorder;
+    ZTRACE(ITraceListener::eTrace_Notice, "test", "hello");
+    // Each hears the line and the other's answer, and answers both times; by then both have left.
+    EXPECT_EQ(recorder.Lines().Size(), 5u);
+    ZTRACE(ITraceListener::eTrace_Notice, "test", "again");
+    EXPECT_EQ(recorder.Texts()[recorder.Lines().Size() - 1], "2 test: again");
+    EXPECT_EQ(first.m_nHeard + second.m_nHeard, 4);
 }
 
 TEST(ZString, FormatLeavesWhatIsNoPlaceholder)

@@ -82,10 +82,13 @@ class EffectTest(host.HostTest):
         self.assertNotIn("g_Fine\n  ", text.stdout, "the macro was not set")
 
     def test_faults_name_their_place(self):
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(self.work)
         self.write({"fx/bad.fxh": "float x;\nSamplerState s\n{\n    AddressU = Wrap;\n};\n",
                     "fx/uses.fx": 'float y;\n#include "bad.fxh"\n', "fx/loop.fx": '#include "loop.fx"\n',
                     "fx/odd.fx": "\n#include oops\n", "fx/stop.fx": "\n\n#error enough\n",
                     "fx/skip.fx": '#if 0\n#include "bad.fxh"\n#endif\nSamplerState t { Filter = NO; };\n',
+                    "fx/open.fx": "\n#if 1\nfloat x;\n", "bad.fxh": "// the working directory comes second\n",
                     "fx/near.fx": '#include "bad.fxh"\n# include "none.fxh"\n'})
         for name, error in (("uses", "%s:4: sampler 's': 'Wrap' is no address mode" % self.path("fx/bad.fxh")),
                             ("odd", "%s:2: expected a name in quotes" % self.path("fx/odd.fx")),
@@ -93,6 +96,7 @@ class EffectTest(host.HostTest):
                             ("near", "%s:2: Could not find file 'none.fxh' while looking into following directories: "
                              % self.path("fx/near.fx")),
                             ("stop", "%s:3: #error enough" % self.path("fx/stop.fx")),
+                            ("open", "%s:2: unterminated #if" % self.path("fx/open.fx")),
                             ("loop", "%s:1: '%s' stands inside 1024 includes" % ((self.path("fx/loop.fx"),) * 2)),
                             ("main", "%s:3: Could not find file 'lighting.fxh'" % self.path("fx/main.fx")),
                             ("none", "there is no such file")):

@@ -180,6 +180,16 @@ class LookupTest(host.HostTest):
         self.assertIn("Lever.fbx", told)
         self.assertIn("LEVER.fbx", told)
 
+        os.remove(os.path.join(folder, "LEVER.fbx"))
+        for name in ("Lever.events", "LEVER.events"):
+            with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
+                file.write("<TakeList/>")
+        for _ in range(2):          # nor does it pass for up to date the second time
+            result = self.run_host("pack", LEVER, "animation", assets=tree)
+            self.assertEqual(result.code, 1, result)
+            self.assertIn("files that differ in case alone: 'props/LEVER.events' 'props/Lever.events'",
+                          "\n".join(result.messages))
+
     def test_no_way_out_of_the_tree(self):
         tree = self.copy_tree("props/lever.fbx")
         result = self.run_host("pack", "assembly:/../../../../../..%s/props/lever.fbx?/pull.take" % tree, "animation",

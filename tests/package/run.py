@@ -1,10 +1,10 @@
-"""Projects outside the tree build effect compilers against the installed package and run them.
+"""Projects outside the tree build effect compilers and a pipeline host against the installed package and run them.
 
     run.py --build BUILD-FOLDER --cxx COMPILER [--flags FLAGS]
 
 Installs the build into a temporary prefix, configures and builds tests/package/ and the example of docs/effects.md with
-find_package(orvel), runs the first one's program, and drives both libraries with the installed animpack, when there is
-one.
+find_package(orvel), runs the first one's programs, and drives both compilers with the installed animpack, when there is
+one; what the host packs has the bytes that animpack gives.
 """
 
 import argparse
@@ -25,6 +25,14 @@ FILES = {
     "sub/outer.fxh": "// outer\n#include <inner.fxh>\n",
     "sub/inner.fxh": "shared float4x4 g_World : register(c0); // shared float nothing;\n",
 }
+MOVES = "assembly:/characters/scout/moves.fbx?/"
+RIG = "assembly:/characters/scout/scout.rig.fbx?/scout.rig"
+SET = """<AnimationDatabase><Character name="scout" rig="%s">
+<Animation name="walk" take="%swalk.take"/><Animation name="wave" take="%swave.take"/>
+</Character></AnimationDatabase>""" % (RIG, MOVES, MOVES)
+PACKS = ((MOVES + "run.take", "animation"), (RIG, "animationrig"), ("assembly:/set.xml?/scout.chartype",
+                                                                    "animationdatabase"))
+PLATFORMS = ("pc", "ps3")
 
 
 def run(*words, **more):
@@ -47,6 +55,35 @@ def example():
     return dict(re.findall(r"^`([\w.]+)`[^\n]*\n\n```\w+\n(.*?)^```", text, re.MULTILINE | re.DOTALL))
 
 
+def foreign_packs(program, prefix, work):
+    """What the foreign host packed, by identifier; it packs everything twice."""
+    assets = os.path.join(work, "assets")
+    shutil.copytree(os.path.join(HERE, "..", "..", "samples", "assembly"), assets)
+    write(assets, {"set.xml": SET})
+    module = os.path.join(prefix, "lib", "libresource.animation.so")
+    words = [word for pack in PACKS for word in pack]
+    said = subprocess.run([program, module, assets, os.path.join(work, "foreign"), *PLATFORMS, "--", *words],
+                          capture_output=True, text=True, check=False)
+    print(said.stdout, said.stderr)
+    lines = said.stdout.splitlines()
+    if said.returncode != 0 or len(lines) != 2 * len(set(lines)):
+        raise SystemExit("FAILED: the foreign host")
+    return assets, dict(line.split("\t") for line in lines)
+
+
+def compare_packs(animpack, assets, packed, work):
+    found = {}
+    for platform in PLATFORMS:
+        for source, extension in PACKS:
+            out = run(animpack, "pack", source, extension, "--assets", assets, "--out", os.path.join(work, "packed"),
+                      "-t:" + platform, "--json", capture_output=True, text=True).stdout
+            found.update((job["id"], job["file"]) for job in map(json.loads, out.splitlines()))
+    wrong = [i for i in {**found, **packed} if i not in found or i not in packed
+             or open(found[i], "rb").read() != open(packed[i], "rb").read()]
+    if wrong or len(found) != len(PLATFORMS) * 5:
+        raise SystemExit("FAILED: animpack and the foreign host differ: %s" % wrong)
+
+
 def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("--build", required=True)
@@ -61,16 +98,19 @@ def main():
         write(source, example())
         write(effects, FILES)
         for folder, name in ((HERE, "build"), (source, "examplebuild")):
-            run("cmake", "-S", folder, "-B", os.path.join(work, name), "-DCMAKE_PREFIX_PATH=" + prefix,
+            run("cmake", "-G", "Ninja", "-S", folder, "-B", os.path.join(work, name), "-DCMAKE_PREFIX_PATH=" + prefix,
+                "-DINCLUDE=" + os.path.join(prefix, "include", "orvel"),
                 "-DCMAKE_CXX_COMPILER=" + options.cxx, "-DCMAKE_CXX_FLAGS=" + options.flags,
                 "-DCMAKE_BUILD_TYPE=RelWithDebInfo")
             run("cmake", "--build", os.path.join(work, name))
         run(os.path.join(build, "outside"), effects)
+        assets, packed = foreign_packs(os.path.join(build, "foreignhost"), prefix, work)
 
         animpack = os.path.join(prefix, "bin", "animpack")
         if not os.path.exists(animpack):
             print("the package has no animpack: its part is not tried")
             return 0
+        compare_packs(animpack, assets, packed, work)
         # The example leaves comments in.
         for compiler, shared in ((os.path.join(build, "liboutsidecompiler.so"), ["g_World"]),
                                  (os.path.join(work, "examplebuild", "libmycompiler.so"), ["g_World", "nothing"]),

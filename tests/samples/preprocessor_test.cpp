@@ -36,7 +36,7 @@ TEST(Preprocessor, MacrosLinesAndMessages)
 
     EXPECT_EQ(run("\n\n#error no way\n").error, "sourcefile:3: #error no way");
     EXPECT_TRUE(run("#line 8 \"f.fxh\"\n#if (\n#endif\n").error.starts_with("f.fxh:8: "));
-    EXPECT_FALSE(run("#if 1\n").bGood);
+    EXPECT_EQ(run("#line 4 \"f.fxh\"\n\n#if 1\n\n").error, "f.fxh:5: unterminated #if");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "nothing is left behind";
     EXPECT_NE(PreprocessEffect("", {}, {}, folder.Path("none")).error.find("no temporary folder can be made"),
               std::string::npos);

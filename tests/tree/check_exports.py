@@ -1,11 +1,25 @@
-"""The module exports what its version script names, and nothing else.
+"""The module exports what its version script names, and nothing else; no library beside it is looked for in an empty
+folder of its path, which would be the current one.
 
     check_exports.py MODULE VERSION-SCRIPT
 """
 
+import os
 import re
 import subprocess
 import sys
+
+
+def empty_paths(folder):
+    """Libraries whose search path has an empty entry."""
+    found = []
+    for name in sorted(os.listdir(folder)):
+        dynamic = subprocess.run(["readelf", "-d", os.path.join(folder, name)], capture_output=True, text=True,
+                                 check=False).stdout
+        path = re.search(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", dynamic)
+        if path and "" in path.group(1).split(":"):
+            found.append(f"empty entry in the search path of {name}: {path.group(1)}")
+    return found
 
 
 def main(module, script):
@@ -26,8 +40,9 @@ def main(module, script):
         print(f"exported and not named: {name}")
     for pattern in missing:
         print(f"named and not exported: {pattern}")
-    print(f"{len(names)} exports")
-    return 1 if extra or missing or not names else 0
+    paths = empty_paths(os.path.dirname(module))
+    print("\n".join([*paths, f"{len(names)} exports"]))
+    return 1 if extra or missing or paths or not names else 0
 
 
 if __name__ == "__main__":

@@ -39,25 +39,25 @@ class ZScanDataReader
 public:
     explicit ZScanDataReader(IInputStream* pStream) : m_pStream(pStream), m_nLeft(pStream->GetSize()) {}
 
-    void Read(void* pBuffer, size_t nSize);
+    Z_EXPORT void Read(void* pBuffer, size_t nSize);
     bool IsAtEnd() const { return m_nLeft == 0; }
     /// At most this many things of at least nBytes each can follow.
-    uint32_t CapacityFor(int32_t nCount, size_t nBytes) const;
+    Z_EXPORT uint32_t CapacityFor(int32_t nCount, size_t nBytes) const;
 
 private:
     IInputStream* m_pStream;
     size_t m_nLeft;
 };
 
-SResourceScanData ReadResourceScanData(ZScanDataReader& reader);
-SSubResourceScanData ReadSubResourceScanData(ZScanDataReader& reader);
-ZString ReadScanString(ZScanDataReader& reader);
-ZResourceID ReadScanResourceID(ZScanDataReader& reader);
+Z_EXPORT SResourceScanData ReadResourceScanData(ZScanDataReader& reader);
+Z_EXPORT SSubResourceScanData ReadSubResourceScanData(ZScanDataReader& reader);
+Z_EXPORT ZString ReadScanString(ZScanDataReader& reader);
+Z_EXPORT ZResourceID ReadScanResourceID(ZScanDataReader& reader);
 /// The four bytes as they stand: a negative count passes every test and reads as no elements.
-int32_t ReadScanCount(ZScanDataReader& reader);
+Z_EXPORT int32_t ReadScanCount(ZScanDataReader& reader);
 
-void WriteResourceScanData(IOutputStream* pStream, const SResourceScanData& data);
-void WriteSubResourceScanData(IOutputStream* pStream, const SSubResourceScanData& data);
-void WriteScanString(IOutputStream* pStream, const ZString& text);
-void WriteScanResourceID(IOutputStream* pStream, const ZResourceID& id);
-void WriteScanCount(IOutputStream* pStream, int32_t nCount);
+Z_EXPORT void WriteResourceScanData(IOutputStream* pStream, const SResourceScanData& data);
+Z_EXPORT void WriteSubResourceScanData(IOutputStream* pStream, const SSubResourceScanData& data);
+Z_EXPORT void WriteScanString(IOutputStream* pStream, const ZString& text);
+Z_EXPORT void WriteScanResourceID(IOutputStream* pStream, const ZResourceID& id);
+Z_EXPORT void WriteScanCount(IOutputStream* pStream, int32_t nCount);

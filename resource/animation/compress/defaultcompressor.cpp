@@ -1,6 +1,7 @@
 #include "resource/animation/compress/defaultcompressor.h"
 
 #include "base/collections/thashmap.h"
+#include "resource/animation/compress/finitefloats.h"
 #include "resource/animation/compress/propertyarrays.h"
 #include "resource/animation/compress/trackgroupwriter.h"
 #include "resource/animation/frame/animationexception.h"
@@ -11,9 +12,27 @@ namespace ResourceAnimation
 using Import::ZAnimatedBone;
 using SystemAnimation::SAnimationResourceData;
 
+namespace
+{
+
+void CheckKeys(const Import::ZAnimation& animation, const TBonesToPack& bonesToPack)
+{
+    for (const auto& [name, nBone] : bonesToPack)
+    {
+        const ZAnimatedBone& bone = *animation.AnimatedBones()[static_cast<size_t>(nBone)];
+        if (!AreFinite(bone.Rotations()) || !AreFinite(bone.Translations()))
+            throw ZAnimationPackerException(
+                ZString::Format("Bone '{0}' of take '{1}' has a rotation or translation that is no finite number", name,
+                                animation.Name()));
+    }
+}
+
+} // namespace
+
 SAnimationResourceData ZDefaultCompressor::Compress(TSharedPtr<Import::ZAnimation> pAnimation, const ZAnimationRig& rig,
                                                     const TBonesToPack& bonesToPack, EEndian eEndian)
 {
+    CheckKeys(*pAnimation, bonesToPack);
     ZDefaultAnalyzer analyzer;
     analyzer.fRotationTolerance = ROTATION_TOLERANCE;
     analyzer.fTranslationTolerance = TRANSLATION_TOLERANCE;
@@ -24,7 +43,9 @@ SAnimationResourceData ZDefaultCompressor::Compress(TSharedPtr<Import::ZAnimatio
     data.frameRate = pAnimation->FrameRate();
     data.frameCount = pAnimation->FrameCount();
     data.sequenceOffset = pAnimation->SequenceOffset();
-    data.boneCount = NarrowTo<uint16_t>(bonesToPack.Size());
+    data.boneCount = NarrowTo<uint16_t>(
+        bonesToPack.Size(),
+        [&] { return ZString::Format("take '{0}' packs {1} bones", pAnimation->Name(), bonesToPack.Size()); });
     ZTrackGroupWriter(*pAnimation, eEndian, data.trackGroups).Write(analysis);
     AppendPropertyTracks(*pAnimation, rig, data.properties);
     return data;
@@ -39,8 +60,9 @@ void AddMissingRigBones(Import::ZAnimation& animation, const ZAnimationRig& rig)
         imported[pBone->Uid()] = true;
     const auto isMissing = [&](uint32_t i) { return !imported.Contains(rig.UniqueId(i)); };
     uint64_t nBones = animation.AnimatedBones().Size();
+    THashMap<uint32_t, bool> missing; // two bones of a rig may have one uid
     for (uint32_t i = 0; i < rig.BoneCount(); ++i)
-        nBones += isMissing(i) ? 1 : 0;
+        nBones += isMissing(i) && missing.Insert(rig.UniqueId(i), true) ? 1 : 0;
     if (nBones * animation.FrameCount() > MAX_COMPLETED_KEYS)
         throw ZAnimationException(
             ZString::Format("Take '{0}' with all bones of its rig has {1} bones of {2} frames; together they are more "
@@ -50,6 +72,7 @@ void AddMissingRigBones(Import::ZAnimation& animation, const ZAnimationRig& rig)
     {
         if (!isMissing(i))
             continue;
+        imported[rig.UniqueId(i)] = true;
         const SQV& bind = rig.Bone(i);
         ZAnimatedBone::TRotations rotations;
         ZAnimatedBone::TTranslations translations;

@@ -1,7 +1,9 @@
 #include "resource/animation/compress/propertyarrays.h"
 
 #include "base/collections/tmap.h"
+#include "resource/animation/compress/finitefloats.h"
 #include "resource/animation/compress/trackgroupwriter.h"
+#include "resource/animation/frame/animationexception.h"
 
 namespace ResourceAnimation
 {
@@ -9,17 +11,22 @@ namespace ResourceAnimation
 namespace
 {
 
-using FArrayConversion = ZVariant (*)(const TArray<ZVariant>& values);
+/// False when a value is no finite number.
+using FArrayConversion = bool (*)(const TArray<ZVariant>& values, ZVariant& array);
 
 /// The values as one typed array.
 template <class T>
-ZVariant ToTypedArray(const TArray<ZVariant>& values)
+bool ToTypedArray(const TArray<ZVariant>& values, ZVariant& array)
 {
     TArray<T> result;
     result.Reserve(values.Size());
     for (const ZVariant& value : values)
         result.Add(value.GetValue<T>());
-    return ZVariant(result);
+    array = ZVariant(result);
+    if constexpr (std::is_integral_v<T>)
+        return true;
+    else
+        return AreFinite(result);
 }
 
 template <class... T>
@@ -48,12 +55,22 @@ void AppendPropertyTracks(const Import::ZAnimation& animation, const ZAnimationR
         for (const auto& pProperty : pBone->Properties())
         {
             const FArrayConversion* pConversion = arrayConversionFunctor.Find(pProperty->GetTypeID());
-            ZASSERT_OR_HALT_TEXT(pConversion != nullptr, "arrayConversionFunctor.Contains((*it)->GetTypeID())");
+            ZASSERT_OR_HALT_MESSAGE(pConversion != nullptr, "arrayConversionFunctor.Contains((*it)->GetTypeID())",
+                                    ZString::Format("property '{0}' of bone '{1}' in take '{2}' has the type {3}",
+                                                    pProperty->Name(), pBone->Name(), animation.Name(),
+                                                    pProperty->GetTypeID())
+                                        .ToCString());
             SystemAnimation::SPropertyTrack& track = properties.Add(SystemAnimation::SPropertyTrack());
-            track.boneId = NarrowTo<uint8_t>(static_cast<uint16_t>(boneId));
+            const auto place = [&]
+            {
+                return ZString::Format("property '{0}' of bone '{1}', which is bone {2} of the rig, in take '{3}'",
+                                       pProperty->Name(), pBone->Name(), boneId.m_uiId, animation.Name());
+            };
+            track.boneId = NarrowTo<uint8_t>(static_cast<uint16_t>(boneId), place);
             track.name = ZHashedString(pProperty->Name());
             track.typeId = pProperty->GetTypeID();
-            track.keys = (*pConversion)(pProperty->Values());
+            if (!(*pConversion)(pProperty->Values(), track.keys))
+                throw ZAnimationPackerException(ZString::Format("A value that is no finite number: {0}", place()));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "resource/animation/compress/keylanes.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -29,6 +30,23 @@ template <class T>
 bool AllHaveTheSameBits(TArrayRef<const T> keys)
 {
     return std::memcmp(keys.GetStart(), keys.GetStart() + 1, (keys.Size() - 1) * sizeof(T)) == 0;
+}
+
+// Of a quaternion and itself, or its negation. Their dot product need not be within the tolerance of 1: in floats, that
+// of one in four hundred normalised quaternions with itself is not.
+
+bool HaveTheSameBits(const SQuaternion& a, const SQuaternion& b)
+{
+    const SQuaternion negated{-b.x, -b.y, -b.z, -b.w};
+    return std::memcmp(&a, &b, sizeof a) == 0 || std::memcmp(&a, &negated, sizeof a) == 0;
+}
+
+int4v HaveTheSameBits(const SQuaternionLanes& a, const SQuaternionLanes& b)
+{
+    const auto differ = [](float4v v, float4v w) { return reinterpret_cast<int4v>(v) ^ reinterpret_cast<int4v>(w); };
+    const int4v x = differ(a.x, b.x), y = differ(a.y, b.y), z = differ(a.z, b.z), w = differ(a.w, b.w);
+    const int4v none{}, sign = none + INT32_MIN;
+    return ((x | y | z | w) == none) | (((x ^ sign) | (y ^ sign) | (z ^ sign) | (w ^ sign)) == none);
 }
 
 float RotationVectorLength(const SQuaternion& q)
@@ -111,6 +129,8 @@ bool HasAxesFarApart(TArrayRef<const SQuaternion> keys)
 
 bool IsDifferentRotation(const SQuaternion& a, const SQuaternion& b, float fTolerance)
 {
+    if (HaveTheSameBits(a, b))
+        return false;
     const float d = Dot(Normalize(a), Normalize(b));
     return std::fabs(d - 1.0f) > fTolerance && std::fabs(d + 1.0f) > fTolerance;
 }
@@ -125,15 +145,17 @@ bool HasDifferentRotation(TArrayRef<const SQuaternion> keys, float fTolerance)
 {
     const SQuaternion& first = keys[0];
     if (AllHaveTheSameBits(keys))
-        return IsDifferentRotation(first, first, fTolerance);
+        return false;
     const SQuaternion a = Normalize(first);
+    const SQuaternionLanes firsts = LoadQuaternions(std::array{first, first, first, first}.data());
     return AnyOfLanes(keys,
                       [&](const SQuaternion* p)
                       {
                           const SQuaternionLanes q = LoadQuaternions(p);
                           const float4v f = 1.0f / SquareRoot(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w);
                           const float4v d = a.x * (q.x * f) + a.y * (q.y * f) + a.z * (q.z * f) + a.w * (q.w * f);
-                          return (Size(d - 1.0f) > fTolerance) & (Size(d + 1.0f) > fTolerance);
+                          return (Size(d - 1.0f) > fTolerance) & (Size(d + 1.0f) > fTolerance) &
+                                 ~HaveTheSameBits(firsts, q);
                       });
 }
 
@@ -141,7 +163,7 @@ bool HasDifferentTranslation(TArrayRef<const SVector3> keys, float fTolerance)
 {
     const SVector3& first = keys[0];
     if (AllHaveTheSameBits(keys))
-        return IsDifferentTranslation(first, first, fTolerance);
+        return false;
     // Four keys are three vectors of four floats.
     const float4v a{first.x, first.y, first.z, first.x}, b{first.y, first.z, first.x, first.y},
         c{first.z, first.x, first.y, first.z};

@@ -14,12 +14,12 @@ constexpr float AXIS_TOLERANCE = 0.00000011920928955078125f;
 // The tolerances lie at the edge of float accuracy, so the order of operations decides borderline cases: the tests of
 // whole tracks give, bit for bit, what their rule gives key by key.
 
-/// A quaternion and its negation are the same rotation.
+/// A quaternion and its negation are the same rotation, and so are equal bits, whatever they are.
 bool IsDifferentRotation(const SQuaternion& a, const SQuaternion& b, float fTolerance);
 /// Component by component, not by distance.
 bool IsDifferentTranslation(const SVector3& a, const SVector3& b, float fTolerance);
 
-/// Whether any key differs from key 0. Not for no keys.
+/// Whether any key behind key 0 differs from it. Not for no keys.
 bool HasDifferentRotation(TArrayRef<const SQuaternion> keys, float fTolerance);
 bool HasDifferentTranslation(TArrayRef<const SVector3> keys, float fTolerance);
 

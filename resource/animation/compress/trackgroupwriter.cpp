@@ -58,7 +58,13 @@ STrackGroup* ZTrackGroupWriter::AddGroup(int32_t nType, const SAnimationAnalysis
     group.type = nType;
     group.boneIndices.Reserve(tracks.Size());
     for (const SBoneTrackRef& track : tracks)
-        group.boneIndices.Add(NarrowTo<uint16_t>(track.nRigBone));
+        group.boneIndices.Add(NarrowTo<uint16_t>(track.nRigBone,
+                                                 [&]
+                                                 {
+                                                     return ZString::Format(
+                                                         "bone '{0}' of take '{1}' is bone {2} of the rig",
+                                                         BoneOf(track).Name(), m_animation.Name(), track.nRigBone);
+                                                 }));
     return &group;
 }
 

@@ -7,11 +7,13 @@
 namespace ResourceAnimation
 {
 
-/// A number in a narrower field, guarded by the assertion "arg <= NumericLimits<Dest>::Max".
-template <class TDest, class TFrom>
-TDest NarrowTo(TFrom arg)
+/// A number in a narrower field, guarded by the assertion "arg <= NumericLimits<Dest>::Max". What it is is told with
+/// it: what() gives the text.
+template <class TDest, class TFrom, class TWhat>
+TDest NarrowTo(TFrom arg, TWhat what)
 {
-    ZASSERT_TEXT(arg <= static_cast<TFrom>(std::numeric_limits<TDest>::max()), "arg <= NumericLimits<Dest>::Max");
+    ZASSERT_MESSAGE(arg <= static_cast<TFrom>(std::numeric_limits<TDest>::max()), "arg <= NumericLimits<Dest>::Max",
+                    ZString(what()).ToCString());
     return static_cast<TDest>(arg);
 }
 

@@ -56,6 +56,20 @@ void BuildBoneChildren(const TSharedPtr<ZBone>& pRootBone, const FbxNode* pRoot,
     }
 }
 
+/// The property is what its file says it is.
+double FocalLength(const ZVariant& value, const FbxNode* pNode)
+{
+    if (value.CanConvertTo<float>())
+        return static_cast<double>(value.GetValue<float>());
+    if (value.CanConvertTo<int32_t>())
+        return value.GetValue<int32_t>();
+    if (value.CanConvertTo<uint32_t>())
+        return value.GetValue<uint32_t>();
+    throw ZAnimationException(
+        ZString::Format("The property 'FocalLength' of camera '{0}' is of the type {1}, not a number",
+                        ObjectName(pNode), value.GetTypeID()));
+}
+
 /// A rig with more bones than an index can tell would be cut short without a word.
 void CheckBoneCount(const ZBoneHierarchy& hierarchy)
 {
@@ -111,13 +125,10 @@ TSharedPtr<ZAnimation> ZFbxAnimationImporter::ImportAnimation(const ZString& tak
         pTake->m_name, pTake->m_startFrame, pTake->m_endFrame, pTake->m_frameRate, CutNamespace(ObjectName(pNode)),
         ground.m_rigResource, bones.Ref(), eSpace, offset, pTake->m_partialList.Ref());
     if (const FbxCamera* pCamera = pNode->GetCamera())
-        pAnimation = ZAnimation::ConvertProperty(pAnimation, "FocalLength", "FieldOfView",
-                                                 [pCamera](const ZVariant& value)
-                                                 {
-                                                     const double fFocalLength = value.GetValue<float>();
-                                                     return ZVariant(
-                                                         static_cast<float>(pCamera->ComputeFieldOfView(fFocalLength)));
-                                                 });
+        pAnimation = ZAnimation::ConvertProperty(
+            pAnimation, "FocalLength", "FieldOfView",
+            [pCamera, pNode](const ZVariant& value)
+            { return ZVariant(static_cast<float>(pCamera->ComputeFieldOfView(FocalLength(value, pNode)))); });
     return pAnimation;
 }
 

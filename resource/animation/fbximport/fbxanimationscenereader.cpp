@@ -1,5 +1,6 @@
 #include "resource/animation/fbximport/fbxanimationscenereader.h"
 
+#include "base/misc/trace.h"
 #include "fbx/scene/fbxscene.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxconverter.h"
@@ -7,6 +8,8 @@
 #include "resource/animation/frame/animationexception.h"
 #include "resource/core/iresourcedatabase.h"
 #include "system/serializer/jsonvalue.h"
+
+#include <cmath>
 
 namespace ResourceAnimation
 {
@@ -117,6 +120,13 @@ void ZFbxSceneReader::CollectTakes(ZFbxGround& ground)
             GetGlobalBoneTransform(pGroundNode, TimeOfFrame(take.m_startFrame, take.m_frameRate), &translation,
                                    &rotation, nullptr);
             take.m_sequenceOffset = RelativeToOrigin(*pOrigin, translation, rotation);
+            const SQuaternion& q = take.m_sequenceOffset.rotation;
+            const SVector4& t = take.m_sequenceOffset.translation;
+            if (!std::isfinite(q.x + q.y + q.z + q.w) || !std::isfinite(t.x) || !std::isfinite(t.y) ||
+                !std::isfinite(t.z))
+                throw ZAnimationException(
+                    ZString::Format("Take '{0}' of ground '{1}' has a sequence origin that is no transform",
+                                    take.m_name, ground.GetDisplayName()));
         }
         takes.Add(std::move(take));
         m_takeNodeNames.Add(ObjectName(pChild));
@@ -129,8 +139,12 @@ void ZFbxSceneReader::RemoveTakeNodes()
     for (const ZString& name : m_takeNodeNames)
     {
         FbxNode* pNode = Scene()->FindNodeByName(name.View());
-        if (pNode != nullptr && pNode->GetParent() != nullptr)
-            pNode->GetParent()->RemoveChild(pNode);
+        if (pNode == nullptr || pNode->GetParent() == nullptr)
+            continue;
+        if (!HasTakeNodeProperty(pNode))
+            ZTRACE(ITraceListener::eTrace_Notice, "ZFbxSceneReader",
+                   "The node '{0}' is lost with all below it: it has the name of a take node", name);
+        pNode->GetParent()->RemoveChild(pNode);
     }
     m_takeNodeNames.Clear();
 }

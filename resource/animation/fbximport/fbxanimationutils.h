@@ -3,6 +3,7 @@
 #include "base/math/quaternion.h"
 #include "base/misc/zstring.h"
 #include "fbx/scene/fbxnode.h"
+#include "system/serializer/jsonvalue.h"
 
 namespace ResourceAnimation
 {
@@ -22,6 +23,21 @@ bool IsTakeNode(const FbxNode* pNode);
 
 /// Take nodes, and all below them, are no bones: the property's presence decides, whatever its value.
 bool HasTakeNodeProperty(const FbxNode* pNode);
+
+/// What a node's property says in JSON. ZJsonException, naming the property and the node, for anything that read()
+/// finds missing or other than it should be.
+template <class TRead>
+void ReadJson(const FbxNode* pNode, const ZString& name, const FbxProperty& property, TRead read)
+{
+    try
+    {
+        read(ZJsonValue(ZString::FromView(property.GetString())));
+    }
+    catch (const ZJsonException& e)
+    {
+        throw ZJsonException(ZString::Format("{0} of '{1}': {2}", name, pNode->GetName(), e.Message()));
+    }
+}
 
 /// Transform of a node at a time: centimetres, and a unit quaternion of the import model's sense. FbxTime::Infinite()
 /// gives the rest pose. Outputs that are null are not wanted. ZAnimationException naming the node when its scale is

@@ -237,7 +237,8 @@ public:
         if (!state.bRigNamed && !Has(*pGround, "RigResource"))
             CreateText(*pGround, "RigResource", take.rigFile);
         state.bRigNamed = true;
-        if (!state.bRig && m_root == ZString::FromView(take.rigFile))
+        // A packer knows its source in lower case, the stack as somebody has spelled it.
+        if (!state.bRig && m_root.ToString().ICompare(ZString::FromView(take.rigFile)) == 0)
         {
             CreateBool(*pGround, "IsRig", true);
             state.bRig = true;

@@ -2,7 +2,6 @@
 
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/frame/animationexception.h"
-#include "system/serializer/jsonvalue.h"
 
 namespace ResourceAnimation
 {
@@ -38,10 +37,15 @@ FbxNode* FindDescendant(const FbxNode* pAncestor, const ZString& name)
 
 void ReadRootObjects(const FbxNode* pGround, const FbxProperty& names, TArray<FbxNode*>& rootObjects)
 {
-    const ZJsonValue list(ZString::FromView(names.GetString()));
-    for (const ZJsonValue& entry : list.AsArray())
+    TArray<ZString> wanted;
+    ReadJson(pGround, "RootObjectNames", names,
+             [&wanted](const ZJsonValue& list)
+             {
+                 for (const ZJsonValue& entry : list.AsArray())
+                     wanted.Add(entry.AsString());
+             });
+    for (const ZString& name : wanted)
     {
-        const ZString name = entry.AsString();
         FbxNode* pNode = pGround->GetParent() != nullptr ? FindDescendant(pGround->GetParent(), name) : nullptr;
         if (pNode == nullptr)
             throw ZFbxObjectDoesNotExistException(ZString::Format(

@@ -4,7 +4,6 @@
 #include "fbx/scene/fbxscene.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxsequenceorigin.h"
-#include "system/serializer/jsonvalue.h"
 
 #include <algorithm>
 
@@ -34,18 +33,11 @@ bool IsFieldOfViewAnimated(const FbxCamera* pCamera, int32_t nStartFrame, int32_
 
 } // namespace
 
-ZFbxTakeData::ZFbxTakeData(const FbxNode* pNode)
+void ZFbxTakeData::ReadDescription(const ZJsonValue& description, const FbxNode* pNode)
 {
-    ZASSERT_OR_HALT(pNode);
-    const FbxProperty property = FindFbxProperty(pNode, "TakeData", EFbxType::eString, false);
-    const ZJsonValue description(ZString::FromView(property.GetString()));
     m_name = description["name"].AsString();
     m_startFrame = description["startFrame"].AsInt32();
     m_endFrame = description["endFrame"].AsInt32();
-    m_frameCount = FrameCountOf(m_startFrame, m_endFrame);
-    const double fFrameRate = pNode->GetScene()->GetGlobalSettings().GetFrameRate();
-    m_frameRate = static_cast<float>(fFrameRate);
-
     const ZJsonValue* pPartialList = description.AsObject().Find("partialList");
     if (pPartialList == nullptr)
     {
@@ -56,6 +48,16 @@ ZFbxTakeData::ZFbxTakeData(const FbxNode* pNode)
     }
     for (const ZJsonValue& name : pPartialList->AsArray())
         m_partialList.Add(name.AsString());
+}
+
+ZFbxTakeData::ZFbxTakeData(const FbxNode* pNode)
+{
+    ZASSERT_OR_HALT(pNode);
+    const FbxProperty property = FindFbxProperty(pNode, "TakeData", EFbxType::eString, false);
+    ReadJson(pNode, "TakeData", property, [&](const ZJsonValue& description) { ReadDescription(description, pNode); });
+    m_frameCount = FrameCountOf(m_startFrame, m_endFrame);
+    const double fFrameRate = pNode->GetScene()->GetGlobalSettings().GetFrameRate();
+    m_frameRate = static_cast<float>(fFrameRate);
 
     const FbxNode* pParent = pNode->GetParent();
     const FbxCamera* pCamera = pParent != nullptr ? pParent->GetCamera() : nullptr;

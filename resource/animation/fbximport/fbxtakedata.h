@@ -5,6 +5,7 @@
 #include "base/misc/zstring.h"
 
 class FbxNode;
+class ZJsonValue;
 
 namespace ResourceAnimation
 {
@@ -30,6 +31,9 @@ public:
     float m_frameRate = 0.0f; ///< of the whole scene
     ZString m_name;
     TArray<ZString> m_partialList; ///< selected bones; none means all
+
+private:
+    void ReadDescription(const ZJsonValue& description, const FbxNode* pNode);
 };
 
 } // namespace ResourceAnimation

@@ -28,12 +28,18 @@ float Distance(const SVector3& a, const SVector3& b)
 /// From the direction that the first frame faces to that of the displacement, both seen from above.
 float StartDirectionAngle(SVector2 direction, const SQuaternion& q)
 {
-    constexpr float fNone = 1.1920929e-07f; // 2^-23
-    if (std::fabs(direction.x) <= fNone && std::fabs(direction.y) <= fNone)
+    const auto isNone = [](const SVector2& v)
+    {
+        constexpr float fNone = 1.1920929e-07f; // 2^-23
+        return std::fabs(v.x) <= fNone && std::fabs(v.y) <= fNone;
+    };
+    if (isNone(direction))
         return 0.0f;
     const float fScale = 1.0f / std::sqrt(direction.x * direction.x + direction.y * direction.y);
     direction = {direction.x * fScale, direction.y * fScale};
     SVector2 forward{-(2.0f * q.x * q.y + 2.0f * q.w * q.z), -(1.0f - 2.0f * q.x * q.x - 2.0f * q.z * q.z)};
+    if (isNone(forward)) // it faces up or down
+        return 0.0f;
     const float fForward = 1.0f / std::sqrt(forward.x * forward.x + forward.y * forward.y);
     forward = {forward.x * fForward, forward.y * fForward};
     const float c = direction.x * forward.x + direction.y * forward.y;

@@ -106,15 +106,18 @@ SBoneId ZBoneHierarchy::GetBoneId(const ZString& name) const
     return SBoneId(pIndex != nullptr ? *pIndex : SBoneId::INVALID_ID32);
 }
 
-void ZBoneHierarchy::MakeSiblingOf(const ZString& name, const ZString& siblingName)
+bool ZBoneHierarchy::MakeSiblingOf(const ZString& name, const ZString& siblingName)
 {
     const SBoneId boneId = GetBoneId(name);
     const SBoneId newSliblingBoneId = GetBoneId(siblingName);
     ZASSERT(!boneId.IsValid() || (boneId.IsValid() && newSliblingBoneId.IsValid()));
     if (!boneId.IsValid() || !newSliblingBoneId.IsValid())
-        return;
+        return true;
     const TSharedPtr<ZBone>& pBone = m_bones[boneId];
     const TSharedPtr<ZBone>& pSibling = m_bones[newSliblingBoneId];
+    for (TSharedPtr<ZBone> pAbove = pSibling; pAbove; pAbove = pAbove->Parent())
+        if (pAbove == pBone)
+            return false;
     if (const TSharedPtr<ZBone> pParent = pBone->Parent())
         pParent->RemoveChild(pBone);
     const TSharedPtr<ZBone> pNewParent = pSibling->Parent();
@@ -123,6 +126,7 @@ void ZBoneHierarchy::MakeSiblingOf(const ZString& name, const ZString& siblingNa
         pNewParent->AddChild(pBone);
     m_parentIndices[boneId] = m_parentIndices[newSliblingBoneId];
     pBone->SetTransform(pSibling->Translation(), pSibling->Rotation());
+    return true;
 }
 
 TSharedPtr<ZBoneHierarchy> ZBoneHierarchy::ToSpace(EBoneSpace eTarget, bool bClearTrajectory) const

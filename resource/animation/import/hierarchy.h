@@ -85,8 +85,9 @@ public:
     SBoneId GetBoneId(const ZString& name) const;
 
     /// Puts a bone beside another: under its parent, at its place. Nothing happens when either is absent; m_bones keeps
-    /// its order, so a parent may stand behind its child afterwards.
-    void MakeSiblingOf(const ZString& name, const ZString& siblingName);
+    /// its order, so a parent may stand behind its child afterwards. False, and nothing changed, when the bone is the
+    /// other or stands above it: it would become its own ancestor.
+    bool MakeSiblingOf(const ZString& name, const ZString& siblingName);
 
     /// New bones in the other space; null when the hierarchy is in it already: the caller keeps the one it has.
     /// Clearing the trajectory goes with eSpace_Parent only and raises zhalt_exception when there is no such bone.

@@ -27,12 +27,15 @@ inline SQuaternion Interpolate(const SQuaternion& a, const SQuaternion& b, float
 {
     return QuaternionSlerp(a, b, fParameter);
 }
-/// Whole numbers between two frames are cut towards zero; the difference wraps in 32 bits.
+/// Whole numbers between two frames are cut towards zero; the difference wraps in 32 bits. The largest are 2^31 as
+/// floats, which is no such number: they stay what they are.
 inline int32_t Interpolate(int32_t a, int32_t b, float fParameter)
 {
     const auto nDifference = static_cast<int32_t>(static_cast<uint32_t>(b) - static_cast<uint32_t>(a));
-    return static_cast<int32_t>(
-        static_cast<double>(static_cast<float>(nDifference) * fParameter + static_cast<float>(a)));
+    const float fBetween = static_cast<float>(nDifference) * fParameter + static_cast<float>(a);
+    return fBetween >= 2147483648.0f   ? INT32_MAX
+           : fBetween < -2147483648.0f ? INT32_MIN
+                                       : static_cast<int32_t>(fBetween);
 }
 /// Flags and codes have nothing between two frames: the lower one holds.
 inline uint32_t Interpolate(uint32_t a, uint32_t, float)

@@ -27,11 +27,11 @@ ZString ParameterText(const ZCharacterType& character, const ZResourceID& target
     if (target.GetParameterCount() != 0)
         text = target.GetParameter(0);
     else
-        for (const ZResourceID& rig : character.m_rigs)
+        for (uint32_t i = 0; i < character.m_rigs.Size(); ++i)
         {
-            if (!text.IsEmpty())
+            if (i != 0) // the first one may be empty
                 text.Append('|');
-            text.Append(rig.ToString());
+            text.Append(character.m_rigs[i].ToString());
         }
     text.ToLower();
     return text;
@@ -46,8 +46,24 @@ struct SEntries
     uint32_t nNameBytes = 0;
 };
 
+/// What the header's own assertions can't tell.
+void CheckReference(const ZResourceID& id, const ZString& name, const ZCharacterType& character,
+                    const ZResourceID& source)
+{
+    const auto what = [&]
+    {
+        const bool bPlaced = name == character.m_oddAnimation && !character.m_oddPlace.IsEmpty();
+        return ZString::Format("{0}: the animation '{1}'{2} is '{3}', neither a take nor a blend space nor a derived "
+                               "resource",
+                               source, name, bPlaced ? ZString::Format(" at {0}", character.m_oddPlace) : ZString(),
+                               id);
+    };
+    ZASSERT_MESSAGE(id.IsValid(), "id.IsValid()", what().ToCString());
+    ZASSERT_MESSAGE(id.IsDerived(), "id.IsDerived()", what().ToCString());
+}
+
 SEntries CollectEntries(const ZCharacterType& character, const ZString& parameters, const ZString& platform,
-                        ZResourceHeader& header)
+                        const ZResourceID& characterID, ZResourceHeader& header)
 {
     SEntries entries;
     for (const auto& [name, source] : character.m_animations)
@@ -59,6 +75,7 @@ SEntries CollectEntries(const ZCharacterType& character, const ZString& paramete
             id = source.CreateDerivedResourceID("animation", parameters, platform);
         else if (bBlendSpace)
             id = source.CreateDerivedResourceID("rbs", parameters, platform);
+        CheckReference(id, name, character, characterID);
         entries.positions.Add(header.AddReference(id, REFERENCE_FLAGS));
         entries.blendSpaceFlags.Add(bBlendSpace ? 1 : 0);
         entries.nameOffsets.Add(entries.nNameBytes);
@@ -155,7 +172,7 @@ bool ZAnimationDatabasePacker::WriteCharacter(const ZCharacterType& character, c
     const ZString platform = ReadTargetPlatform();
     const EEndian eEndian = DatabaseEndian(platform);
     ZResourceHeader header(RESOURCE_CODE_DATABASE, platform);
-    const SEntries entries = CollectEntries(character, parameters, platform, header);
+    const SEntries entries = CollectEntries(character, parameters, platform, target.GetSourceResourceID(), header);
 
     size_t nTextBytes = 0;
     for (const auto& [id, info] : header.References())

@@ -2,6 +2,7 @@
 
 #include "base/collections/thashmap.h"
 #include "resource/animation/fbximport/fbxanimationimporter.h"
+#include "resource/animation/frame/messagedelegate.h"
 #include "resource/animation/frame/platform.h"
 #include "resource/animation/packer/animposepropertyevents.h"
 #include "resource/animation/packer/eventtracks.h"
@@ -78,6 +79,8 @@ void ZAnimationPacker::PackTake(IResourcePackerContext* pContext, const ZResourc
     data.eventTrackReference = narrowReference(nEventReference);
     data.rigReference = narrowReference(nRigReference);
 
+    if (ZString why; !data.IsConsistent(pRig->BoneCount(), why)) // no reader would take it
+        throw ZAnimationPackerException(ZString::Format("The packed animation contradicts itself: {0}.", why));
     const TArray<uint8_t> bytes = SerializeAndReadBack(data, eEndian, true);
     const TComponentScope<IOutputStream> stream(GetResourceDatabase()->OpenOutputStream(target));
     if (!stream || !stream->IsOpen())
@@ -152,14 +155,27 @@ ZAnimationPacker::TAnimation ZAnimationPacker::MatchToRig(TAnimation pAnimation,
     AddMissingRigBones(*pAnimation, rig);
     ZAnimation::ClearTwistBones(pAnimation);
 
-    THashMap<uint32_t, bool> uids;
+    THashMap<uint32_t, ZString> packedAs;
     for (const uint32_t uid : rig.UniqueIds())
-        uids[uid] = true;
+        packedAs[uid] = ZString();
     for (uint32_t i = 0; i < pAnimation->AnimatedBones().Size(); ++i)
     {
         const ZAnimatedBone& bone = *pAnimation->AnimatedBones()[i];
-        if (bone.IsExported() && uids.Contains(bone.Uid()))
-            bonesToPack[bone.Name()] = static_cast<int>(i);
+        ZString* pName = bone.IsExported() ? packedAs.Find(bone.Uid()) : nullptr;
+        if (pName == nullptr)
+            continue;
+        if (*pName == bone.Name())
+            ReportMessage(ZString::Format("Take '{0}' has several bones that are packed as '{1}': the last one stands, "
+                                          "the others are lost",
+                                          pAnimation->Name(), bone.Name()),
+                          eMessage_Warning);
+        else if (!pName->IsEmpty())
+            throw ZAnimationPackerException(
+                ZString::Format("The bones '{0}' and '{1}' of take '{2}' have one uid, {3}: the rig has one bone for "
+                                "both",
+                                *pName, bone.Name(), pAnimation->Name(), bone.Uid()));
+        *pName = bone.Name();
+        bonesToPack[bone.Name()] = static_cast<int>(i);
     }
     if (bonesToPack.IsEmpty())
         throw ZAnimationPackerException(ZString::Format(

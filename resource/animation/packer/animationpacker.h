@@ -32,8 +32,9 @@ private:
     int ReferEventTracks(const ZResourceID& source, const ZString& takeName, const ZResourceID& eventTrackID);
     static ZResourceID ChooseRigSource(const Import::ZAnimation& animation, const ZString& rigParameter);
     /// From the imported take to the form that the rig demands: its bones, parent space, the trajectory relative, and
-    /// rotations in the runtime's sense.
-    static TAnimation MatchToRig(TAnimation pAnimation, const ZAnimationRig& rig, TBonesToPack& bonesToPack);
+    /// rotations in the runtime's sense. Of several bones of one name the last is packed, with a warning; two names
+    /// with one uid are ZAnimationPackerException.
+    TAnimation MatchToRig(TAnimation pAnimation, const ZAnimationRig& rig, TBonesToPack& bonesToPack);
 };
 
 } // namespace ResourceAnimation

@@ -54,6 +54,14 @@ SEventKeys KeysOf(const SAnimPosePropertyEvent& event, const ZString& takeName)
     {
         // The vector tells the axis alone: normalised first, it always stands for a turn by one radian.
         const SVector3& v = event.vectorValue;
+        const bool bDirected = v.x * v.x + v.y * v.y + v.z * v.z != 0.0f;
+        ZASSERT_MESSAGE(
+            bDirected, "*reinterpret_cast<float*>(&t) != 0.f",
+            ZString::Format("an event of the property '{0}' of take '{1}' has a rotation vector of no length",
+                            event.propertyName, takeName)
+                .ToCString());
+        if (!bDirected)
+            return SameKeys(SQuaternion());
         return SameKeys(QuaternionFromRotationVector(WVectorNormalize4Exact({v.x, v.y, v.z, 0.0f})));
     }
     throw ZAnimationPackerException(
@@ -115,7 +123,12 @@ ZEventApplier::SBone& ZEventApplier::BoneOf(const SAnimPosePropertyEvent& event)
     SBone* pBone = m_bones.Find(event.boneName);
     if (pBone == nullptr)
         pBone = m_bones.Find(m_animation.RootBoneName());
-    ZASSERT_OR_HALT(pBone != nullptr);
+    ZASSERT_OR_HALT_MESSAGE(
+        pBone != nullptr, "pBone != nullptr",
+        ZString::Format(
+            "an event of the property '{0}' of take '{1}' names bone '{2}', and there is no root bone '{3}'",
+            event.propertyName, m_animation.Name(), event.boneName, m_animation.RootBoneName())
+            .ToCString());
     if (!pBone->bIndexed)
         for (const auto& pProperty : pBone->pBone->Properties())
             pBone->properties[pProperty->Name()] = pProperty;

@@ -10,6 +10,8 @@ namespace ResourceAnimation
 void WriteRigResource(const ZAnimationRig& rig, const ZString& platform, const ZResourceID& target, EReadBack eReadBack)
 {
     const EEndian eEndian = GetPlatformClass(platform);
+    if (ZString why; !rig.IsConsistent(why)) // no reader would take it
+        throw ZRigPackerException(ZString::Format("The rig contradicts itself: {0}.", why));
     const TArray<uint8_t> bytes =
         eReadBack == EReadBack::eCompare ? SerializeAndReadBack(rig, eEndian, false) : SerializeObject(rig, eEndian);
     const TComponentScope<IOutputStream> stream(GetResourceDatabase()->OpenOutputStream(target));

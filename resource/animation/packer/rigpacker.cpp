@@ -45,13 +45,13 @@ void ZRigPacker::PackRig(const ZResourceID& source, const ZResourceID& target)
         importer.ImportHierarchy(SubResourceName(source), METRES_PER_UNIT, &messages);
     if (pHierarchy == nullptr)
         throw ZRigPackerException("ERROR: No rig found in FBX source resource.");
-    RepairBiped(*pHierarchy);
+    RepairBiped(*pHierarchy, messages);
     if (const auto pConverted = pHierarchy->ToSpace(Import::eSpace_Parent, true))
         pHierarchy = pConverted;
     WriteRigResource(BuildRig(*pHierarchy), GetTargetPlatform(), target, EReadBack::eCompare);
 }
 
-void RepairBiped(ZBoneHierarchy& hierarchy)
+void RepairBiped(ZBoneHierarchy& hierarchy, const ZMessageDelegate& messages)
 {
     const SBoneId biped = hierarchy.GetBoneId("Bip01");
     if (!biped.IsValid())
@@ -62,10 +62,20 @@ void RepairBiped(ZBoneHierarchy& hierarchy)
         pBiped->SetTransform(pParent->Translation(), pParent->Rotation());
     else
         pBiped->SetTransform(SVector3(), SQuaternion());
-    hierarchy.MakeSiblingOf("Bip01_LUpArmTwist", "Bip01_L_UpperArm");
-    hierarchy.MakeSiblingOf("Bip01_RUpArmTwist", "Bip01_R_UpperArm");
-    hierarchy.MakeSiblingOf("Bip01_LThighTwist", "Bip01_L_Thigh");
-    hierarchy.MakeSiblingOf("Bip01_RThighTwist", "Bip01_R_Thigh");
+    const struct
+    {
+        ZString twist;
+        ZString limb;
+    } pairs[] = {{"Bip01_LUpArmTwist", "Bip01_L_UpperArm"},
+                 {"Bip01_RUpArmTwist", "Bip01_R_UpperArm"},
+                 {"Bip01_LThighTwist", "Bip01_L_Thigh"},
+                 {"Bip01_RThighTwist", "Bip01_R_Thigh"}};
+    for (const auto& [twist, limb] : pairs)
+        if (hierarchy.GetBoneId(twist).IsValid() && hierarchy.GetBoneId(limb).IsValid() &&
+            !hierarchy.MakeSiblingOf(twist, limb))
+            messages(
+                ZString::Format("The twist bone '{0}' stays where it is: its limb '{1}' hangs below it", twist, limb),
+                eMessage_Warning);
 }
 
 ZAnimationRig BuildRig(const ZBoneHierarchy& hierarchy)

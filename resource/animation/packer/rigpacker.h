@@ -24,7 +24,8 @@ private:
 ZAnimationRig BuildRig(const Import::ZBoneHierarchy& hierarchy);
 
 /// Fixed repairs of a skeleton that has a bone "Bip01": that bone gives up its own transform, and the four upper twist
-/// bones become siblings of their limbs, at their place.
-void RepairBiped(Import::ZBoneHierarchy& hierarchy);
+/// bones become siblings of their limbs, at their place. A twist bone without its limb stays as it is; so does one that
+/// its limb hangs below, with a warning.
+void RepairBiped(Import::ZBoneHierarchy& hierarchy, const ZMessageDelegate& messages);
 
 } // namespace ResourceAnimation

@@ -131,6 +131,16 @@ void ZAnimationDatabaseDocument::Inherit(ZCharacterType::TAnimations& entries, c
         entries.Insert(name, id);
 }
 
+ZString ZAnimationDatabaseDocument::PlaceOfEntry(const TNode& character, const ZString& name)
+{
+    for (TNode node = character; node; node = GetNodeParent(node))
+        for (const TNode& element : GetNodeChildElements(node))
+            if (GetNodeName(element) == TAG_ANIMATION && NameOf(element) == name &&
+                !GetOptionalAttribute(element, "take", "").IsEmpty())
+                return element->Place();
+    return {};
+}
+
 ZCharacterType ZAnimationDatabaseDocument::BuildCharacter(const TNode& pCharacterNode)
 {
     ZASSERT(GetNodeName(pCharacterNode) == TAG_CHARACTER_TYPE);
@@ -143,6 +153,14 @@ ZCharacterType ZAnimationDatabaseDocument::BuildCharacter(const TNode& pCharacte
     for (TNode node = pCharacterNode; node && !(GetNodeName(node) == TAG_ANIMATION_DATABASE);
          node = GetNodeParent(node))
         Inherit(character.m_animations, EntriesOf(node));
+    for (const auto& [name, id] : character.m_animations)
+    {
+        if (ZCharacterType::CanBePacked(id))
+            continue;
+        character.m_oddAnimation = name;
+        character.m_oddPlace = PlaceOfEntry(pCharacterNode, name);
+        break;
+    }
     return character;
 }
 

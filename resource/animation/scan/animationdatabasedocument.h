@@ -31,6 +31,8 @@ public:
     static void Inherit(ZCharacterType::TAnimations& entries, const ZCharacterType::TAnimations& outer);
 
 private:
+    /// Of the definition that a character's entry comes from.
+    static ZString PlaceOfEntry(const TNode& character, const ZString& name);
     void CheckTopLevel() const;
     void CheckCharacterNames() const;
     void CheckEntries() const;

@@ -4,6 +4,7 @@
 #include "base/misc/trace.h"
 #include "resource/_shared/_internal/resourcescandata.h"
 #include "resource/animation/frame/animationexception.h"
+#include "resource/animation/frame/resourcename.h"
 #include "resource/animation/scan/animationdatabasedocument.h"
 
 namespace ResourceAnimation
@@ -56,6 +57,11 @@ private:
     {
         if (name.IsEmpty())
             return; // the document's checks leave none
+        if (!CanNameResource(name))
+            throw ZAnimationDatabaseFactoryException(
+                ZString::Format("The character '{0}' can't be packed: no identifier holds angle brackets or control "
+                                "characters",
+                                PrintableName(name)));
         m_nReferences += animations.Size();
         if (m_nReferences > ZAnimationDatabaseFactory::MAX_REFERENCES)
             throw ZAnimationDatabaseFactoryException(ZString::Format("The characters refer to more than {0} resources",

@@ -1,5 +1,6 @@
 #include "resource/animation/scan/animationscanner.h"
 
+#include "base/collections/thashmap.h"
 #include "base/component/componentbase.h"
 #include "base/misc/trace.h"
 #include "resource/_shared/_internal/resourcescandata.h"
@@ -7,6 +8,9 @@
 #include "resource/animation/fbximport/motioncharacteristics.h"
 #include "resource/animation/frame/animationexception.h"
 #include "resource/animation/frame/animationresourceids.h"
+#include "resource/animation/frame/resourcename.h"
+
+#include <cmath>
 
 namespace ResourceAnimation
 {
@@ -23,6 +27,19 @@ ZString TrackTypes(const ZFbxTakeData& take)
     if (take.m_bFieldOfViewAnimated)
         types.Append("|FieldOfView");
     return types;
+}
+
+/// What comes of transforms that are none, or of a frame rate too small for a float, is no property.
+void CheckMotion(const ZFbxTakeData& take, const SAnimationCharacteristics& c)
+{
+    float fSum = static_cast<float>(take.m_frameCount) / take.m_frameRate;
+    for (const float f : {c.fAverageLinearVelocity, c.fLinearStartVelocity, c.fLinearEndVelocity, c.fTotalLinearDelta,
+                          c.fTotalLinearXDelta, c.fTotalLinearYDelta, c.fAverageAngularVelocity, c.fTotalAngularDelta,
+                          c.fStartDirectionAngle})
+        fSum += f * 0.0f;
+    if (!std::isfinite(fSum))
+        throw ZAnimationException(ZString::Format("The motion of take '{0}' of ground '{1}' is no finite number",
+                                                  take.m_name, take.m_pGround->GetDisplayName()));
 }
 
 void SetMotionProperties(const SAnimationCharacteristics& c, TMap<ZString, ZString>& properties)
@@ -50,6 +67,32 @@ void SetMotionProperties(const SAnimationCharacteristics& c, TMap<ZString, ZStri
         properties[row.key] = ZString::Format("{0}", row.fValue);
 }
 
+void CheckName(const char* szWhat, const ZString& name)
+{
+    if (!CanNameResource(name))
+        throw ZAnimationException(
+            ZString::Format("The {0} '{1}' can't be packed: no identifier holds angle brackets or "
+                            "control characters",
+                            ZString::ReferenceCString(szWhat), PrintableName(name)));
+}
+
+/// Identifiers know names without regard to case, and the first of a name stands for all.
+class ZFirstOfName
+{
+public:
+    void Tell(const char* szWhat, const ZString& name, const ZFbxGround& ground)
+    {
+        const ZString groundName = ground.GetDisplayName();
+        if (const auto key = name.CopyToLower(); !m_grounds.Insert(key, groundName))
+            ZTRACE(ITraceListener::eTrace_Notice, "ZAnimationScanner",
+                   "The {0} '{1}' of ground '{2}' is lost: another one of this name, of ground '{3}', stands before it",
+                   ZString::ReferenceCString(szWhat), name, groundName, *m_grounds.Find(key));
+    }
+
+private:
+    THashMap<ZString, ZString> m_grounds;
+};
+
 } // namespace
 
 ZObjectRef ZAnimationScanner::GetVariantRef()
@@ -62,9 +105,10 @@ void* ZAnimationScanner::QueryInterface(STypeID* pInterface)
     return TInterfaceTable<ZAnimationScanner, IResourceFactory, IComponentInterface>::Query(this, pInterface);
 }
 
-void* ZAnimationScanner::LoadResource(IInputStream*, STypeID*, const ZResourceID&, const ZString&)
+void* ZAnimationScanner::LoadResource(IInputStream*, STypeID* pTypeID, const ZResourceID& id, const ZString&)
 {
-    ZASSERT(false);
+    ZASSERT_MESSAGE(false, "false",
+                    ZString::Format("'{0}' is of an FBX file, which is no {1}", id, pTypeID).ToCString());
     return nullptr;
 }
 
@@ -91,13 +135,17 @@ bool ZAnimationScanner::ScanResource(const ZResourceID& id, IInputStream* pStrea
 
 void ZAnimationScanner::ScanTakes(const ZResourceID& id, ZFbxSceneReader& reader, SResourceScanData& result)
 {
+    ZFirstOfName first;
     for (unsigned int i = 0; i < reader.m_takeCount; ++i)
     {
         const ZFbxTakeData* pTake = reader.GetTakeAt(i);
         ZASSERT_OR_HALT(pTake);
+        CheckName("take", pTake->m_name);
+        first.Tell("take", pTake->m_name, *pTake->m_pGround);
         SAnimationCharacteristics characteristics;
         ComputeAnimationCharacteristics(ExtractTrajectory(pTake->m_pGround->m_pFbxNode, *pTake), pTake->m_frameRate,
                                         characteristics);
+        CheckMotion(*pTake, characteristics);
         SSubResourceScanData entry;
         entry.sourceResourceID = id;
         entry.resourceID = GenerateFbxTakeResourceID(id, pTake->m_name);
@@ -117,11 +165,14 @@ void ZAnimationScanner::ScanTakes(const ZResourceID& id, ZFbxSceneReader& reader
 
 void ZAnimationScanner::ScanRigs(const ZResourceID& id, ZFbxSceneReader& reader, SResourceScanData& result)
 {
+    ZFirstOfName first;
     for (unsigned int i = 0; i < reader.m_rigCount; ++i)
     {
         const ZFbxGround* pRig = reader.GetRigAt(i);
         ZASSERT_OR_HALT(pRig);
         ZASSERT(pRig->IsRig());
+        CheckName("rig", pRig->GetDisplayName());
+        first.Tell("rig", pRig->GetDisplayName(), *pRig);
         SSubResourceScanData entry;
         entry.sourceResourceID = id;
         entry.resourceID = GenerateFbxRigResourceID(id, pRig->GetDisplayName());

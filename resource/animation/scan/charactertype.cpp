@@ -8,9 +8,9 @@ namespace ResourceAnimation
 void RegisterCharacterType()
 {
     static const TOpaqueType<ZCharacterType::TAnimations> s_animations;
-    RegisterType(&s_animations);
+    static const ZTypeRegistration s_animationsRegistration(&s_animations);
     static const TArrayType<ZResourceID> s_rigs;
-    RegisterType(&s_rigs);
+    static const ZTypeRegistration s_rigsRegistration(&s_rigs);
     // Measured, since offsetof is not for records that hold a map.
     static const ZCharacterType s_sample;
     const auto offsetOf = [](const void* pField)
@@ -19,7 +19,7 @@ void RegisterCharacterType()
         {"m_animations", offsetOf(&s_sample.m_animations), GetTypeID<ZCharacterType::TAnimations>()},
         {"m_rigs", offsetOf(&s_sample.m_rigs), GetTypeID<TArray<ZResourceID>>()}};
     static const TRecordType<ZCharacterType> s_character(s_fields);
-    RegisterType(&s_character);
+    static const ZTypeRegistration s_characterRegistration(&s_character);
 }
 
 } // namespace ResourceAnimation

@@ -14,6 +14,17 @@ struct ZCharacterType
 
     TAnimations m_animations;   ///< animation name -> take or blend space
     TArray<ZResourceID> m_rigs; ///< its own: rigs are not inherited
+    /// For a message: the first animation, by name, that is neither take nor blend space nor derived, and where the
+    /// document has it ("line 3, column 5"). Empty when there is none.
+    ZString m_oddAnimation;
+    ZString m_oddPlace;
+
+    /// Whether a packed form of it can be made, or has been.
+    static bool CanBePacked(const ZResourceID& id)
+    {
+        const ZString extension = id.GetExtension();
+        return id.IsDerived() || extension == "take" || extension == "blendspace";
+    }
 };
 
 /// Tells the type registry of ZCharacterType and the types of its fields. Safe to repeat.

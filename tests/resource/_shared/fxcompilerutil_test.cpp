@@ -1,4 +1,6 @@
 #include "resource/_shared/fxcompilerutil.h"
+
+#include "resource/_shared/fxscan.h"
 #include "tests/support/tracerecorder.h"
 
 #include <clocale>

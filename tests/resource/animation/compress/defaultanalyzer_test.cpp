@@ -65,13 +65,21 @@ TTurns Steps(int n, double fAngle, const SQuaternion& from)
     return keys;
 }
 
+/// A rotation that, once normalised, is in floats not within the tolerance of itself.
+SQuaternion OddRotation()
+{
+    for (ZKeyRandom random(1);;)
+        if (const SQuaternion q = random.Rotation(); std::fabs(Dot(Normalize(q), Normalize(q)) - 1.0f) > 2.5e-7f)
+            return q;
+}
+
 constexpr int BIND = 0, CONSTANT = 2, FREE = 4, FINGER = 5, SINGLE = 6;
 
 } // namespace
 
 TEST(DefaultAnalyzer, RotationClass)
 {
-    const SQuaternion turn = Turn(1, 0, 2, 0.7);
+    const SQuaternion turn = Turn(1, 0, 2, 0.7), odd = OddRotation();
     const struct
     {
         const char* szLabel;
@@ -85,6 +93,8 @@ TEST(DefaultAnalyzer, RotationClass)
         {"one key, another pose", "Spine", {turn}, {}, CONSTANT},
         {"one key of a finger", "Finger1", {turn}, {}, CONSTANT},
         {"q and -q are one rotation", "Spine", {turn, Negated(turn), turn}, {}, CONSTANT},
+        {"equal bits are equal", "Spine", {odd, odd, Negated(odd)}, odd, BIND},
+        {"key 0 is not among those that could differ", "Spine", {odd}, {}, CONSTANT},
         {"of any length", "Spine", {turn, {2 * turn.x, 2 * turn.y, 2 * turn.z, 2 * turn.w}}, {}, CONSTANT},
         {"within 2^-22 of the bind pose", "Spine", {turn}, turn * Turn(0, 1, 0, 0.0011), BIND},
         {"beyond 2^-22 of the bind pose", "Spine", {turn}, turn * Turn(0, 1, 0, 0.0018), CONSTANT},

@@ -4,6 +4,7 @@
 #include "resource/animation/compress/rotationtests.h"
 
 #include <cmath>
+#include <cstring>
 
 /// The rules of whole tracks as they read, key by key: what the compressor's faster ways must agree with to the bit.
 namespace PlainRules
@@ -19,8 +20,10 @@ inline bool HasDifferentRotation(TArrayRef<const SQuaternion> keys, float fToler
 {
     for (const SQuaternion& key : keys)
     {
+        const SQuaternion negated{-key.x, -key.y, -key.z, -key.w};
         const float d = Dot(Normalize(keys[0]), Normalize(key));
-        if (std::fabs(d - 1.0f) > fTolerance && std::fabs(d + 1.0f) > fTolerance)
+        if (std::memcmp(&keys[0], &key, sizeof key) != 0 && std::memcmp(&keys[0], &negated, sizeof key) != 0 &&
+            std::fabs(d - 1.0f) > fTolerance && std::fabs(d + 1.0f) > fTolerance)
             return true;
     }
     return false;
@@ -29,7 +32,8 @@ inline bool HasDifferentRotation(TArrayRef<const SQuaternion> keys, float fToler
 inline bool HasDifferentTranslation(TArrayRef<const SVector3> keys, float fTolerance)
 {
     for (const SVector3& key : keys)
-        if (!(std::fabs(keys[0].x - key.x) <= fTolerance && std::fabs(keys[0].y - key.y) <= fTolerance &&
+        if (std::memcmp(&keys[0], &key, sizeof key) != 0 &&
+            !(std::fabs(keys[0].x - key.x) <= fTolerance && std::fabs(keys[0].y - key.y) <= fTolerance &&
               std::fabs(keys[0].z - key.z) <= fTolerance))
             return true;
     return false;

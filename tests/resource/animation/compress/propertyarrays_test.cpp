@@ -1,5 +1,6 @@
 #include "resource/animation/compress/propertyarrays.h"
 
+#include "resource/animation/frame/animationexception.h"
 #include "tests/resource/animation/compress/compressclip.h"
 #include "tests/support/asserttrap.h"
 
@@ -93,6 +94,8 @@ TEST(PropertyArrays, TheFieldHoldsTwoHundredAndFiftySixBones)
     AddProperty<float>(*clip.animation->AnimatedBones()[0], "Beyond", {1.0f});
     TracksOf(clip);
     EXPECT_EQ(trap.FirstExpression(), ZString("arg <= NumericLimits<Dest>::Max"));
+    EXPECT_TRUE(
+        trap.FirstMessage().StartsWith("property 'Beyond' of bone 'bone257', which is bone 257 of the rig, in take '"));
 }
 
 TEST(PropertyArrays, AnotherTypeHaltsAndAnotherValueIsNamed)
@@ -111,4 +114,11 @@ TEST(PropertyArrays, AnotherTypeHaltsAndAnotherValueIsNamed)
     other.animation->AnimatedBones()[0]->AddProperty(ZAnimatedProperty::Create<ZString>("Text"));
     EXPECT_THROW(TracksOf(other), zhalt_exception);
     EXPECT_EQ(trap.FirstExpression(), ZString("arrayConversionFunctor.Contains((*it)->GetTypeID())"));
+
+    for (const float f : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()})
+    {
+        const SClip odd({{"a", -1, TTurns(1)}});
+        AddProperty<SVector3>(*odd.animation->AnimatedBones()[0], "Odd", {{1, 2, 3}, {1, f, 3}});
+        EXPECT_THROW(TracksOf(odd), ZAnimationPackerException);
+    }
 }

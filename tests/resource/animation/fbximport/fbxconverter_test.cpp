@@ -154,6 +154,7 @@ TEST(FbxConverter, RigPaths)
         {"\\Assembly\\main\\Assembly\\hero", "assembly:/main/Assembly/hero"},
         {"\\Assembly\\a.xml\\b.xml", "assembly:/a.fbx/b.xml"},
         {"assembly:/chars/hero.fbx", "assembly:/chars/hero.fbx"},
+        {"\\Assembly\\Chars\\Hero.xml", "assembly:/Chars/Hero.fbx"},
         {"", ""},
     };
     for (const auto& c : cases)
@@ -166,7 +167,7 @@ TEST(FbxConverter, RigPaths)
         LoadedScene loaded(scene.Write());
         Convert(loaded, "assembly:/chars/hero.fbx?/walk.take");
         // The scene itself is the rig where its own name stands there.
-        const bool bOwnRig = std::string_view(c.szNew) == "assembly:/chars/hero.fbx";
+        const bool bOwnRig = ZString::ReferenceCString(c.szNew).ICompare("assembly:/chars/hero.fbx") == 0;
         EXPECT_EQ(NewMarks(loaded.Node("hero")),
                   "IsGroundRoot=true; RigResource=" + std::string(c.szNew) + (bOwnRig ? "; IsRig=true" : ""));
     }

@@ -2,6 +2,7 @@
 
 #include "base/math/zmath.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace
@@ -111,6 +112,12 @@ TEST(MotionCharacteristics, OfLittleMotionAreZeroWhereTheyMustBe)
         up[i].vPosition = {0.0f, 0.0f, static_cast<float>(i)};
     EXPECT_GT(Computed(up).fTotalLinearDelta, 0.0f);
     EXPECT_EQ(Computed(up).fStartDirectionAngle, 0.0f);
+
+    // Of one who lies on the back, facing up, and is moved.
+    TArray<STrajectorySample> lying = Walk(10, 30.0, 0.0);
+    const float fHalf = std::sqrt(0.5f);
+    lying[0].qRotation = {-fHalf, 0.0f, 0.0f, fHalf};
+    EXPECT_EQ(Computed(lying).fStartDirectionAngle, 0.0f);
 }
 
 } // namespace

@@ -157,7 +157,7 @@ TEST_F(SceneReader, FaultsOfTheSceneComeAsOneKind)
         const char* szFile;
         const char* szStart;
     } cases[] = {
-        {"take_json_is_array", "JSON error: expected an object, found an array"},
+        {"take_json_is_array", "JSON error: TakeData of 'TAKE_sway': expected an object, found an array"},
         {"take_without_data", "FBX error: '"},
         {"double_is_rig", "FBX error: FbxProperty 'IsRig', in '"},
         {"not_fbx", "FBX error: "},

@@ -44,6 +44,8 @@ TEST(Resample, EachTypeHasItsRule)
 {
     const TArray<int32_t> ints{0, 0, 10, -7, 5};
     EXPECT_TRUE(ResampleArray<int32_t>(ints, 4) == (TArray<int32_t>{0, 2, 1, 5})) << "cut towards zero";
+    EXPECT_EQ(Interpolate(INT32_MAX, INT32_MAX - 1, 0.5f), INT32_MAX);
+    EXPECT_EQ(Interpolate(INT32_MIN, INT32_MIN, 0.5f), INT32_MIN);
     const TArray<uint32_t> codes{1, 2, 3, 4, 9};
     EXPECT_TRUE(ResampleArray<uint32_t>(codes, 4) == (TArray<uint32_t>{1, 2, 3, 9}));
     const TArray<bool> flags{false, true, false, true, false};

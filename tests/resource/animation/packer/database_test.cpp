@@ -128,6 +128,10 @@ TEST(AnimationDatabasePacker, Edges)
     EXPECT_TRUE(header.References().Contains(ZString("<assembly:/x.fbx?/a.take>(other.rig).pc.animation")));
     EXPECT_TRUE(header.References().Contains(ZString("<assembly:/y>.pc.animation")));
 
+    const SPackedCharacter empty({{"a", "assembly:/x.fbx?/a.take"}}, "pc", "", {"", "assembly:/r.rig"});
+    empty.Data(eEndian_Little, header);
+    EXPECT_TRUE(header.References().Contains(ZString("<assembly:/x.fbx?/a.take>(|assembly:/r.rig).pc.animation")));
+
     EXPECT_EQ(EstimateDatabaseMemory(8192), 39895);
     EXPECT_EQ(EstimateDatabaseMemory(4), 19);
     EXPECT_EQ(EstimateDatabaseMemory(UINT32_MAX), 2147483520);
@@ -217,10 +221,14 @@ TEST(AnimationDatabasePacker, HostMisuseAndUnreadableDatabases)
         {
             auto* pCharacter = ZNew<ZCharacterType>();
             pCharacter->m_animations["a"] = ZResourceID("assembly:/x.wav");
+            pCharacter->m_oddAnimation = "a";
+            pCharacter->m_oddPlace = "line 3, column 5";
             return pCharacter;
         });
     EXPECT_THROW(host.Pack<ZAnimationDatabasePacker>(SOURCE, target), ZAssertTrap::SFailed);
     EXPECT_EQ(trap.FirstExpression(), "id.IsDerived()");
+    EXPECT_EQ(trap.FirstMessage(), "assembly:/db/c.xml?/hero.chartype: the animation 'a' at line 3, column 5 is "
+                                   "'assembly:/x.wav', neither a take nor a blend space nor a derived resource");
 }
 
 TEST(AnimationDatabasePacker, LeavesNothingAllocated)

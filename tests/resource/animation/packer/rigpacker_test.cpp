@@ -1,7 +1,6 @@
 #include "resource/animation/packer/rigpacker.h"
 
 #include "tests/resource/animation/packer/samplehost.h"
-#include "tests/support/asserttrap.h"
 
 #include <gtest/gtest.h>
 
@@ -28,6 +27,15 @@ TSharedPtr<ZBoneHierarchy> MakeHierarchy(const TBone& pRoot)
                                               Import::eSpace_Character, nullptr);
 }
 
+ZString g_messages;
+
+ZMessageDelegate Messages()
+{
+    g_messages = ZString();
+    return ZMessageDelegate([](const ZString& message, int nSeverity)
+                            { g_messages.Append(ZString::Format("{0}: {1}|", nSeverity, message)); });
+}
+
 TEST(RigPacker, RepairsABiped)
 {
     const TBone pGround = MakeBone("ground", nullptr, {1, 2, 3});
@@ -36,24 +44,29 @@ TEST(RigPacker, RepairsABiped)
     const TBone pArm = MakeBone("Bip01_L_UpperArm", pClavicle, {10, 0, 140});
     const TBone pTwist = MakeBone("Bip01_LUpArmTwist", pArm, {20, 0, 140});
     const TBone pLost = MakeBone("Bip01_RUpArmTwist", pBiped, {-20, 0, 140});
+    const TBone pAbove = MakeBone("Bip01_LThighTwist", pBiped, {9, 0, 90});
+    const TBone pThigh = MakeBone("Bip01_L_Thigh", MakeBone("Bip01_L_Hip", pAbove, {9, 0, 90}), {10, 0, 90});
     const auto pHierarchy = MakeHierarchy(pGround);
-    ZAssertTrap trap; // a twist bone without its limb fails an assertion and stays where it is
-    RepairBiped(*pHierarchy);
+    RepairBiped(*pHierarchy, Messages());
     EXPECT_EQ(pBiped->Translation(), pGround->Translation());
     EXPECT_TRUE(pBiped->Parent() == pGround);
     EXPECT_TRUE(pTwist->Parent() == pClavicle);
     EXPECT_EQ(pTwist->Translation(), pArm->Translation());
     EXPECT_TRUE(pLost->Parent() == pBiped);
-    EXPECT_EQ(pLost->Translation(), (SVector3{-20, 0, 140}));
+    EXPECT_EQ(pLost->Translation(), (SVector3{-20, 0, 140})) << "a twist bone without its limb stays";
+    EXPECT_TRUE(pAbove->Parent() == pBiped) << "and so does one above its limb";
+    EXPECT_EQ(g_messages, "1: The twist bone 'Bip01_LThighTwist' stays where it is: its limb 'Bip01_L_Thigh' hangs "
+                          "below it|");
+    EXPECT_EQ(pHierarchy->ToSpace(Import::eSpace_Parent, true)->Bones().Size(), pHierarchy->Bones().Size());
 
     const TBone pAlone = MakeBone("Bip01", nullptr, {0, 0, 97});
-    RepairBiped(*MakeHierarchy(pAlone));
+    RepairBiped(*MakeHierarchy(pAlone), Messages());
     EXPECT_EQ(pAlone->Translation(), SVector3());
     EXPECT_EQ(pAlone->Rotation(), SQuaternion());
 
     const TBone pOther = MakeBone("spine", nullptr, {0, 0, 97});
     const TBone pKept = MakeBone("Bip01_LUpArmTwist", pOther, {20, 0, 140});
-    RepairBiped(*MakeHierarchy(pOther));
+    RepairBiped(*MakeHierarchy(pOther), Messages());
     EXPECT_EQ(pKept->Translation(), (SVector3{20, 0, 140})) << "no biped, no repair";
 }
 

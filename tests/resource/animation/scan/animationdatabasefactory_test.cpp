@@ -109,6 +109,20 @@ TEST(AnimationDatabaseFactory, InheritsAndOverrides)
     for (const auto& c : cases)
         EXPECT_EQ(Load(NESTED, c.subResource), c.szExpected);
     EXPECT_EQ(Scan("<AnimationDatabase><Character name='a'/></AnimationDatabase>"), "/a.chartype\n");
+    EXPECT_TRUE(Scan("<AnimationDatabase><Character name='a&lt;b'/></AnimationDatabase>")
+                    .EndsWith("The character 'a<b' can't be packed: no identifier holds angle brackets or control "
+                              "characters"));
+
+    // Where the first entry stands that nothing can pack, for whoever comes to it.
+    const TComponentScope<ZAnimationDatabaseFactory> factory(new ZAnimationDatabaseFactory);
+    const TUniquePtr<ZCharacterType> pCharacter(static_cast<ZCharacterType*>(factory->LoadResource(
+        Open("<AnimationDatabase>\n<Character name='a'><Animation name='x' take='1'/><Animation name='b' take='2'/>\n "
+             "<Character name='c'><Animation name='b' take=''/><Animation name='b' take='3'/></Character></Character>"
+             "</AnimationDatabase>")
+            .Get(),
+        GetTypeID<ZCharacterType>(), DATABASE, "/c.chartype")));
+    EXPECT_EQ(pCharacter->m_oddAnimation, "b");
+    EXPECT_EQ(pCharacter->m_oddPlace, "line 3, column 51");
 }
 
 TEST(AnimationDatabaseFactory, ABadFileFailsTheSameWhicheverWayItIsReached)
