@@ -78,8 +78,7 @@ SJobResult ZJobRunner::Run(const SJob& job, bool bPublishLater)
     }
     m_trace.TakeFailures();
     for (const std::string& sLine : m_trace.TakeNotices())
-        if (!context.HasErrors()) // which say more
-            context.AddMessage(ESeverity::eWarning, sLine);
+        context.AddMessage(ESeverity::eWarning, sLine);
     m_trace.SwapNotices(outerNotices);
     m_database.Pop();
     result.eStatus = bGood ? EJobStatus::ePacked : EJobStatus::eFailed;
@@ -199,9 +198,10 @@ bool ZJobRunner::Scan(ZJobContext& context, SSourceScan& scan)
         if (sError.empty())
             for (const std::string& sLine : m_trace.TakeFailures())
                 sError += (sError.empty() ? "" : "; ") + sLine;
-        // What could not be parsed, and where, is only traced.
+        // What could not be parsed, and where, is only traced; so is the error itself.
+        const std::string sTold = sError;
         for (const std::string& sLine : m_trace.TakeNotices())
-            if (sLine.find(sError) == std::string::npos && !sError.empty())
+            if (!sTold.empty() && sLine.find(sTold) == std::string::npos)
                 sError += " (" + sLine + ')';
         if (sError.empty())
             sError = "the source can't be read";

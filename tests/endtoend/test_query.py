@@ -245,6 +245,6 @@ class SourceKindTest(host.HostTest):
             self.assertEqual(result.lines[0]["error"],
                              "Failed scanning resource 'assembly:/%s' due to the following error: 0 top-level "
                              "characters encountered. There should be exactly one" % name)
-        self.assertIn("Failed to load XML document",
+        self.assertIn("Failed to load XML document 'assembly:/torn.xml' (LoadXMLDocument: line 1, column 9: ",
                       self.run_host("scan", os.path.join(tree, "torn.xml"), assets=tree).lines[0]["error"])
         self.assertEqual(glob.glob(os.path.join(tree, "**/*.db"), recursive=True), [])
