@@ -7,7 +7,7 @@
 #include "base/component/componentbase.h"
 #include "base/component/componentmanager.h"
 #include "base/component/simplemodulebase.h"
-#include "base/misc/trace.h"
+#include "base/pointers/tcomponentsharedptr.h"
 #include "resource/_shared/_internal/resourcescandata.h"
 #include "resource/_shared/resourceheader.h"
 #include "resource/animation/frame/platform.h"
@@ -114,12 +114,10 @@ public:
     {
         if (pInterface != GetTypeID<IInputStream>()) // a character: the factory of its file's kind makes it
         {
-            auto* pFactory = CreateComponent<IResourceFactory>("AnimationDatabaseFactory");
-            auto* pStream = OpenResource<IInputStream>(*this, id.GetRoot());
-            void* pObject = pFactory->LoadResource(pStream, pInterface, id, id.GetRootParameters());
-            pStream->Release();
-            pFactory->Release();
-            return pObject;
+            const TComponentScope<IResourceFactory> factory(
+                CreateComponent<IResourceFactory>("AnimationDatabaseFactory"));
+            const TComponentScope<IInputStream> stream(OpenResource<IInputStream>(*this, id.GetRoot()));
+            return factory->LoadResource(stream.Get(), pInterface, id, id.GetRootParameters());
         }
         if (id.IsDerived() && !fs::exists(FileOf(id)) && !Pack(id))
             return nullptr;
@@ -142,9 +140,8 @@ public:
                                                             : extension == "animationrig" ? "RigPacker"
                                                                                           : "AnimationDatabasePacker");
         const ZString outer = std::exchange(g_platform, target.GetPlatformFromExtension());
-        auto* pPacker = CreateComponent<IResourcePacker>(component);
-        const bool bPacked = pPacker->Pack(&m_context, target.GetSourceResourceID(), target, ZVariantRef());
-        pPacker->Release();
+        const TComponentScope<IResourcePacker> packer(CreateComponent<IResourcePacker>(component));
+        const bool bPacked = packer->Pack(&m_context, target.GetSourceResourceID(), target, ZVariantRef());
         g_platform = outer;
         if (bPacked)
             std::printf("%s\t%s\n", target.ToString().ToCString(), FileOf(target).c_str());
@@ -169,23 +166,20 @@ private:
 /// What hosts do besides: scan a source, keep what was found as a blob, and read it again.
 void ScanTwice(ZDatabase& database, const ZResourceID& id)
 {
-    auto* pScanner = CreateComponent<IResourceFactory>("AnimationScanner");
-    auto* pSource = OpenResource<IInputStream>(database, id);
+    const TComponentScope<IResourceFactory> scanner(CreateComponent<IResourceFactory>("AnimationScanner"));
+    const TComponentScope<IInputStream> source(OpenResource<IInputStream>(database, id));
     SResourceScanData data;
-    if (!pScanner->ScanResource(id, pSource, data) || data.subResources.IsEmpty())
-        Fail(pScanner->GetLastErrorMessage().ToCString());
-    pSource->Release();
-    pScanner->Release();
+    if (!scanner->ScanResource(id, source.Get(), data) || data.subResources.IsEmpty())
+        Fail(scanner->GetLastErrorMessage().ToCString());
     TArray<uint8_t> bytes;
     TArray<uint8_t>* pBytes = &bytes;
-    auto* pOut = CreateComponent<IOutputStream>(MEMORY_OUTPUT_STREAM, pBytes);
-    WriteResourceScanData(pOut, data);
-    pOut->Release();
-    auto* pIn = CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, TArrayRef<const uint8_t>(bytes.Ref()));
-    ZScanDataReader reader(pIn);
+    const TComponentScope<IOutputStream> out(CreateComponent<IOutputStream>(MEMORY_OUTPUT_STREAM, pBytes));
+    WriteResourceScanData(out.Get(), data);
+    const TArrayRef<const uint8_t> blob = bytes.Ref();
+    const TComponentScope<IInputStream> in(CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, blob));
+    ZScanDataReader reader(in.Get());
     if (!(ReadResourceScanData(reader).subResources.Last().resourceID == data.subResources.Last().resourceID))
         Fail("the scan data have changed");
-    pIn->Release();
 }
 
 /// Loads the module for the time of a scope, and takes care that nothing of it stays.
@@ -225,6 +219,17 @@ private:
     void* m_pLibrary = nullptr;
 };
 
+void PackOne(ZDatabase& database, const ZResourceID& source, const ZString& extension, const ZString& platform)
+{
+    const ZResourceID target = source.CreateDerivedResourceID(extension, "", platform);
+    const TComponentScope<IInputStream> packed(OpenResource<IInputStream>(database, target));
+    ZResourceHeader header;
+    if (!packed || !header.Read(packed.Get(), ResourceAnimation::GetPlatformClass(platform)))
+        Fail(std::string("not packed: ") + target.ToString().ToCString());
+    if (source.GetRoot().GetExtension() == "fbx")
+        ScanTwice(database, source.GetRoot());
+}
+
 void Run(const std::vector<std::string>& words)
 {
     SetAssertHandler(&OnAssertion);
@@ -236,30 +241,16 @@ void Run(const std::vector<std::string>& words)
     ZDatabase database(words[1], words[2]);
     SetResourceDatabase(&database);
 
-    // Twice, the second time after an unload: what was packed before is packed again.
-    for (const char* szTime : {"first", "second"})
+    const auto dashes = std::find(words.begin(), words.end(), "--");
+    for (int nTime = 0; nTime < 2; ++nTime) // the second time after an unload, everything anew
     {
         ZLoadedModule module(words[0].c_str());
         fs::remove_all(words[2]);
         fs::create_directories(words[2]);
-        size_t nWord = 3;
-        for (; words[nWord] != "--"; ++nWord)
-        {
-            const ZString platform = ZString::FromView(words[nWord]);
-            for (size_t n = std::find(words.begin(), words.end(), "--") - words.begin() + 1; n < words.size(); n += 2)
-            {
-                const ZResourceID source(ZString::FromView(words[n]));
-                const ZResourceID target =
-                    source.CreateDerivedResourceID(ZString::FromView(words[n + 1]), "", platform);
-                auto* pPacked = OpenResource<IInputStream>(database, target);
-                ZResourceHeader header;
-                if (pPacked == nullptr || !header.Read(pPacked, ResourceAnimation::GetPlatformClass(platform)))
-                    Fail(words[n] + " is not packed the " + szTime + " time");
-                pPacked->Release();
-                if (source.GetRoot().GetExtension() == "fbx")
-                    ScanTwice(database, source.GetRoot());
-            }
-        }
+        for (auto word = words.begin() + 3; word != dashes; ++word)
+            for (auto source = dashes + 1; source != words.end(); source += 2)
+                PackOne(database, ZResourceID(ZString::FromView(source[0])), ZString::FromView(source[1]),
+                        ZString::FromView(*word));
         module.Unload();
     }
     SetResourceDatabase(nullptr);
