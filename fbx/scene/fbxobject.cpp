@@ -151,6 +151,24 @@ void FbxObject::ConnectCurveNode(std::string_view property, FbxAnimCurveNode* pC
     m_pScene->GetAnimationEvaluator()->Invalidate();
 }
 
+bool FbxObject::HasCurveNode(std::string_view property) const
+{
+    return std::any_of(m_curveNodes.begin(), m_curveNodes.end(),
+                       [property](const SCurveNodeLink& link) { return link.property == property; });
+}
+
+void FbxObject::DisconnectCurveNodes(std::string_view property)
+{
+    std::erase_if(m_curveNodes,
+                  [property](const SCurveNodeLink& link)
+                  {
+                      const bool bGone = link.property == property;
+                      link.pCurveNode->m_nProperties -= bGone;
+                      return bGone;
+                  });
+    m_pScene->GetAnimationEvaluator()->Invalidate();
+}
+
 FbxAnimCurveNode& FbxObject::OwnCurveNode(size_t nLink)
 {
     FbxAnimCurveNode*& pNode = m_curveNodes[nLink].pCurveNode;

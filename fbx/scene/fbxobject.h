@@ -73,6 +73,9 @@ public:
     /// In the order in which they were connected.
     const std::vector<SCurveNodeLink>& GetCurveNodes() const { return m_curveNodes; }
     void ConnectCurveNode(std::string_view property, FbxAnimCurveNode* pCurveNode);
+    /// Whether any stack may animate the property.
+    bool HasCurveNode(std::string_view property) const;
+    void DisconnectCurveNodes(std::string_view property);
     /// The curve node of a link for this property alone, to be changed: a copy where it serves others as well.
     FbxAnimCurveNode& OwnCurveNode(size_t nLink);
 
