@@ -52,6 +52,11 @@ FbxProperty FbxObject::FindProperty(std::string_view name, bool bCaseSensitive) 
     return pData ? FbxProperty(const_cast<FbxObject*>(this), pData) : FbxProperty();
 }
 
+bool FbxObject::HasOwnProperty(std::string_view name) const
+{
+    return Find(m_properties, name, true) != nullptr;
+}
+
 void FbxObject::MarkOverridden() const
 {
     m_bMarked = true;

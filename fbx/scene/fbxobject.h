@@ -62,7 +62,8 @@ public:
     FbxProperty OwnProperty(std::string_view name, std::string_view typeName);
     /// Behind those that were written before; names and texts in the scene's memory.
     void AddProperties(const SFbxPropertyData* pFirst, size_t nCount);
-    size_t GetWrittenPropertyCount() const { return m_properties.size(); }
+    /// Whether it was written for this object, whatever its template has.
+    bool HasOwnProperty(std::string_view name) const;
 
     /// A property's animation, in whatever stacks and layers the curve node is.
     struct SCurveNodeLink
