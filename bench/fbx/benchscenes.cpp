@@ -14,10 +14,20 @@ namespace
 
 using namespace fbxfile;
 
-std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAttribute& kind, bool bText)
+constexpr int kOneLayer = -1;
+
+std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAttribute& kind, bool bText,
+                       int nUpperMode = kOneLayer)
 {
     Scene scene;
-    const int64_t nLayer = scene.Layer("Base", scene.Stack("Take", 0, static_cast<int64_t>(nFrames) * kSecond / 30));
+    const int64_t nStack = scene.Stack("Take", 0, static_cast<int64_t>(nFrames) * kSecond / 30);
+    std::vector<int64_t> layers{scene.Layer("Base", nStack)};
+    if (nUpperMode != kOneLayer)
+    {
+        layers.push_back(scene.Layer("Upper", nStack));
+        scene.Property(layers[1], "Weight", "Number", "A", {D(50)});
+        scene.Integer(layers[1], "BlendMode", nUpperMode);
+    }
     std::vector<int64_t> times;
     for (size_t n = 0; n < nFrames; n += nStep)
         times.push_back(static_cast<int64_t>(n) * kSecond / 30);
@@ -28,8 +38,10 @@ std::string MakeMotion(size_t nNodes, size_t nFrames, size_t nStep, const KeyAtt
         const int64_t nModel = scene.Model("node" + std::to_string(nNode), "LimbNode", nParent);
         models.push_back(nModel);
         static const char* const properties[] = {"Lcl Translation", "Lcl Rotation", "Lcl Scaling"};
-        for (size_t p = 0; p < 3; ++p)
+        for (size_t nPart = 0; nPart < 3 * layers.size(); ++nPart)
         {
+            const size_t p = nPart % 3;
+            const int64_t nLayer = layers[nPart / 3];
             const double fRest = p == 2 ? 1.0 : 0.0;
             const int64_t nCurveNode = scene.CurveNode(nLayer, nModel, properties[p], {fRest, fRest, fRest});
             for (size_t c = 0; c < 3; ++c)
@@ -65,6 +77,11 @@ std::string MakeBakedScene(size_t nNodes, size_t nFrames, bool bText)
 std::string MakeCubicScene(size_t nNodes, size_t nFrames)
 {
     return MakeMotion(nNodes, nFrames, 8, {kCubicAuto | 0x6000, 0, 0, 218434821, 1}, false);
+}
+
+std::string MakeLayeredScene(size_t nNodes, size_t nFrames, int nBlendMode)
+{
+    return MakeMotion(nNodes, nFrames, 1, {kLinear, 0, 0, 218434821, 1}, false, nBlendMode);
 }
 
 std::string MakeMeshScene(size_t nMeshBytes, bool bText)

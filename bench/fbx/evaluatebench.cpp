@@ -79,6 +79,8 @@ int main(int argc, char** argv)
     } files[] = {
         {"baked80", MakeBakedScene(80, kFrames), true},
         {"cubic80", MakeCubicScene(80, kFrames), false},
+        {"added80", MakeLayeredScene(80, kFrames, 0), false},
+        {"blended80", MakeLayeredScene(80, kFrames, 2), false},
         {"locomotion", ReadShared("samples/assembly/characters/hero/locomotion.fbx"), true},
         {"locomotions", ReadShared("fbx-corpus/files/locomotions.fbx"), false},
         {"mixamo", ReadShared("fbx-corpus/files/mixamo.fbx"), false},

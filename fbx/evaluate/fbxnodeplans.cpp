@@ -1,161 +1,238 @@
-#include "fbx/evaluate/fbxsceneevaluator.h"
+#include "fbx/evaluate/fbxnodeplans.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace
 {
 
-constexpr std::string_view kMain[3] = {"Lcl Translation", "Lcl Rotation", "Lcl Scaling"};
-constexpr std::string_view kOthers[] = {"RotationOffset", "RotationPivot", "ScalingOffset", "ScalingPivot",
-                                        "PreRotation",    "PostRotation",  "RotationOrder"};
+using P = SFbxMixedNode;
+
+constexpr std::string_view kNames[P::eCount] = {"Lcl Translation", "Lcl Rotation",  "Lcl Scaling",  "RotationOffset",
+                                                "RotationPivot",   "ScalingOffset", "ScalingPivot", "PreRotation",
+                                                "PostRotation",    "RotationOrder"};
 
 bool IsZero(const FbxVector3& v)
 {
     return v.x == 0.0 && v.y == 0.0 && v.z == 0.0;
 }
 
-double* Component(FbxVector3& v, size_t n)
+FbxVector3 VectorOf(const double* p)
 {
-    return n == 0 ? &v.x : n == 1 ? &v.y : &v.z;
+    return {p[0], p[1], p[2]};
 }
 
-} // namespace
-
-FbxVector3 FbxSceneEvaluator::ReadVector(const FbxNode& node, std::string_view property, const FbxVector3& fallback,
-                                         bool bAnimated)
+void SetVector(const FbxVector3& v, double* p)
 {
-    const FbxProperty found = node.FindProperty(property);
-    FbxVector3 v = found.IsValid() ? found.GetVector3() : fallback;
-    if (bAnimated && IsAnimated(node, property))
-    {
-        double mixed[3] = {v.x, v.y, v.z};
-        EvaluateLayers(node, property, mixed, 3);
-        v = {mixed[0], mixed[1], mixed[2]};
-    }
-    return v;
+    p[0] = v.x;
+    p[1] = v.y;
+    p[2] = v.z;
 }
 
-void FbxSceneEvaluator::ReadPieces(const FbxNode& node, SFbxPieces& pieces, bool bAnimated)
+void ReadStatic(const FbxNode& node, P::EProperty eProperty, double* pValues)
 {
-    pieces.t = ReadVector(node, kMain[0], {}, bAnimated);
-    pieces.r = ReadVector(node, kMain[1], {}, bAnimated);
-    pieces.s = ReadVector(node, kMain[2], {1, 1, 1}, bAnimated);
-    const FbxVector3 rotationOffset = ReadVector(node, kOthers[0], {}, bAnimated);
-    const FbxVector3 rotationPivot = ReadVector(node, kOthers[1], {}, bAnimated);
-    const FbxVector3 scalingOffset = ReadVector(node, kOthers[2], {}, bAnimated);
-    pieces.scalingPivot = ReadVector(node, kOthers[3], {}, bAnimated);
-    pieces.outer = rotationOffset + rotationPivot;
-    pieces.inner = scalingOffset + pieces.scalingPivot - rotationPivot;
+    const FbxProperty found = node.FindProperty(kNames[eProperty]);
+    double channels[16];
+    found.GetChannels(channels);
+    const double fNone = eProperty == P::eScaling ? 1.0 : 0.0;
+    for (int n = 0; n < 3; ++n)
+        pValues[n] = found.IsValid() ? channels[n] : fNone;
+}
+
+/// All but translation, rotation and scale.
+void MakePieces(const double (*pValues)[3], bool bActive, const SFbxNodeTurn* pTurn, SFbxPieces& pieces)
+{
+    const FbxVector3 rotationPivot = VectorOf(pValues[P::eRotationPivot]);
+    pieces.scalingPivot = VectorOf(pValues[P::eScalingPivot]);
+    pieces.outer = VectorOf(pValues[P::eRotationOffset]) + rotationPivot;
+    pieces.inner = VectorOf(pValues[P::eScalingOffset]) + pieces.scalingPivot - rotationPivot;
+    if (pTurn)
+        pieces.outer = pTurn->q.Rotate(pieces.outer);
     pieces.bPivots = !IsZero(pieces.outer) || !IsZero(pieces.inner) || !IsZero(pieces.scalingPivot);
 
     pieces.bPre = pieces.bPost = false;
     pieces.eOrder = EFbxRotationOrder::eXYZ;
-    const bool bActive =
-        node.FindProperty("RotationActive").GetBool() && !node.FindProperty("RotationSpaceForLimitOnly").GetBool();
     if (!bActive)
         return;
-    double fOrder = node.FindProperty(kOthers[6]).GetDouble();
-    if (bAnimated && IsAnimated(node, kOthers[6]))
-        EvaluateLayers(node, kOthers[6], &fOrder, 1);
+    const double fOrder = pValues[P::eRotationOrder][0];
     if (fOrder >= 0.0 && fOrder <= 5.0)
         pieces.eOrder = static_cast<EFbxRotationOrder>(static_cast<int>(fOrder));
-    const FbxVector3 pre = ReadVector(node, kOthers[4], {}, bAnimated);
-    const FbxVector3 post = ReadVector(node, kOthers[5], {}, bAnimated);
-    pieces.bPre = !IsZero(pre);
+    const FbxVector3 pre = VectorOf(pValues[P::ePreRotation]);
+    const FbxVector3 post = VectorOf(pValues[P::ePostRotation]);
+    pieces.bPre = !IsZero(pre) || pTurn;
     pieces.bPost = !IsZero(post);
     pieces.pre = FbxQuaternion::FromEuler(pre);
+    if (pTurn)
+        pieces.pre = pTurn->q * pieces.pre;
     pieces.postInverse = FbxQuaternion::FromEuler(post).Conjugate();
 }
 
-void FbxSceneEvaluator::CompileNode(const FbxNode& node, SFbxNodePlan& plan)
+void SetMain(const double (*pValues)[3], SFbxPieces& pieces)
+{
+    pieces.t = VectorOf(pValues[P::eTranslation]);
+    pieces.r = VectorOf(pValues[P::eRotation]);
+    pieces.s = VectorOf(pValues[P::eScaling]);
+}
+
+inline FbxQuaternion RotationOf(const FbxVector3& degrees, EFbxRotationOrder eOrder)
+{
+    return eOrder == EFbxRotationOrder::eXYZ ? FbxQuaternionOfXYZ(degrees) : FbxQuaternion::FromEuler(degrees, eOrder);
+}
+
+inline SFbxLocal MakeLocal(const SFbxPieces& pieces, const FbxVector3& t, const FbxQuaternion& rotation,
+                           const FbxVector3& s)
+{
+    SFbxLocal local;
+    local.q = rotation;
+    if (pieces.bPre)
+        local.q = pieces.pre * local.q;
+    if (pieces.bPost)
+        local.q = local.q * pieces.postInverse;
+    local.t = t;
+    local.s = s;
+    if (pieces.bPivots)
+        local.t = t + pieces.outer + local.q.Rotate(pieces.inner - s * pieces.scalingPivot);
+    return local;
+}
+
+inline SFbxLocal MakeLocal(const SFbxPieces& pieces)
+{
+    return MakeLocal(pieces, pieces.t, RotationOf(pieces.r, pieces.eOrder), pieces.s);
+}
+
+bool IsOfPieces(int nProperty)
+{
+    return nProperty >= P::eRotationOffset;
+}
+
+} // namespace
+
+void FbxNodePlans::Compile()
+{
+    const size_t nNodes = m_scene.GetNodeCount();
+    m_channels.clear();
+    m_mixed.clear();
+    m_plans.assign(nNodes, SFbxNodePlan());
+    for (size_t n = 0; n < nNodes; ++n)
+        CompileNode(*m_scene.GetNode(n), m_plans[n]);
+    CompileInheritance();
+}
+
+void FbxNodePlans::CompileNode(const FbxNode& node, SFbxNodePlan& plan)
 {
     plan.nParent = node.GetParent() ? node.GetParent()->GetIndex() : -1;
     const int64_t nInherit = node.FindProperty("InheritType").GetInt64();
     plan.nInherit = static_cast<uint8_t>(nInherit >= 0 && nInherit <= 2 ? nInherit : 0);
-    ReadPieces(node, plan.restPieces, false);
+
+    SFbxMixedNode mixed;
+    mixed.bActive =
+        node.FindProperty("RotationActive").GetBool() && !node.FindProperty("RotationSpaceForLimitOnly").GetBool();
+    for (int n = 0; n < P::eCount; ++n)
+        ReadStatic(node, static_cast<P::EProperty>(n), mixed.values[n]);
+    MakePieces(mixed.values, mixed.bActive, nullptr, plan.restPieces);
+    SetMain(mixed.values, plan.restPieces);
     plan.pieces = plan.restPieces;
     if (node.GetCurveNodes().empty())
         return;
 
-    for (const std::string_view other : kOthers)
-        plan.bSlow |= IsAnimated(node, other);
-    const FbxAnimCurveNode* curveNodes[3] = {};
-    for (size_t p = 0; p < 3; ++p)
+    bool bAnimated = false;
+    for (int n = 0; n < P::eCount; ++n)
     {
-        const auto [pFirst, pLast] = ActiveLinks(node, kMain[p]);
-        if (pFirst == pLast)
-            continue;
-        plan.bSlow |= pLast - pFirst > 1 || layers[pFirst->nLayer] != pBaseLayer;
-        curveNodes[p] = pFirst->pCurveNode;
+        mixed.plans[n] = m_properties.Find(node, kNames[n]);
+        bAnimated |= mixed.plans[n] != nullptr;
     }
-    if (plan.bSlow)
+    if (!bAnimated)
         return;
+    if (node.GetTurn() &&
+        (mixed.plans[P::eRotationOffset] || mixed.plans[P::eRotationPivot] || mixed.plans[P::ePreRotation]))
+    {
+        mixed.pTurn = node.GetTurn();
+        SetVector(mixed.pTurn->rotationOffset, mixed.values[P::eRotationOffset]);
+        SetVector(mixed.pTurn->preRotation, mixed.values[P::ePreRotation]);
+    }
+    // What the stack says and does not move is worked out here.
+    bool bMixed = false;
+    bool bMoves = false;
+    for (int n = 0; n < P::eCount; ++n)
+    {
+        const SFbxPropertyPlan*& pPlan = mixed.plans[n];
+        if (pPlan && !pPlan->bMoves)
+        {
+            FbxMixedValues steady(mixed.values[n], n == P::eRotationOrder ? 1 : 3);
+            m_properties.Mix(*pPlan, steady);
+            std::copy_n(steady.Values(), 3, mixed.values[n]);
+            pPlan = nullptr;
+        }
+        mixed.bPieces |= pPlan && IsOfPieces(n);
+        bMixed |= pPlan && (IsOfPieces(n) || !m_properties.IsPlain(*pPlan));
+        bMoves |= pPlan != nullptr;
+    }
+    MakePieces(mixed.values, mixed.bActive, mixed.pTurn, plan.pieces);
+    SetMain(mixed.values, plan.pieces);
+    if (bMixed)
+    {
+        plan.nMixed = static_cast<int32_t>(m_mixed.size());
+        m_mixed.push_back(mixed);
+    }
+    else if (bMoves)
+        CompilePlain(mixed.plans, plan);
+}
 
+void FbxNodePlans::CompilePlain(const SFbxPropertyPlan* const* ppPlans, SFbxNodePlan& plan)
+{
     FbxVector3* const vectors[3] = {&plan.pieces.t, &plan.pieces.r, &plan.pieces.s};
     SFbxChannelPlan moving[9];
     for (size_t p = 0; p < 3; ++p)
     {
-        for (size_t n = 0; curveNodes[p] && n < 3; ++n)
+        if (!ppPlans[p])
+            continue;
+        const SFbxCurveNodePlan& node = m_properties.Lowest(*ppPlans[p]);
+        const SFbxChannelPlan* pCurve = m_properties.Curves(node);
+        double* const components[3] = {&vectors[p]->x, &vectors[p]->y, &vectors[p]->z};
+        for (size_t n = 0; n < 3; ++n)
         {
-            const FbxAnimCurveNode::SChannel& channel = curveNodes[p]->GetChannel(n);
-            double* pFixed = Component(*vectors[p], n);
-            if (!channel.IsAnimated())
+            if (node.nMoving >> n & 1)
             {
-                if (channel.bHasDefault)
-                    *pFixed = channel.fDefault;
-                continue;
+                moving[p * 3 + n] = *pCurve++;
+                plan.nMoving = static_cast<uint16_t>(plan.nMoving | 1u << (p * 3 + n));
             }
-            // Exporters that bake write a curve for everything; most of those never move.
-            if (IsFlat(*channel.pCurve))
-            {
-                *pFixed = channel.fFactor * static_cast<double>(channel.pCurve->GetKeyValue(0));
-                continue;
-            }
-            SFbxChannelPlan& to = moving[p * 3 + n];
-            to.pCurve = channel.pCurve;
-            to.pValues = channel.pCurve->pValues;
-            const SFbxCurveSpans& of = Spans(*channel.pCurve);
-            to.pSegments = of.pSegments;
-            to.eOnly = of.eOnly;
-            to.fFactor = channel.fFactor;
-            to.bHolds = channel.pCurve->pre.eType == EFbxExtrapolation::eConstant &&
-                        channel.pCurve->post.eType == EFbxExtrapolation::eConstant;
-            to.nTimeline = channel.pCurve->pTimeline->nIndex;
-            plan.nMoving = static_cast<uint16_t>(plan.nMoving | 1u << (p * 3 + n));
+            else if (node.nPresent >> n & 1)
+                *components[n] = node.values[n];
         }
     }
-    if (plan.nMoving == 0)
-        return;
-    plan.nFirstChannel = static_cast<int32_t>(channels.size());
-    channels.insert(channels.end(), std::begin(moving), std::end(moving));
+    plan.nFirstChannel = static_cast<int32_t>(m_channels.size());
+    m_channels.insert(m_channels.end(), std::begin(moving), std::end(moving));
 }
 
 /// Finds the nodes whose local transform is their own affair: all that inherit plainly, and those whose ancestors'
 /// scales are all fixed at one.
-void FbxSceneEvaluator::CompileInheritance()
+void FbxNodePlans::CompileInheritance()
 {
     constexpr uint8_t kUnknown = 0;
     constexpr uint8_t kUnit = 1;
     constexpr uint8_t kScaled = 2;
-    std::vector<uint8_t> states(plans.size(), kUnknown);
-    const auto ownUnit = [](const SFbxNodePlan& plan)
+    std::vector<uint8_t> states(m_plans.size(), kUnknown);
+    std::vector<uint32_t> chain;
+    const auto ownUnit = [this](const SFbxNodePlan& plan)
     {
         const FbxVector3 one{1, 1, 1};
-        return !plan.bSlow && (plan.nMoving >> 6) == 0 && plan.pieces.s == one && plan.restPieces.s == one;
+        const bool bScales =
+            plan.nMoving >> 6 || (plan.nMixed >= 0 && m_mixed[static_cast<size_t>(plan.nMixed)].plans[P::eScaling]);
+        return !bScales && plan.pieces.s == one && plan.restPieces.s == one;
     };
-    for (size_t nNode = 0; nNode < plans.size(); ++nNode)
+    for (size_t nNode = 0; nNode < m_plans.size(); ++nNode)
     {
         chain.clear();
         int32_t n = static_cast<int32_t>(nNode);
         while (n >= 0 && states[static_cast<size_t>(n)] == kUnknown)
         {
             chain.push_back(static_cast<uint32_t>(n));
-            n = plans[static_cast<size_t>(n)].nParent;
+            n = m_plans[static_cast<size_t>(n)].nParent;
         }
         bool bUnit = n < 0 || states[static_cast<size_t>(n)] == kUnit;
         while (!chain.empty())
         {
-            SFbxNodePlan& plan = plans[chain.back()];
+            SFbxNodePlan& plan = m_plans[chain.back()];
             plan.bPlainLocal = plan.nInherit == 1 || bUnit;
             bUnit = bUnit && ownUnit(plan);
             states[chain.back()] = bUnit ? kUnit : kScaled;
@@ -164,93 +241,97 @@ void FbxSceneEvaluator::CompileInheritance()
     }
 }
 
-void FbxSceneEvaluator::CompileLayers()
+SFbxLocal FbxNodePlans::Rest(size_t nNode) const
 {
-    places.assign(pScene->GetObjectCount(), -1);
-    layers.clear();
-    pBaseLayer = nullptr;
-    if (const FbxAnimStack* pStack = pScene->GetCurrentAnimStack())
-    {
-        bool bSolo = false;
-        for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
-            bSolo |= pStack->GetLayer(n)->GetSettings().bSolo;
-        for (size_t n = 0; n < pStack->GetLayerCount(); ++n)
-        {
-            const FbxAnimLayer* pLayer = pStack->GetLayer(n);
-            int& nPlace = places[static_cast<size_t>(pLayer->GetObjectIndex())];
-            if ((bSolo ? !pLayer->GetSettings().bSolo : pLayer->GetSettings().bMute) || nPlace >= 0)
-                continue;
-            nPlace = static_cast<int>(layers.size());
-            layers.push_back(pLayer);
-        }
-        pBaseLayer = pStack->GetLayerCount() > 0 ? pStack->GetLayer(0) : nullptr;
-    }
+    return MakeLocal(m_plans[nNode].restPieces);
 }
 
-std::pair<const SFbxActiveLink*, const SFbxActiveLink*> FbxSceneEvaluator::ActiveLinks(const FbxObject& object,
-                                                                                       std::string_view property) const
+SFbxLocal FbxNodePlans::At(size_t nNode)
 {
-    if (object.GetObjectIndex() < 0)
-        return {nullptr, nullptr};
-    const std::vector<SFbxActiveLink>& of = active[static_cast<size_t>(object.GetObjectIndex())];
-    const auto [first, last] =
-        std::equal_range(of.begin(), of.end(), SFbxActiveLink{property, 0, nullptr},
-                         [](const SFbxActiveLink& a, const SFbxActiveLink& b) { return a.property < b.property; });
-    return {of.data() + (first - of.begin()), of.data() + (last - of.begin())};
+    const SFbxNodePlan& plan = m_plans[nNode];
+    if (plan.nMixed >= 0)
+        return MixedLocal(plan);
+    const SFbxPieces& pieces = plan.pieces;
+    if (plan.nMoving == 0)
+        return MakeLocal(pieces);
+    const SFbxChannelPlan* pChannels = m_channels.data() + plan.nFirstChannel;
+    const auto value = [&](unsigned n, double fFixed)
+    { return plan.nMoving >> n & 1 ? m_sampler.Value(pChannels[n]) : fFixed; };
+    FbxVector3 t = pieces.t;
+    FbxVector3 r = pieces.r;
+    FbxVector3 s = pieces.s;
+    if (plan.nMoving & 7u)
+        t = {value(0, t.x), value(1, t.y), value(2, t.z)};
+    if (plan.nMoving & 7u << 3)
+        r = {value(3, r.x), value(4, r.y), value(5, r.z)};
+    if (plan.nMoving & 7u << 6)
+        s = {value(6, s.x), value(7, s.y), value(8, s.z)};
+    return MakeLocal(pieces, t, RotationOf(r, pieces.eOrder), s);
 }
 
-void FbxSceneEvaluator::CompileLinks(const FbxObject& object)
+FbxVector3 FbxNodePlans::Vector(const SFbxMixedNode& mixed, SFbxMixedNode::EProperty eProperty)
 {
-    std::vector<SFbxActiveLink>& of = active[static_cast<size_t>(object.GetObjectIndex())];
-    links.assign(object.GetCurveNodes().begin(), object.GetCurveNodes().end());
-    std::stable_sort(links.begin(), links.end(), [](const auto& a, const auto& b) { return a.property < b.property; });
-    for (size_t nFirst = 0, nLast = 0; nFirst < links.size(); nFirst = nLast)
-    {
-        // Of several curve nodes for one property in one layer the first connected counts.
-        const size_t nBefore = of.size();
-        ++nProperty;
-        for (; nLast < links.size() && links[nLast].property == links[nFirst].property; ++nLast)
-        {
-            for (const FbxAnimLayer* pLayer : links[nLast].pCurveNode->GetLayers())
-            {
-                const int nPlace = places[static_cast<size_t>(pLayer->GetObjectIndex())];
-                if (nPlace < 0 || taken[static_cast<size_t>(nPlace)] == nProperty)
-                    continue;
-                taken[static_cast<size_t>(nPlace)] = nProperty;
-                of.push_back({links[nFirst].property, static_cast<uint32_t>(nPlace), links[nLast].pCurveNode});
-            }
-        }
-        std::sort(of.begin() + static_cast<std::ptrdiff_t>(nBefore), of.end(),
-                  [](const auto& a, const auto& b) { return a.nLayer < b.nLayer; });
-    }
+    const double* pStatic = mixed.values[eProperty];
+    if (!mixed.plans[eProperty])
+        return VectorOf(pStatic);
+    FbxMixedValues values(pStatic, 3);
+    m_properties.Mix(*mixed.plans[eProperty], values);
+    return VectorOf(values.Values());
 }
 
-void FbxSceneEvaluator::Compile()
+void FbxNodePlans::MixPieces(const SFbxMixedNode& mixed, SFbxPieces& pieces)
 {
-    bCompiled = true;
-    CompileLayers();
-    taken.assign(layers.size(), 0);
-    nProperty = 0;
-    spans.resize(pScene->GetCurveCount());
-    active.clear();
-    active.resize(pScene->GetObjectCount());
-    for (size_t n = 0; n < pScene->GetObjectCount(); ++n)
-        if (!pScene->GetObject(n)->GetCurveNodes().empty())
-            CompileLinks(*pScene->GetObject(n));
-    const size_t nNodes = pScene->GetNodeCount();
-    locations.assign(pScene->GetTimelineCount(), SFbxLocation());
-    channels.clear();
-    plans.assign(nNodes, SFbxNodePlan());
-    for (size_t n = 0; n < nNodes; ++n)
-        CompileNode(*pScene->GetNode(n), plans[n]);
-    CompileInheritance();
-    for (SFbxMoment* pMoment : {&rest, &now})
+    double values[P::eCount][3];
+    for (int n = P::eRotationOffset; n < P::eCount; ++n)
     {
-        pMoment->nStamp = 1;
-        pMoment->locals.resize(nNodes);
-        pMoment->globals.resize(nNodes);
-        pMoment->localStamps.assign(nNodes, 0);
-        pMoment->globalStamps.assign(nNodes, 0);
+        FbxMixedValues one(mixed.values[n], n == P::eRotationOrder ? 1 : 3);
+        if (mixed.plans[n])
+            m_properties.Mix(*mixed.plans[n], one);
+        std::copy_n(one.Values(), 3, values[n]);
     }
-    rest.time = FbxTime::Infinite();
+    MakePieces(values, mixed.bActive, mixed.pTurn, pieces);
+}
+
+SFbxLocal FbxNodePlans::MixedLocal(const SFbxNodePlan& plan)
+{
+    const SFbxMixedNode& mixed = m_mixed[static_cast<size_t>(plan.nMixed)];
+    SFbxPieces own;
+    if (mixed.bPieces)
+        MixPieces(mixed, own);
+    const SFbxPieces& pieces = mixed.bPieces ? own : plan.pieces;
+    FbxQuaternion rotation;
+    if (mixed.plans[P::eRotation])
+    {
+        FbxMixedValues angles(mixed.values[P::eRotation], 3);
+        m_properties.Mix(*mixed.plans[P::eRotation], angles);
+        rotation = angles.Rotation(pieces.eOrder);
+    }
+    else
+        rotation = RotationOf(plan.pieces.r, pieces.eOrder);
+    return MakeLocal(pieces, Vector(mixed, P::eTranslation), rotation, Vector(mixed, P::eScaling));
+}
+
+bool FbxNodePlans::TurnedValue(const FbxNode& node, std::string_view property, FbxVector3& value)
+{
+    const SFbxNodeTurn* pTurn = node.GetTurn();
+    const bool bPre = property == kNames[P::ePreRotation];
+    if (!pTurn || !(bPre || property == kNames[P::eRotationOffset]))
+        return false;
+    const auto mix = [&](P::EProperty eProperty, FbxVector3 v)
+    {
+        const SFbxPropertyPlan* pPlan = m_properties.Find(node, kNames[eProperty]);
+        const double start[3] = {v.x, v.y, v.z};
+        FbxMixedValues values(start, 3);
+        if (pPlan)
+            m_properties.Mix(*pPlan, values);
+        return VectorOf(values.Values());
+    };
+    if (bPre)
+        value = (pTurn->q * FbxQuaternion::FromEuler(mix(P::ePreRotation, pTurn->preRotation))).ToEulerXYZ();
+    else
+    {
+        const FbxVector3 pivot = mix(P::eRotationPivot, node.FindProperty(kNames[P::eRotationPivot]).GetVector3());
+        value = pTurn->q.Rotate(mix(P::eRotationOffset, pTurn->rotationOffset) + pivot) - pivot;
+    }
+    return true;
 }

@@ -1,9 +1,8 @@
-#include "fbx/file/fbxdocument.h"
+#include "fbx/file/fbxarraybytes.h"
 
 #include <libdeflate.h>
 
 #include <cstring>
-#include <memory>
 
 namespace
 {
@@ -16,8 +15,9 @@ uint32_t LoadWord(const char* p, bool bBigEndian)
 }
 
 template <class T>
-void SwapAll(char* p, size_t nCount)
+void SwapAll(void* pElements, size_t nCount)
 {
+    char* p = static_cast<char*>(pElements);
     for (size_t n = 0; n < nCount; ++n, p += sizeof(T))
     {
         T value;
@@ -32,30 +32,60 @@ void SwapAll(char* p, size_t nCount)
 
 } // namespace
 
-const char* FbxArrayBytes::Decode(const SFbxValue& array)
+void FbxArrayDecoder::SFree::operator()(libdeflate_decompressor* p) const
 {
-    if (array.bNative)
-        return array.p;
-    const size_t nElement = ElementSize(array.type);
-    const uint64_t nBytes = uint64_t(array.n) * nElement;
-    if (nBytes > m_nBudget)
-        return nullptr;
-    m_nBudget -= nBytes;
-    m_bytes.resize(static_cast<size_t>(nBytes) + 1); // never without memory, even for an empty array
-    if (LoadWord(array.p + 4, m_bBigEndian) == 1)
+    libdeflate_free_decompressor(p);
+}
+
+SFbxStoredArray FbxArrayDecoder::Open(const SFbxValue& value) const
+{
+    SFbxStoredArray array;
+    array.type = value.type;
+    array.nCount = value.n;
+    array.nDecoded = size_t(value.n) * FbxElementSize(value.type);
+    array.bNative = value.bNative;
+    array.p = value.p;
+    array.nBytes = array.nDecoded;
+    if (!value.bNative)
     {
-        const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> pInflate(
-            libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
-        if (!pInflate ||
-            libdeflate_zlib_decompress(pInflate.get(), array.p + 12, LoadWord(array.p + 8, m_bBigEndian),
-                                       m_bytes.data(), static_cast<size_t>(nBytes), nullptr) != LIBDEFLATE_SUCCESS)
-            return nullptr;
+        array.bDeflated = LoadWord(value.p + 4, m_bBigEndian) == 1;
+        array.p = value.p + 12;
+        if (array.bDeflated)
+            array.nBytes = LoadWord(value.p + 8, m_bBigEndian);
+    }
+    return array;
+}
+
+bool FbxArrayDecoder::Decode(const SFbxStoredArray& array, void* pOut)
+{
+    if (!array.bDeflated)
+    {
+        if (array.nDecoded > 0)
+            std::memcpy(pOut, array.p, array.nDecoded);
     }
     else
-        std::memcpy(m_bytes.data(), array.p + 12, static_cast<size_t>(nBytes));
-    if (m_bBigEndian && nElement == 8)
-        SwapAll<uint64_t>(m_bytes.data(), array.n);
-    else if (m_bBigEndian && nElement == 4)
-        SwapAll<uint32_t>(m_bytes.data(), array.n);
-    return m_bytes.data();
+    {
+        if (!m_pInflate)
+            m_pInflate.reset(libdeflate_alloc_decompressor());
+        if (!m_pInflate || libdeflate_zlib_decompress(m_pInflate.get(), array.p, array.nBytes, pOut, array.nDecoded,
+                                                      nullptr) != LIBDEFLATE_SUCCESS)
+            return false;
+    }
+    if (m_bBigEndian && !array.bNative && FbxElementSize(array.type) == 8)
+        SwapAll<uint64_t>(pOut, array.nCount);
+    else if (m_bBigEndian && !array.bNative && FbxElementSize(array.type) == 4)
+        SwapAll<uint32_t>(pOut, array.nCount);
+    return true;
+}
+
+const char* FbxArrayBytes::Decode(const SFbxValue& value)
+{
+    if (value.bNative)
+        return value.p;
+    const SFbxStoredArray array = m_decoder.Open(value);
+    if (array.nDecoded > m_nBudget)
+        return nullptr;
+    m_nBudget -= array.nDecoded;
+    m_bytes.resize(array.nDecoded + 1); // never without memory, even for an empty array
+    return m_decoder.Decode(array, m_bytes.data()) ? m_bytes.data() : nullptr;
 }

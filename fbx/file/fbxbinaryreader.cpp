@@ -1,14 +1,15 @@
-#include "fbx/file/fbxrecord.h"
+#include "fbx/file/fbxarraybytes.h"
 
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 // The layout of a binary file:
 //   27 bytes   head: 20 of text, 0, 0x1A, byte order (1 big), version as 32 bits
 //   records    end offset, number of values, bytes of values (32 bits each, 64 from version 7500 on), length of the
 //              name (8 bits), name, values, nested records, and a record of zeros where there were nested ones
-//   values     a letter, then: C B 1 byte, Y 2, I F 4, L D 8, S R 32-bit length and bytes; i f l d b c arrays:
+//   values     a letter, then: C B Z 1 byte, Y 2, I F 4, L D 8, S R 32-bit length and bytes; i f l d b c arrays:
 //              32-bit count, encoding (1 deflated) and byte length, then the bytes
 namespace
 {
@@ -28,24 +29,6 @@ T Load(const uint8_t* p, bool bBigEndian)
             value = static_cast<T>(__builtin_bswap16(static_cast<uint16_t>(value)));
     }
     return value;
-}
-
-size_t ElementSize(uint8_t nType)
-{
-    switch (nType)
-    {
-    case 'i':
-    case 'f':
-        return 4;
-    case 'l':
-    case 'd':
-        return 8;
-    case 'b':
-    case 'c':
-        return 1;
-    default:
-        return 0;
-    }
 }
 
 class BinaryReader
@@ -92,7 +75,7 @@ bool BinaryReader::ReadArray(SFbxValue& value, size_t& nAt, size_t nEnd)
 {
     if (nEnd - nAt < 12)
         return Fail("an array's head passes the end of its record", nAt);
-    const size_t nElement = ElementSize(static_cast<uint8_t>(value.type));
+    const size_t nElement = FbxElementSize(value.type);
     const uint32_t nCount = Load<uint32_t>(m_pData + nAt, m_bBig);
     const uint32_t nEncoding = Load<uint32_t>(m_pData + nAt + 4, m_bBig);
     const uint32_t nBytes = Load<uint32_t>(m_pData + nAt + 8, m_bBig);
@@ -138,6 +121,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
         {
         case 'C':
         case 'B':
+        case 'Z':
             nUsed = 1;
             break;
         case 'Y':
@@ -163,8 +147,19 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
             nAt += 4 + value.n;
             continue;
         default:
-            if (ElementSize(nType) == 0)
-                return Fail("a value has an unknown type", nAt - 1);
+            if (FbxElementSize(static_cast<char>(nType)) == 0)
+            {
+                // Nobody can tell its length; the record's own is known.
+                if (nEnd - nAt >= std::numeric_limits<uint32_t>::max())
+                    return Fail("a value has an unknown type", nAt - 1);
+                value.type = 'U';
+                value.p = reinterpret_cast<const char*>(p - 1);
+                value.n = static_cast<uint32_t>(nEnd - nAt + 1);
+                for (uint64_t nRest = n + 1; nRest < nCount; ++nRest)
+                    pValues[nRest] = {{.p = value.p}, 0, 'U', false, 0};
+                n = nCount;
+                continue;
+            }
             value.type = value.letter = static_cast<char>(nType);
             if (!ReadArray(value, nAt, nEnd))
                 return false;
@@ -174,7 +169,7 @@ bool BinaryReader::ReadValues(SFbxRecord& record, uint64_t nCount, size_t nBegin
             return Fail("a value passes the end of its record", nAt);
         value.type = 'I';
         value.letter = static_cast<char>(nType);
-        if (nType == 'C' || nType == 'B')
+        if (nUsed == 1)
             value.i = *p;
         else if (nType == 'Y')
             value.i = Load<int16_t>(p, m_bBig);

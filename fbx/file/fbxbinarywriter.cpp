@@ -1,3 +1,4 @@
+#include "fbx/file/fbxarraybytes.h"
 #include "fbx/file/fbxdocument.h"
 
 #include <libdeflate.h>
@@ -91,7 +92,7 @@ bool BinaryWriter::PutArray(const SFbxValue& value)
         std::memcpy(&nEncoding, value.p + 4, 4);
         std::memcpy(&nStored, value.p + 8, 4);
         if (nEncoding == 0)
-            nStored = static_cast<uint32_t>(value.n * FbxArrayBytes::ElementSize(value.type));
+            nStored = static_cast<uint32_t>(value.n * FbxElementSize(value.type));
         Put(value.n);
         Put(nEncoding);
         Put(nStored);
@@ -101,7 +102,7 @@ bool BinaryWriter::PutArray(const SFbxValue& value)
     const char* p = m_arrays.Decode(value);
     if (!p)
         return Fail("an array's compressed bytes are damaged");
-    const size_t nBytes = value.n * FbxArrayBytes::ElementSize(value.type);
+    const size_t nBytes = value.n * FbxElementSize(value.type);
     if (nBytes > UINT32_MAX)
         return Fail("an array is too long for a binary file");
     Put(value.n);
@@ -138,6 +139,11 @@ bool BinaryWriter::PutValue(const SFbxValue& value)
         Put(value.n);
         m_sOut.append(value.p, value.n);
         return true;
+    case 'U':
+        if (m_tree.bBigEndian)
+            return Fail("a record has values of an unknown type, whose byte order can't be changed");
+        m_sOut.append(value.p, value.n);
+        return true;
     case 'D':
         m_sOut += value.letter == 'F' ? 'F' : 'D';
         if (value.letter == 'F')
@@ -150,7 +156,7 @@ bool BinaryWriter::PutValue(const SFbxValue& value)
     }
     const char letter = value.letter ? value.letter : 'L';
     m_sOut += letter;
-    if (letter == 'C' || letter == 'B')
+    if (letter == 'C' || letter == 'B' || letter == 'Z')
         Put(static_cast<uint8_t>(value.i));
     else if (letter == 'Y')
         Put(static_cast<int16_t>(value.i));

@@ -89,24 +89,3 @@ private:
 /// a text file has no way to write, an array whose bytes are damaged and have to be unpacked.
 bool FbxWriteBinary(const SFbxRecordTree& tree, std::string_view file, std::string& sOut, std::string& sError);
 bool FbxWriteText(const SFbxRecordTree& tree, size_t nFileBytes, std::string& sOut, std::string& sError);
-
-/// Elements of arrays in this machine's byte order, whatever the file stores. Stays below 64 times the file's size plus
-/// 256 MB for all arrays together.
-class FbxArrayBytes
-{
-public:
-    FbxArrayBytes(size_t nFileBytes, bool bBigEndian)
-        : m_nBudget(uint64_t(nFileBytes) * 64 + (uint64_t(256) << 20)), m_bBigEndian(bBigEndian)
-    {
-    }
-
-    /// Null when the array's bytes are damaged, or the budget is spent. Valid until the next call.
-    const char* Decode(const SFbxValue& array);
-    /// Element size by letter.
-    static size_t ElementSize(char type) { return type == 'l' || type == 'd' ? 8 : type == 'b' || type == 'c' ? 1 : 4; }
-
-private:
-    uint64_t m_nBudget;
-    bool m_bBigEndian;
-    std::vector<char> m_bytes;
-};

@@ -1,3 +1,4 @@
+#include "fbx/file/fbxarraybytes.h"
 #include "fbx/file/fbxdocument.h"
 #include "fbx/file/fbxobjectname.h"
 #include "fbx/types/fbxpropertytypes.h"
@@ -81,6 +82,8 @@ char LetterOf(const SFbxRecord& parent, const SFbxRecord& record, size_t nDepth,
         case EFbxType::eDouble4x4:
         case EFbxType::eDistance:
             return 'D';
+        case EFbxType::eUChar:
+            return n >= 0 && n <= 255 ? 'Z' : fitting;
         case EFbxType::eTime:
         case EFbxType::eLongLong:
         case EFbxType::eULongLong:
@@ -215,7 +218,7 @@ void FbxDocument::ToBinary()
                 break;
             }
         }
-        const size_t nElement = FbxArrayBytes::ElementSize(letter);
+        const size_t nElement = FbxElementSize(letter);
         char* pOut = static_cast<char*>(m_tree.arena.Allocate(value.n * nElement, 8));
         for (uint32_t n = 0; n < value.n; ++n)
         {

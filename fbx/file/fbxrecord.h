@@ -12,7 +12,9 @@
 
 /// One value of a record.
 ///   'I' integer   'D' floating point   'S' text   'R' raw bytes   'W' bare word of a text file
-///   'i' 'l' 'f' 'd' 'b' array; bNative says that p is decoded memory, otherwise it is the array's head in the file
+///   'U' the rest of a record's values from one on whose letter is not known, as bytes; those behind it are there,
+///   empty 'i' 'l' 'f' 'd' 'b' array; bNative says that p is decoded memory, otherwise it is the array's head in the
+///   file
 struct SFbxValue
 {
     union
@@ -24,7 +26,8 @@ struct SFbxValue
     uint32_t n; ///< bytes of a text, elements of an array
     char type;
     bool bNative;
-    char letter; ///< of numbers and arrays: the binary file's own letter, C B Y I L F D or c for b; 0 from a text file
+    char
+        letter; ///< of numbers and arrays: the binary file's own letter, C B Z Y I L F D or c for b; 0 from a text file
 
     bool IsNumber() const { return type == 'I' || type == 'D'; }
     bool IsText() const { return type == 'S' || type == 'W'; }

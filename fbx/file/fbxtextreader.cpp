@@ -1,8 +1,7 @@
-#include "fbx/file/fbxrecord.h"
+#include "fbx/file/fbxtextnumber.h"
+#include "fbx/file/fbxtextscan.h"
 
-#include <charconv>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -51,147 +50,6 @@ inline bool IsBreak(char c)
     return kBreaks.is[static_cast<uint8_t>(c)];
 }
 
-inline bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// Numbers that a double holds as a whole number times or by a power of ten, both exact: one rounding, which is the
-/// right one. False for all others.
-bool ParseShortDouble(const char* p, const char* pEnd, double& f)
-{
-    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    constexpr int kMaxPower = static_cast<int>(std::size(kPowers)) - 1;
-    if (pEnd - p > 24)
-        return false;
-    uint64_t nDigits = 0; // all digits as one number
-    const char* pBegin = p;
-    for (; p != pEnd && IsDigit(*p); ++p)
-        nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
-    int nCount = static_cast<int>(p - pBegin);
-    int nPower = 0;
-    if (p != pEnd && *p == '.')
-    {
-        const char* pFraction = ++p;
-        for (; p != pEnd && IsDigit(*p); ++p)
-            nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
-        nPower = -static_cast<int>(p - pFraction);
-        nCount -= nPower;
-    }
-    if (nCount == 0 || nCount > 18 || nDigits > uint64_t(1) << 53)
-        return false;
-    if (p != pEnd && (*p | 0x20) == 'e')
-    {
-        const bool bNegative = ++p != pEnd && *p == '-';
-        if (p != pEnd && (*p == '-' || *p == '+'))
-            ++p;
-        if (p == pEnd || pEnd - p > 3)
-            return false;
-        int nExponent = 0;
-        for (; p != pEnd && IsDigit(*p); ++p)
-            nExponent = nExponent * 10 + (*p - '0');
-        nPower += bNegative ? -nExponent : nExponent;
-    }
-    if (p != pEnd || nPower > kMaxPower || nPower < -kMaxPower)
-        return false;
-    f = static_cast<double>(nDigits);
-    f = nPower < 0 ? f / kPowers[-nPower] : f * kPowers[nPower];
-    return true;
-}
-
-bool EqualsIgnoringCase(std::string_view text, std::string_view lower)
-{
-    if (text.size() < lower.size())
-        return false;
-    for (size_t n = 0; n < lower.size(); ++n)
-        if ((text[n] | 0x20) != lower[n])
-            return false;
-    return true;
-}
-
-/// Numbers of every spelling met in files, infinities and not-a-number among them. Not locale dependent.
-bool ParseNumber(std::string_view text, SFbxValue& value)
-{
-    const char* p = text.data();
-    const char* pEnd = p + text.size();
-    if (p != pEnd && *p == '+')
-        ++p;
-    const bool bNegative = p != pEnd && *p == '-';
-    const char* pDigits = bNegative ? p + 1 : p;
-    if (pDigits == pEnd)
-        return false;
-
-    // Almost all numbers are short integers.
-    if (pEnd - pDigits <= 18)
-    {
-        int64_t nValue = 0;
-        const char* q = pDigits;
-        while (q != pEnd && IsDigit(*q))
-            nValue = nValue * 10 + (*q++ - '0');
-        if (q == pEnd)
-        {
-            value.type = 'I';
-            value.i = bNegative ? -nValue : nValue;
-            if (bNegative && nValue == 0)
-            {
-                value.type = 'D';
-                value.d = -0.0;
-            }
-            return true;
-        }
-    }
-    if (pEnd - pDigits > 18)
-    {
-        int64_t nInteger = 0;
-        const auto asInteger = std::from_chars(p, pEnd, nInteger);
-        if (asInteger.ec == std::errc() && asInteger.ptr == pEnd)
-        {
-            value.type = 'I';
-            value.i = nInteger;
-            return true;
-        }
-    }
-    const std::string_view rest(pDigits, static_cast<size_t>(pEnd - pDigits));
-    value.type = 'D';
-    if (ParseShortDouble(pDigits, pEnd, value.d))
-    {
-        value.d = bNegative ? -value.d : value.d;
-        return true;
-    }
-    if (rest.size() > 3 && rest.substr(1, 2) == ".#")
-    {
-        const bool bInfinite = EqualsIgnoringCase(rest.substr(3), "inf");
-        const double f = bInfinite ? std::numeric_limits<double>::infinity() : std::numeric_limits<double>::quiet_NaN();
-        value.d = bNegative ? -f : f;
-        return true;
-    }
-    if (EqualsIgnoringCase(rest, "inf") || EqualsIgnoringCase(rest, "nan"))
-    {
-        const double f = (rest[0] | 0x20) == 'i' ? std::numeric_limits<double>::infinity()
-                                                 : std::numeric_limits<double>::quiet_NaN();
-        value.d = bNegative ? -f : f;
-        return true;
-    }
-    double fValue = 0.0;
-    const auto asDouble = std::from_chars(p, pEnd, fValue);
-    if (asDouble.ptr != pEnd)
-        return false;
-    if (asDouble.ec == std::errc::result_out_of_range)
-    {
-        // Too small or too large for a double; the exponent's sign tells which.
-        const bool bSmall = rest.find("e-") != std::string_view::npos || rest.find("E-") != std::string_view::npos ||
-                            rest[0] == '0' || rest[0] == '.';
-        fValue = bSmall ? 0.0 : std::numeric_limits<double>::infinity();
-        if (bNegative)
-            fValue = -fValue;
-    }
-    else if (asDouble.ec != std::errc())
-        return false;
-    value.d = fValue;
-    return true;
-}
-
 class TextReader
 {
 public:
@@ -213,6 +71,9 @@ private:
     void SkipSpace();
     EToken Next();
     bool SkipRecord();
+    bool SkipBlock();
+    bool SkipTextOrComment();
+    bool TakeName(const char* pFrom, const char* pColon);
     bool ReadValues(SFbxRecord& record);
     bool ReadArray(SFbxValue& value);
     std::string_view Unescape(std::string_view text);
@@ -303,52 +164,77 @@ EToken TextReader::Next()
     return m_eToken = EToken::eWord;
 }
 
-/// Steps over the values and the block of a record whose name was read; the token behind them is read.
+/// The name in front of a colon: the word that ends there, but for blanks. Where there is none the file is damaged.
+bool TextReader::TakeName(const char* pFrom, const char* pColon)
+{
+    const char* pEnd = pColon;
+    while (pEnd != pFrom && (pEnd[-1] == ' ' || pEnd[-1] == '\t'))
+        --pEnd;
+    const char* pWord = pEnd;
+    while (pWord != pFrom && !IsBreak(pWord[-1]))
+        --pWord;
+    m_p = pColon + 1;
+    m_text = {pWord, static_cast<size_t>(pEnd - pWord)};
+    m_eToken = EToken::eName;
+    return pWord != pEnd || Fail("this can't be read");
+}
+
+/// Steps over the values and the block of a record whose name was read; the token behind them is read. What is stepped
+/// over can be nearly all of a file, so nothing but the letters that end it is looked for.
 bool TextReader::SkipRecord()
 {
-    size_t nDepth = 0;
     for (;;)
     {
-        if (nDepth == 0)
+        const char* pFrom = m_p;
+        m_p = FbxFindFirst<':', '{', '}', '"', ';'>(m_p, m_pEnd);
+        if (m_p == m_pEnd || *m_p == '}')
         {
-            switch (Next())
-            {
-            case EToken::eOpen:
-                nDepth = 1;
-                continue;
-            case EToken::eName:
-            case EToken::eClose:
-            case EToken::eEnd:
-                return true;
-            case EToken::eBad:
-                return Fail("a text is not closed");
-            default:
-                continue;
-            }
+            Next();
+            return true;
         }
-        // Inside a block only braces, quotes and comments matter.
-        while (m_p != m_pEnd && *m_p != '{' && *m_p != '}' && *m_p != '"' && *m_p != ';')
+        if (*m_p == ':')
+            return TakeName(pFrom, m_p);
+        if (*m_p == '{')
+        {
             ++m_p;
+            if (!SkipBlock())
+                return false;
+            if (Next() == EToken::eComma)
+                continue; // it was an array, and more values follow
+            return m_eToken != EToken::eBad || Fail("this can't be read");
+        }
+        if (!SkipTextOrComment())
+            return false;
+    }
+}
+
+/// Behind a brace, to behind the one that closes it.
+bool TextReader::SkipBlock()
+{
+    for (size_t nDepth = 1; nDepth > 0;)
+    {
+        m_p = FbxFindFirst<'{', '}', '"', ';'>(m_p, m_pEnd);
         if (m_p == m_pEnd)
             return Fail("the file ends within a record");
-        if (*m_p == ';')
-            SkipSpace();
-        else if (*m_p == '"')
+        if (*m_p == '"' || *m_p == ';')
         {
-            if (Next() == EToken::eBad)
-                return Fail("a text is not closed");
+            if (!SkipTextOrComment())
+                return false;
+            continue;
         }
-        else
-        {
-            nDepth = *m_p == '{' ? nDepth + 1 : nDepth - 1;
-            ++m_p;
-            if (nDepth == 0)
-            {
-                Next();
-                return m_eToken == EToken::eBad ? Fail("this can't be read") : true;
-            }
-        }
+        nDepth = *m_p == '{' ? nDepth + 1 : nDepth - 1;
+        ++m_p;
     }
+    return true;
+}
+
+bool TextReader::SkipTextOrComment()
+{
+    if (*m_p == ';')
+        SkipSpace();
+    else if (Next() == EToken::eBad)
+        return Fail("a text is not closed");
+    return true;
 }
 
 std::string_view TextReader::Unescape(std::string_view text)
@@ -395,7 +281,7 @@ bool TextReader::ReadArray(SFbxValue& value)
             if (m_p == pWord)
                 break; // an empty list
             SFbxValue number;
-            if (!ParseNumber({pWord, static_cast<size_t>(m_p - pWord)}, number))
+            if (!FbxParseNumber({pWord, static_cast<size_t>(m_p - pWord)}, number))
                 return Fail("an array holds what is no number");
             if (bIntegers && number.type == 'D')
             {
@@ -449,10 +335,7 @@ bool TextReader::ReadValues(SFbxRecord& record)
         }
         else if (m_eToken == EToken::eWord)
         {
-            const char c = m_text[0];
-            const bool bNumber = (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' ||
-                                 EqualsIgnoringCase(m_text, "nan") || EqualsIgnoringCase(m_text, "inf");
-            if (!bNumber || !ParseNumber(m_text, value))
+            if (!FbxLooksLikeNumber(m_text) || !FbxParseNumber(m_text, value))
             {
                 value.type = 'W';
                 value.p = m_text.data();

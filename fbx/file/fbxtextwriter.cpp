@@ -1,3 +1,4 @@
+#include "fbx/file/fbxarraybytes.h"
 #include "fbx/file/fbxdocument.h"
 
 #include <charconv>
@@ -186,6 +187,8 @@ bool TextWriter::PutValue(const SFbxRecord& record, const SFbxValue& value, size
         return true;
     case 'R':
         return Fail("raw bytes can't be written to a text file");
+    case 'U':
+        return Fail("values of an unknown type can't be written to a text file");
     case 'D':
         if (value.letter == 'F')
             PutFloat(FbxNarrow(value.d));

@@ -1,7 +1,5 @@
 #include "fbx/load/fbxarrays.h"
 
-#include <libdeflate.h>
-
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -9,18 +7,6 @@
 
 namespace
 {
-
-size_t ElementSize(char type)
-{
-    return type == 'l' || type == 'd' ? 8 : type == 'b' ? 1 : 4;
-}
-
-uint32_t LoadWord(const char* p, bool bBigEndian)
-{
-    uint32_t n;
-    std::memcpy(&n, p, 4);
-    return bBigEndian ? __builtin_bswap32(n) : n;
-}
 
 /// Of the two ends and the length: enough to tell arrays apart that are not equal, as a rule.
 uint64_t HashOf(const char* p, size_t nBytes, char type, char want)
@@ -58,39 +44,21 @@ bool IsAscending(const int64_t* pTimes, uint32_t nCount)
 
 } // namespace
 
-FbxArrayReader::FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian)
+FbxArrayReader::FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian, const FbxFileTime& fileTime)
     : m_scene(scene),
+      m_fileTime(fileTime),
       m_arena(scene.GetMemory()),
-      m_pDecompressor(libdeflate_alloc_decompressor()),
+      m_decoder(bBigEndian),
       m_nBudget(uint64_t(nFileBytes) * 32 + (uint64_t(128) << 20)),
-      m_bBigEndian(bBigEndian),
       m_buckets(256, -1)
 {
 }
 
-FbxArrayReader::~FbxArrayReader()
-{
-    libdeflate_free_decompressor(m_pDecompressor);
-}
-
-bool FbxArrayReader::Open(const SFbxValue* pValue, SPayload& payload)
+bool FbxArrayReader::Open(const SFbxValue* pValue, SFbxStoredArray& payload)
 {
     if (!pValue || !pValue->IsArray())
         return Fail("an array is missing");
-    payload.type = pValue->type;
-    payload.nCount = pValue->n;
-    payload.nDecoded = size_t(pValue->n) * ElementSize(pValue->type);
-    payload.bNative = pValue->bNative;
-    payload.p = pValue->p;
-    payload.nBytes = payload.nDecoded;
-    if (!pValue->bNative)
-    {
-        // The reader of records has checked that all of this lies in the file.
-        payload.bDeflated = LoadWord(pValue->p + 4, m_bBigEndian) == 1;
-        payload.p = pValue->p + 12;
-        if (payload.bDeflated)
-            payload.nBytes = LoadWord(pValue->p + 8, m_bBigEndian);
-    }
+    payload = m_decoder.Open(*pValue);
     return true;
 }
 
@@ -102,39 +70,9 @@ bool FbxArrayReader::Claim(size_t nCount, size_t nBytes)
     return true;
 }
 
-bool FbxArrayReader::Decode(const SPayload& payload, void* pOut)
+bool FbxArrayReader::Decode(const SFbxStoredArray& payload, void* pOut)
 {
-    if (!payload.bDeflated)
-    {
-        if (payload.nDecoded > 0)
-            std::memcpy(pOut, payload.p, payload.nDecoded);
-    }
-    else if (!m_pDecompressor || libdeflate_zlib_decompress(m_pDecompressor, payload.p, payload.nBytes, pOut,
-                                                            payload.nDecoded, nullptr) != LIBDEFLATE_SUCCESS)
-        return Fail("an array's compressed bytes are damaged");
-    if (m_bBigEndian && !payload.bNative)
-    {
-        char* p = static_cast<char*>(pOut);
-        if (ElementSize(payload.type) == 8)
-        {
-            for (uint32_t n = 0; n < payload.nCount; ++n, p += 8)
-            {
-                uint64_t nValue;
-                std::memcpy(&nValue, p, 8);
-                nValue = __builtin_bswap64(nValue);
-                std::memcpy(p, &nValue, 8);
-            }
-        }
-        else if (ElementSize(payload.type) == 4)
-        {
-            for (uint32_t n = 0; n < payload.nCount; ++n, p += 4)
-            {
-                const uint32_t nValue = LoadWord(p, true);
-                std::memcpy(p, &nValue, 4);
-            }
-        }
-    }
-    return true;
+    return m_decoder.Decode(payload, pOut) || Fail("an array's compressed bytes are damaged");
 }
 
 namespace
@@ -176,7 +114,7 @@ void ConvertElements(const std::byte* pFrom, uint32_t nCount, To* pTo)
 } // namespace
 
 template <class T>
-bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
+bool FbxArrayReader::Convert(const SFbxStoredArray& payload, T* pOut)
 {
     if (payload.nDecoded > m_scratch.size())
     {
@@ -207,7 +145,7 @@ bool FbxArrayReader::Convert(const SPayload& payload, T* pOut)
     return true;
 }
 
-FbxArrayReader::SShared* FbxArrayReader::FindShared(const SPayload& payload, char want, uint64_t& nHash)
+FbxArrayReader::SShared* FbxArrayReader::FindShared(const SFbxStoredArray& payload, char want, uint64_t& nHash)
 {
     nHash = HashOf(payload.p, payload.nBytes, payload.type, want);
     int32_t nEntry = m_buckets[nHash >> 20 & (m_buckets.size() - 1)];
@@ -224,7 +162,7 @@ FbxArrayReader::SShared* FbxArrayReader::FindShared(const SPayload& payload, cha
     return nullptr;
 }
 
-void FbxArrayReader::Share(const SPayload& payload, char want, uint64_t nHash, const void* pDecoded,
+void FbxArrayReader::Share(const SFbxStoredArray& payload, char want, uint64_t nHash, const void* pDecoded,
                            const SFbxTimeline* pTimeline, bool bAscending)
 {
     if (m_shared.size() >= m_buckets.size())
@@ -246,7 +184,7 @@ template <class T>
 bool FbxArrayReader::Elements(const SFbxValue* pValue, char want, std::string_view sameTypes, const T*& pOut,
                               uint32_t& nCount)
 {
-    SPayload payload;
+    SFbxStoredArray payload;
     if (!Open(pValue, payload))
         return false;
     nCount = payload.nCount;
@@ -279,7 +217,7 @@ bool FbxArrayReader::Words(const SFbxValue* pValue, const uint32_t*& pOut, uint3
 
 bool FbxArrayReader::Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut, bool& bAscending)
 {
-    SPayload payload;
+    SFbxStoredArray payload;
     if (!Open(pValue, payload))
         return false;
     uint64_t nHash;
@@ -294,6 +232,9 @@ bool FbxArrayReader::Timeline(const SFbxValue* pValue, const SFbxTimeline*& pOut
     int64_t* pTimes = m_arena.AllocateArray<int64_t>(payload.nCount);
     if (!(payload.type == 'l' ? Decode(payload, pTimes) : Convert(payload, pTimes)))
         return false;
+    if (!m_fileTime.IsOfScenes())
+        for (uint32_t n = 0; n < payload.nCount; ++n)
+            pTimes[n] = m_fileTime.Ticks(pTimes[n]);
     bAscending = IsAscending(pTimes, payload.nCount);
     pOut = m_scene.AddTimeline(pTimes, payload.nCount);
     Share(payload, 't', nHash, pTimes, pOut, bAscending);
@@ -307,7 +248,7 @@ const SFbxTimeline* FbxArrayReader::AddTimeline(const int64_t* pTimes, uint32_t 
     value.bNative = true;
     value.n = nCount;
     value.p = reinterpret_cast<const char*>(pTimes);
-    SPayload payload;
+    SFbxStoredArray payload;
     uint64_t nHash = 0;
     const SShared* pShared = Open(&value, payload) ? FindShared(payload, 't', nHash) : nullptr;
     if (pShared)

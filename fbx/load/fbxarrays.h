@@ -1,13 +1,12 @@
 #pragma once
 
-#include "fbx/file/fbxrecord.h"
+#include "fbx/file/fbxarraybytes.h"
+#include "fbx/load/fbxfiletime.h"
 #include "fbx/scene/fbxscene.h"
 
 #include <memory>
 #include <string>
 #include <vector>
-
-struct libdeflate_decompressor;
 
 /// Decodes the arrays of a file into a scene's memory. Arrays whose stored bytes are equal are decoded once: curves
 /// that were keyed together have the same key times, and most files have a handful of key attributes.
@@ -18,8 +17,7 @@ struct libdeflate_decompressor;
 class FbxArrayReader
 {
 public:
-    FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian);
-    ~FbxArrayReader();
+    FbxArrayReader(FbxScene& scene, size_t nFileBytes, bool bBigEndian, const FbxFileTime& fileTime);
 
     bool Floats(const SFbxValue* pValue, const float*& pOut, uint32_t& nCount);
     /// 32-bit words: integers, or the bits of floats.
@@ -34,19 +32,9 @@ public:
     const std::string& Error() const { return m_sError; }
 
 private:
-    struct SPayload
-    {
-        const char* p = nullptr; ///< elements, inflated or not
-        size_t nBytes = 0;       ///< as stored
-        size_t nDecoded = 0;
-        uint32_t nCount = 0;
-        char type = 0;
-        bool bDeflated = false;
-        bool bNative = false;
-    };
     struct SShared
     {
-        SPayload payload;
+        SFbxStoredArray payload;
         const void* pDecoded;
         const SFbxTimeline* pTimeline;
         bool bAscending;
@@ -55,18 +43,17 @@ private:
         int32_t nNext;
     };
 
-    bool Open(const SFbxValue* pValue, SPayload& payload);
+    bool Open(const SFbxValue* pValue, SFbxStoredArray& payload);
     bool Fail() { return Fail("the arrays of the file inflate to more than is reasonable for its size"); }
-    /// Elements in their own type and this machine's byte order, in pOut.
-    bool Decode(const SPayload& payload, void* pOut);
+    bool Decode(const SFbxStoredArray& payload, void* pOut);
     template <class T>
-    bool Convert(const SPayload& payload, T* pOut);
+    bool Convert(const SFbxStoredArray& payload, T* pOut);
     /// Shared by all arrays of the same stored bytes that are wanted as the same; sameTypes need no conversion.
     template <class T>
     bool Elements(const SFbxValue* pValue, char want, std::string_view sameTypes, const T*& pOut, uint32_t& nCount);
-    SShared* FindShared(const SPayload& payload, char want, uint64_t& nHash);
-    void Share(const SPayload& payload, char want, uint64_t nHash, const void* pDecoded, const SFbxTimeline* pTimeline,
-               bool bAscending);
+    SShared* FindShared(const SFbxStoredArray& payload, char want, uint64_t& nHash);
+    void Share(const SFbxStoredArray& payload, char want, uint64_t nHash, const void* pDecoded,
+               const SFbxTimeline* pTimeline, bool bAscending);
     bool Fail(const char* szWhat)
     {
         m_sError = szWhat;
@@ -74,10 +61,10 @@ private:
     }
 
     FbxScene& m_scene;
+    FbxFileTime m_fileTime;
     FbxArena& m_arena;
-    libdeflate_decompressor* m_pDecompressor;
+    FbxArrayDecoder m_decoder;
     uint64_t m_nBudget;
-    bool m_bBigEndian;
     std::vector<SShared> m_shared;
     std::vector<int32_t> m_buckets; ///< heads of chains by hash; a power of two of them
     std::vector<std::byte> m_scratch;

@@ -19,7 +19,8 @@ const double* CopyMatrix(const SFbxRecord& record, uint32_t nFirst, FbxArena& ar
 
 } // namespace
 
-bool FbxParseProperty(const SFbxRecord& record, bool bLabel, FbxArena& arena, SFbxPropertyData& data)
+bool FbxParseProperty(const SFbxRecord& record, bool bLabel, const FbxFileTime& fileTime, FbxArena& arena,
+                      SFbxPropertyData& data)
 {
     const uint32_t nFlagsAt = bLabel ? 3 : 2;
     if (record.nValues <= nFlagsAt || !record.pValues[0].IsText() || !record.pValues[1].IsText())
@@ -51,6 +52,11 @@ bool FbxParseProperty(const SFbxRecord& record, bool bLabel, FbxArena& arena, SF
     for (uint32_t n = 0; n < data.nChannels && nFirst + n < record.nValues; ++n)
         data.values[n] = record.pValues[nFirst + n].AsDouble();
     data.integer = pFirst->AsInt64();
+    if (data.eType == EFbxType::eTime && !fileTime.IsOfScenes())
+    {
+        data.integer = fileTime.Ticks(data.integer);
+        data.values[0] = static_cast<double>(data.integer);
+    }
     // Old files write booleans and enumerations as words now and then.
     if (pFirst->IsText() && !pFirst->AsText().empty())
     {

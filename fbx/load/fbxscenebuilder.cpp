@@ -2,77 +2,15 @@
 
 #include "fbx/load/fbxpropertyrecord.h"
 
-#include <iterator>
-
-namespace
-{
-
-constexpr SFbxPropertyData Number(std::string_view name, std::string_view typeName, EFbxType eType, double f,
-                                  uint32_t nFlags = 0)
-{
-    SFbxPropertyData data;
-    data.name = name;
-    data.typeName = typeName;
-    data.eType = eType;
-    data.values[0] = f;
-    data.integer = static_cast<int64_t>(f);
-    data.nFlags = nFlags;
-    return data;
-}
-
-constexpr SFbxPropertyData Vector(std::string_view name, std::string_view typeName, double f, uint32_t nFlags = 0)
-{
-    SFbxPropertyData data;
-    data.name = name;
-    data.typeName = typeName;
-    data.eType = EFbxType::eDouble3;
-    data.nChannels = 3;
-    data.values[0] = data.values[1] = data.values[2] = f;
-    data.integer = static_cast<int64_t>(f);
-    data.nFlags = nFlags;
-    return data;
-}
-
-/// Every object of a class shows all of its template's properties, so a long template would weigh a hundred
-/// thousandfold.
-constexpr size_t kMaxTemplateProperties = 4096;
-
-constexpr SFbxPropertyData kNodeProperties[] = {
-    Vector("Lcl Translation", "Lcl Translation", 0, eFbxFlag_Animatable),
-    Vector("Lcl Rotation", "Lcl Rotation", 0, eFbxFlag_Animatable),
-    Vector("Lcl Scaling", "Lcl Scaling", 1, eFbxFlag_Animatable),
-    Number("Visibility", "Visibility", EFbxType::eDouble, 1, eFbxFlag_Animatable),
-    Number("RotationOrder", "enum", EFbxType::eEnum, 0),
-    Number("RotationActive", "bool", EFbxType::eBool, 0),
-    Number("RotationSpaceForLimitOnly", "bool", EFbxType::eBool, 0),
-    Vector("PreRotation", "Vector3D", 0),
-    Vector("PostRotation", "Vector3D", 0),
-    Vector("RotationOffset", "Vector3D", 0),
-    Vector("RotationPivot", "Vector3D", 0),
-    Vector("ScalingOffset", "Vector3D", 0),
-    Vector("ScalingPivot", "Vector3D", 0),
-    Number("InheritType", "enum", EFbxType::eEnum, 0),
-};
-
-constexpr SFbxPropertyData kCameraProperties[] = {
-    Number("FieldOfView", "FieldOfView", EFbxType::eDouble, 25.114999771118164, eFbxFlag_Animatable),
-    Number("FocalLength", "Number", EFbxType::eDouble, 34.893276, eFbxFlag_Animatable),
-    Number("FilmWidth", "double", EFbxType::eDouble, 0.816),
-    Number("FilmHeight", "double", EFbxType::eDouble, 0.612),
-    Number("ApertureMode", "enum", EFbxType::eEnum, 2),
-    Number("NearPlane", "double", EFbxType::eDouble, 10),
-    Number("FarPlane", "double", EFbxType::eDouble, 4000),
-};
-
-} // namespace
-
 FbxSceneBuilder::FbxSceneBuilder(FbxScene& scene, const SFbxRecordTree& tree, size_t nFileBytes, std::string& sError)
     : m_scene(scene),
       m_nMaxObjects(nFileBytes / kBytesPerObject + kObjectsOfAnyFile),
       m_sError(sError),
-      m_arrays(scene, nFileBytes, tree.bBigEndian)
+      m_fileTime(tree.root),
+      m_templates(scene),
+      m_arrays(scene, nFileBytes, tree.bBigEndian, m_fileTime)
 {
-    scene.GetRootNode()->SetTemplate(NodeTemplate(nullptr, true));
+    scene.GetRootNode()->SetTemplate(m_templates.Of("FbxNode"));
 }
 
 bool FbxSceneBuilder::HasRoom()
@@ -87,50 +25,13 @@ FbxAnimStack* FbxSceneBuilder::AddStack(const SFbxIdentity& identity)
     return pStack;
 }
 
-const SFbxPropertyTemplate* FbxSceneBuilder::MakeTemplate(const SFbxRecord* pProperties, bool bLabel,
-                                                          const SFbxPropertyData* pBuiltIn, size_t nBuiltIn)
-{
-    SFbxPropertyTemplate& made = *m_scene.AddTemplate();
-    for (const SFbxRecord* p = pProperties ? pProperties->pChild : nullptr; p; p = p->pNext)
-    {
-        SFbxPropertyData data;
-        if (made.properties.size() < kMaxTemplateProperties && FbxParseProperty(*p, bLabel, Arena(), data))
-            made.properties.push_back(data);
-    }
-    const size_t nWritten = made.properties.size();
-    for (size_t n = 0; n < nBuiltIn; ++n)
-    {
-        bool bThere = false;
-        for (size_t i = 0; i < nWritten && !bThere; ++i)
-            bThere = made.properties[i].name == pBuiltIn[n].name;
-        if (!bThere)
-            made.properties.push_back(pBuiltIn[n]);
-    }
-    return &made;
-}
-
-const SFbxPropertyTemplate* FbxSceneBuilder::NodeTemplate(const SFbxRecord* pProperties, bool bLabel)
-{
-    return MakeTemplate(pProperties, bLabel, kNodeProperties, std::size(kNodeProperties));
-}
-
-const SFbxPropertyTemplate* FbxSceneBuilder::CameraTemplate(const SFbxRecord* pProperties, bool bLabel)
-{
-    return MakeTemplate(pProperties, bLabel, kCameraProperties, std::size(kCameraProperties));
-}
-
-const SFbxPropertyTemplate* FbxSceneBuilder::Template(const SFbxRecord* pProperties, bool bLabel)
-{
-    return MakeTemplate(pProperties, bLabel, nullptr, 0);
-}
-
 std::vector<SFbxPropertyData>& FbxSceneBuilder::ParseProperties(const SFbxRecord& properties, bool bLabel)
 {
     m_parsed.clear();
     for (const SFbxRecord* p = properties.pChild; p; p = p->pNext)
     {
         m_parsed.emplace_back();
-        if (!FbxParseProperty(*p, bLabel, Arena(), m_parsed.back()))
+        if (!FbxParseProperty(*p, bLabel, m_fileTime, Arena(), m_parsed.back()))
             m_parsed.pop_back();
     }
     return m_parsed;

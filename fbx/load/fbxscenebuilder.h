@@ -3,6 +3,7 @@
 #include "fbx/file/fbxobjectname.h"
 #include "fbx/file/fbxrecord.h"
 #include "fbx/load/fbxarrays.h"
+#include "fbx/load/fbxclasstemplates.h"
 
 #include <string>
 #include <string_view>
@@ -29,10 +30,9 @@ public:
     /// Made and listed, but not made the current one.
     FbxAnimStack* AddStack(const SFbxIdentity& identity);
 
-    /// A template that is the file's properties completed by what objects of the class have in any case.
-    const SFbxPropertyTemplate* NodeTemplate(const SFbxRecord* pProperties, bool bLabel);
-    const SFbxPropertyTemplate* CameraTemplate(const SFbxRecord* pProperties, bool bLabel);
-    const SFbxPropertyTemplate* Template(const SFbxRecord* pProperties, bool bLabel);
+    FbxClassTemplates& Templates() { return m_templates; }
+    const FbxFileTime& FileTime() const { return m_fileTime; }
+
     void ReadProperties(FbxObject& object, const SFbxRecord& properties, bool bLabel);
     /// Valid until the next call.
     std::vector<SFbxPropertyData>& ParseProperties(const SFbxRecord& properties, bool bLabel);
@@ -47,24 +47,20 @@ public:
     void FinishStacks(std::string_view activeName);
 
 private:
-    const SFbxPropertyTemplate* MakeTemplate(const SFbxRecord* pProperties, bool bLabel,
-                                             const SFbxPropertyData* pBuiltIn, size_t nBuiltIn);
-
     static constexpr size_t kBytesPerObject = 32;
     static constexpr size_t kObjectsOfAnyFile = 1000;
 
     FbxScene& m_scene;
     size_t m_nMaxObjects;
     std::string& m_sError;
+    FbxFileTime m_fileTime;
+    FbxClassTemplates m_templates;
     FbxArrayReader m_arrays;
     std::vector<SFbxPropertyData> m_parsed;
 };
 
 /// Cameras that editors put into files for their own views; they are no part of the scene.
 bool FbxIsEditorCamera(std::string_view name);
-
-/// Constant when there is no such record.
-SFbxExtrapolation FbxReadExtrapolation(const SFbxRecord* pRecord);
 
 bool FbxLoadScene7(const SFbxRecordTree& tree, FbxSceneBuilder& builder, bool bAnimation);
 bool FbxLoadScene6(const SFbxRecordTree& tree, FbxSceneBuilder& builder, bool bAnimation);

@@ -31,23 +31,17 @@ void Set(FbxNode& node, std::string_view name, const FbxVector3& v)
     node.OwnProperty(name, "Vector3D").SetVector3(v);
 }
 
-void TurnCurves(FbxNode& node, const STurn& turn, const FbxVector3& fallback)
+/// Channels that a layer does not have stay out: what stands in for them is the static value, which turns too.
+void TurnCurves(FbxNode& node, const STurn& turn)
 {
-    const double fixed[3] = {fallback.x, fallback.y, fallback.z};
     for (size_t nLink = 0; nLink < node.GetCurveNodes().size(); ++nLink)
     {
         if (node.GetCurveNodes()[nLink].property != "Lcl Translation")
             continue;
+        // One that serves other properties as well must go on serving them as it was.
         FbxAnimCurveNode& curveNode = node.OwnCurveNode(nLink);
-        FbxAnimCurveNode::SChannel before[3];
-        for (size_t n = 0; n < 3; ++n)
-        {
-            before[n] = curveNode.GetChannel(n);
-            if (before[n].bHasDefault || before[n].pCurve)
-                continue;
-            before[n].fDefault = fixed[n];
-            before[n].bHasDefault = true;
-        }
+        const FbxAnimCurveNode::SChannel before[3] = {curveNode.GetChannel(0), curveNode.GetChannel(1),
+                                                      curveNode.GetChannel(2)};
         for (size_t n = 0; n < 3; ++n)
         {
             FbxAnimCurveNode::SChannel turned = before[turn.nFrom[n]];
@@ -61,27 +55,35 @@ void TurnCurves(FbxNode& node, const STurn& turn, const FbxVector3& fallback)
 /// Puts the turn before everything the node does: global becomes turn times global.
 void TurnNode(FbxNode& node, const STurn& turn)
 {
-    const FbxVector3 translation = node.FindProperty("Lcl Translation").GetVector3();
-    TurnCurves(node, turn, translation);
-    Set(node, "Lcl Translation", turn(translation));
+    TurnCurves(node, turn);
+    Set(node, "Lcl Translation", turn(node.FindProperty("Lcl Translation").GetVector3()));
+
+    // What did not act must not begin to act with the switch.
+    const bool bActive = node.GetRotationActive() && !node.FindProperty("RotationSpaceForLimitOnly").GetBool();
+    if (!bActive)
+        for (const char* szProperty : {"PreRotation", "PostRotation", "RotationOrder"})
+            node.DisconnectCurveNodes(szProperty);
+
+    const FbxQuaternion q = turn.Quaternion();
+    const FbxVector3 offset = node.FindProperty("RotationOffset").GetVector3();
+    const FbxVector3 pivot = node.FindProperty("RotationPivot").GetVector3();
+    const FbxVector3 pre = bActive ? node.FindProperty("PreRotation").GetVector3() : FbxVector3();
+    if (const SFbxNodeTurn* pTurn = node.GetTurn())
+        node.SetTurn({q * pTurn->q, pTurn->rotationOffset, pTurn->preRotation});
+    else if (node.HasCurveNode("PreRotation") || node.HasCurveNode("RotationOffset") ||
+             node.HasCurveNode("RotationPivot"))
+        node.SetTurn({q, offset, pre});
 
     // Rotation offset and pivot stand outside of the rotation, the pivot's return inside of it: only the outer part
     // turns, and the offset takes up the difference.
-    const FbxVector3 offset = node.FindProperty("RotationOffset").GetVector3();
-    const FbxVector3 pivot = node.FindProperty("RotationPivot").GetVector3();
     const FbxVector3 none;
     if (!(offset == none) || !(pivot == none))
         Set(node, "RotationOffset", turn(offset + pivot) - pivot);
-
-    const FbxQuaternion q = turn.Quaternion();
-    const bool bActive = node.GetRotationActive() && !node.FindProperty("RotationSpaceForLimitOnly").GetBool();
     if (bActive)
     {
-        const FbxQuaternion pre = FbxQuaternion::FromEuler(node.FindProperty("PreRotation").GetVector3());
-        Set(node, "PreRotation", (q * pre).ToEulerXYZ());
+        Set(node, "PreRotation", (q * FbxQuaternion::FromEuler(pre)).ToEulerXYZ());
         return;
     }
-    // What did not act must not begin to act with the switch.
     Set(node, "PreRotation", q.ToEulerXYZ());
     if (node.FindProperty("PostRotation").IsValid())
         Set(node, "PostRotation", none);

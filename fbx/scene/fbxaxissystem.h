@@ -27,7 +27,8 @@ public:
 
     /// Turns the scene from its own system into this one, and notes it in the scene's settings. The root's direct
     /// children are changed, nothing else: translations, values and curves, are turned, and the rotation goes into
-    /// the pre-rotation with rotation-active switched on. Does nothing when the systems are equal.
+    /// the pre-rotation with rotation-active switched on. Curves of pre-rotation, rotation offset and rotation pivot
+    /// stay, and the node notes the turn for them. Does nothing when the systems are equal.
     void ConvertScene(FbxScene* pScene) const;
 
     friend bool operator==(const FbxAxisSystem&, const FbxAxisSystem&) = default;

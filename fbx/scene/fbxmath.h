@@ -17,7 +17,7 @@ inline SFbxTwo FbxSquareRoot(SFbxTwo x)
 #ifdef __SSE2__
     return _mm_sqrt_pd(x);
 #else
-    return {std::sqrt(x[0]), std::sqrt(x[1])};
+    return SFbxTwo{std::sqrt(x[0]), std::sqrt(x[1])};
 #endif
 }
 using SFbxTwoBits = long long __attribute__((vector_size(16)));

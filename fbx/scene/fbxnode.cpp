@@ -58,6 +58,12 @@ void FbxNode::SetPostRotation(int nPivotSet, const FbxVector3& degrees)
         OwnProperty("PostRotation", "Vector3D").SetVector3(degrees);
 }
 
+void FbxNode::SetTurn(const SFbxNodeTurn& turn)
+{
+    m_pTurn = std::make_unique<SFbxNodeTurn>(turn);
+    GetScene()->GetAnimationEvaluator()->Invalidate();
+}
+
 FbxTransform FbxNode::EvaluateLocalTransform(FbxTime time) const
 {
     return GetScene()->GetAnimationEvaluator()->EvaluateLocalTransform(this, time);

@@ -4,8 +4,20 @@
 #include "fbx/scene/fbxtime.h"
 #include "fbx/scene/fbxtransform.h"
 
+#include <memory>
+#include <vector>
+
 class FbxCamera;
 class FbxNodeAttribute;
+
+/// What the axis conversion did to a node whose pre-rotation or rotation pivot moves: the curves stay as they are, and
+/// what they make of these static values is turned.
+struct SFbxNodeTurn
+{
+    FbxQuaternion q;
+    FbxVector3 rotationOffset;
+    FbxVector3 preRotation;
+};
 
 /// A node of the scene's tree. One that a file connects to several parents stands below the first of them, one that it
 /// connects to none below the root. Its transforms come from the scene's evaluator on the scene's current stack.
@@ -44,6 +56,10 @@ public:
     /// Angles in degrees. Pivot set 0 is the one that transforms are computed with; set 1 is kept by nobody.
     void SetPostRotation(int nPivotSet, const FbxVector3& degrees);
 
+    /// Null unless the axes were turned while its pivots move.
+    const SFbxNodeTurn* GetTurn() const { return m_pTurn.get(); }
+    void SetTurn(const SFbxNodeTurn& turn);
+
     /// Relative to the parent: inverse(parent's global) times global, whatever the scale inheritance.
     /// FbxTime::Infinite() gives the rest transform, without animation.
     FbxTransform EvaluateLocalTransform(FbxTime time) const;
@@ -56,5 +72,6 @@ private:
     FbxNode* m_pParent = nullptr;
     std::vector<FbxNode*> m_children;
     std::vector<FbxNodeAttribute*> m_attributes;
+    std::unique_ptr<SFbxNodeTurn> m_pTurn;
     int m_nIndex;
 };

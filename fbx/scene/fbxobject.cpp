@@ -52,6 +52,11 @@ FbxProperty FbxObject::FindProperty(std::string_view name, bool bCaseSensitive) 
     return pData ? FbxProperty(const_cast<FbxObject*>(this), pData) : FbxProperty();
 }
 
+bool FbxObject::HasOwnProperty(std::string_view name) const
+{
+    return Find(m_properties, name, true) != nullptr;
+}
+
 void FbxObject::MarkOverridden() const
 {
     m_bMarked = true;
@@ -148,6 +153,24 @@ void FbxObject::ConnectCurveNode(std::string_view property, FbxAnimCurveNode* pC
 {
     m_curveNodes.push_back({m_pScene->GetMemory().CopyText(property), pCurveNode});
     ++pCurveNode->m_nProperties;
+    m_pScene->GetAnimationEvaluator()->Invalidate();
+}
+
+bool FbxObject::HasCurveNode(std::string_view property) const
+{
+    return std::any_of(m_curveNodes.begin(), m_curveNodes.end(),
+                       [property](const SCurveNodeLink& link) { return link.property == property; });
+}
+
+void FbxObject::DisconnectCurveNodes(std::string_view property)
+{
+    std::erase_if(m_curveNodes,
+                  [property](const SCurveNodeLink& link)
+                  {
+                      const bool bGone = link.property == property;
+                      link.pCurveNode->m_nProperties -= bGone;
+                      return bGone;
+                  });
     m_pScene->GetAnimationEvaluator()->Invalidate();
 }
 

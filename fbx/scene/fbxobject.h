@@ -62,7 +62,8 @@ public:
     FbxProperty OwnProperty(std::string_view name, std::string_view typeName);
     /// Behind those that were written before; names and texts in the scene's memory.
     void AddProperties(const SFbxPropertyData* pFirst, size_t nCount);
-    size_t GetWrittenPropertyCount() const { return m_properties.size(); }
+    /// Whether it was written for this object, whatever its template has.
+    bool HasOwnProperty(std::string_view name) const;
 
     /// A property's animation, in whatever stacks and layers the curve node is.
     struct SCurveNodeLink
@@ -73,6 +74,9 @@ public:
     /// In the order in which they were connected.
     const std::vector<SCurveNodeLink>& GetCurveNodes() const { return m_curveNodes; }
     void ConnectCurveNode(std::string_view property, FbxAnimCurveNode* pCurveNode);
+    /// Whether any stack may animate the property.
+    bool HasCurveNode(std::string_view property) const;
+    void DisconnectCurveNodes(std::string_view property);
     /// The curve node of a link for this property alone, to be changed: a copy where it serves others as well.
     FbxAnimCurveNode& OwnCurveNode(size_t nLink);
 

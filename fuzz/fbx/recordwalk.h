@@ -11,7 +11,7 @@
 inline void WalkRecords(const SFbxRecordTree& tree, size_t nFileBytes)
 {
     FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
-    FbxArrayReader arrays(*FbxScene::Create(pManager, ""), nFileBytes, tree.bBigEndian);
+    FbxArrayReader arrays(*FbxScene::Create(pManager, ""), nFileBytes, tree.bBigEndian, FbxFileTime(tree.root));
     size_t nSum = 0;
     std::vector<const SFbxRecord*> pending{&tree.root};
     while (!pending.empty())

@@ -15,7 +15,9 @@ Scene MakeScene(const FbxAxisSystem& axes)
     scene.Setting("FrontAxisSign", "int", I(axes.GetFrontSign()));
     scene.Setting("CoordAxis", "int", I(axes.GetCoordAxis()));
     scene.Setting("CoordAxisSign", "int", I(axes.GetCoordSign()));
-    const int64_t nLayer = scene.Layer("l", scene.Stack("s", 0, kSecond));
+    const int64_t nStack = scene.Stack("s", 0, kSecond);
+    const int64_t nLayer = scene.Layer("l", nStack);
+    const int64_t nUpper = scene.Layer("upper", nStack);
     const int64_t nShared = scene.CurveNode(nLayer, 1000, "nothing", {1, 2, 3});
     scene.Curve(nShared, "d|X", {0, kSecond}, {1, 9});
     scene.Curve(nShared, "d|Z", {0, kSecond}, {4, -4});
@@ -45,6 +47,14 @@ Scene MakeScene(const FbxAxisSystem& axes)
                 scene.Curve(nMove, "d|Y", {0, kSecond}, {2, 5}, {{kCubicUser, 8, -3, 218434821, 2}});
             scene.Curve(scene.CurveNode(nLayer, nModel, "Lcl Rotation", {10, 20, 30}), "d|X", {0, kSecond}, {0, 90});
         }
+        // Pivots that move, where they act and where they don't, and layers that have one channel of three.
+        if (n == 2 || n == 3)
+        {
+            scene.Curve(scene.CurveNode(nLayer, nModel, "PreRotation", {1, 2, 3}), "d|Y", {0, kSecond}, {-40, 80});
+            scene.Curve(scene.CurveNode(nUpper, nModel, "RotationPivot", {}), "d|Z", {0, kSecond}, {6, 8});
+        }
+        if (n == 4 || n == 6)
+            scene.Curve(scene.CurveNode(nUpper, nModel, "Lcl Translation", {}), "d|Z", {0, kSecond}, {3, 4});
         const int64_t nChild = scene.Model("below" + std::to_string(n), "Null", nModel);
         scene.Vector(nChild, "Lcl Translation", 4, 5, 6);
         if (n == 6)

@@ -196,6 +196,20 @@ TEST(Curve, StepsSwitchOnTheirFrame)
     }
 }
 
+TEST(Curve, ChannelsGoByTheirNames)
+{
+    // Of three channels the file lists one, between others that have no place of their own.
+    Scene scene;
+    const int64_t nModel = scene.Model("a");
+    const int64_t nNode = scene.CurveNode(scene.Layer("l", scene.Stack("s", 0, 1)), nModel, "Lcl Translation", {});
+    for (const char* szName : {"d|odd", "d|Y", "d|other"})
+        scene.Property(nNode, szName, "Number", "A", {D(7)});
+    scene.Curve(nNode, "d|Y", {0}, {5});
+    LoadedScene loaded(scene.Write());
+    EXPECT_TRUE(Near(loaded.Node("a").EvaluateLocalTransform(FbxTime()).t, {7, 5, 7}, 0.0));
+    EXPECT_TRUE(loaded.Node("a").FindProperty("Lcl Translation").GetCurveNode()->GetCurve(1));
+}
+
 TEST(Curve, TimeMayJumpAbout)
 {
     std::vector<int64_t> times;

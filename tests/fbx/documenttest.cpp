@@ -144,6 +144,15 @@ TEST(Document, NumbersKeepTheirBits)
         << "shortest digits of 32-bit floats too";
     EXPECT_EQ(RoundTrip(File({L(INT64_MIN), L(INT64_MAX), I(-1), Ints({-1, INT32_MIN})}), true), "");
 
+    // Unsigned bytes, and a letter that nobody knows, whose record is handed on; a text file has no way to say it.
+    std::string sBytes;
+    const Value byte{'Z', 200, 0.0, {}, {}, {}};
+    const Value unknown{'Q', 0, 0.0, "???", {}, {}};
+    EXPECT_EQ(RoundTrip(File({byte, I(5), unknown, I(7), I(8)}), false, &sBytes), "");
+    EXPECT_NE(sBytes.find(std::string("Z\xC8I\5\0\0\0Q???I\7", 13)), std::string::npos);
+    EXPECT_EQ(RoundTrip(File({byte, I(5)}), true), "");
+    EXPECT_NE(RoundTrip(File({unknown}), true), "");
+
     // Not-a-number keeps its payload in binary files, a signalling one too.
     std::string sFile = File({D(0.0), {'F', 0, 0.0, {}, {}, {}}});
     const uint64_t nDouble = 0xfff0000000000123u;

@@ -86,7 +86,11 @@ private:
         m_s += value.type;
         switch (value.type)
         {
+        case 'Q':
+            m_s += value.s;
+            return;
         case 'C':
+        case 'Z':
             Number<uint8_t>(static_cast<uint8_t>(value.i));
             return;
         case 'Y':

@@ -10,7 +10,7 @@
 namespace fbxfile
 {
 
-/// A value by its letter in binary files: C Y I L F D S R, arrays i l f d b.
+/// A value by its letter in binary files: C Z Y I L F D S R, arrays i l f d b; Q, which no file has, with any bytes.
 struct Value
 {
     char type = 'I';

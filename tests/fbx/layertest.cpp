@@ -1,3 +1,4 @@
+#include "fbx/scene/fbxmath.h"
 #include "tests/fbx/loadscene.h"
 
 namespace
@@ -98,6 +99,42 @@ TEST(Layer, Modes)
         EXPECT_NEAR(transform.t.x, c.fX, 1e-9);
         EXPECT_TRUE(Near(transform.q, FbxQuaternion::FromEuler({0, 0, c.fDegrees}), 1e-12));
         EXPECT_TRUE(Near(transform.s, {c.fScale, c.fScale, c.fScale}, 1e-9));
+    }
+}
+
+TEST(Layer, BlendedRotationsMixInXYZOrItsReverse)
+{
+    const FbxVector3 below{10, 40, -70};
+    const FbxVector3 above{80, -30, 50};
+    for (int nOrder = 0; nOrder < 6; ++nOrder)
+    {
+        for (const double fWeight : {0.0, 30.0, 100.0})
+        {
+            SCOPED_TRACE(nOrder * 1000 + fWeight);
+            Scene scene;
+            const int64_t nModel = scene.Model("a");
+            scene.Integer(nModel, "RotationOrder", nOrder);
+            scene.Integer(nModel, "RotationActive", 1);
+            const int64_t nStack = scene.Stack("s", 0, 1);
+            scene.CurveNode(scene.Layer("base", nStack), nModel, "Lcl Rotation", {below.x, below.y, below.z});
+            const int64_t nUpper = scene.Layer("upper", nStack);
+            scene.Property(nUpper, "Weight", "Number", "A", {D(fWeight)});
+            scene.Integer(nUpper, "BlendMode", 2);
+            scene.CurveNode(nUpper, nModel, "Lcl Rotation", {above.x, above.y, above.z});
+            LoadedScene loaded(scene.Write());
+
+            const auto eMix = nOrder % 2 ? EFbxRotationOrder::eZYX : EFbxRotationOrder::eXYZ;
+            const FbxVector3 mixed = FbxToEuler(
+                FbxSlerp(FbxQuaternion::FromEuler(below, eMix), FbxQuaternion::FromEuler(above, eMix), fWeight / 100.0),
+                eMix);
+            const FbxVector3 angles = fWeight == 100.0 ? above : mixed;
+            double values[4];
+            loaded->GetAnimationEvaluator()->EvaluateProperty(loaded.Node("a").FindProperty("Lcl Rotation"), FbxTime(),
+                                                              values);
+            EXPECT_TRUE(Near({values[0], values[1], values[2]}, angles, 1e-11));
+            EXPECT_TRUE(Near(loaded.Node("a").EvaluateLocalTransform(FbxTime()).q,
+                             FbxQuaternion::FromEuler(angles, static_cast<EFbxRotationOrder>(nOrder)), 1e-13));
+        }
     }
 }
 

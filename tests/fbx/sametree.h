@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fbx/file/fbxarraybytes.h"
 #include "fbx/file/fbxdocument.h"
 
 #include <cmath>
@@ -81,6 +82,8 @@ private:
             return SameArray(a, b);
         if (a.type == 'D')
             return std::memcmp(&a.d, &b.d, 8) == 0 || (m_bText && std::isnan(a.d) && std::isnan(b.d));
+        if (a.type == 'U')
+            return std::string_view(a.p, a.n) == std::string_view(b.p, b.n);
         return a.type == 'I' ? a.i == b.i : a.AsText() == b.AsText();
     }
 
@@ -92,7 +95,7 @@ private:
         const char* q = m_b.Decode(b);
         if (!p || !q)
             return !p == !q; // damaged bytes are handed on
-        const size_t nElement = FbxArrayBytes::ElementSize(a.type);
+        const size_t nElement = FbxElementSize(a.type);
         for (uint32_t n = 0; n < a.n; ++n)
         {
             double f, g;
@@ -137,7 +140,7 @@ private:
             int32_t nWord = 0;
             int64_t nLong = 0;
             double f = 0.0;
-            const size_t nElement = FbxArrayBytes::ElementSize(value.type);
+            const size_t nElement = FbxElementSize(value.type);
             if (nElement == 4)
                 std::memcpy(&nWord, p + n * size_t(4), 4);
             else if (nElement == 8)

@@ -76,7 +76,9 @@ TEST(Scene, SpanOfAStackWithoutItsOwn)
     for (Record& record : top.children)
     {
         if (record.name == "Objects")
-            record.Add("AnimationStack", {L(7), Name("walk", "AnimStack"), S("")});
+            record.Add("AnimationStack", {L(7), Name("walk", "AnimStack"), S("")})
+                .Add("Properties70")
+                .Add("P", {S("RigFile"), S("KString"), S(""), S("U"), S("a.xml")});
         if (record.name == "Takes")
             record.Add("Take", {S("walk")}).Add("LocalTime", {L(11), L(22)});
     }
@@ -84,6 +86,28 @@ TEST(Scene, SpanOfAStackWithoutItsOwn)
     ASSERT_EQ(loaded->GetAnimStackCount(), 1u);
     EXPECT_EQ(loaded->GetAnimStack(0)->GetLocalTimeSpan().start.Get(), 11);
     EXPECT_EQ(loaded->GetAnimStack(0)->GetLocalTimeSpan().stop.Get(), 22);
+}
+
+TEST(Scene, FilesMayCountTimeInOtherTicks)
+{
+    Scene scene;
+    const int64_t nModel = scene.Model("a");
+    const int64_t nNode =
+        scene.CurveNode(scene.Layer("l", scene.Stack("s", 0, 141120000 / 24)), nModel, "Lcl Translation", {0, 0, 0});
+    scene.Curve(nNode, "d|X", {0, 141120000}, {0, 10});
+    Record top = scene.Records();
+    for (const int nDefinition : {0, 127})
+    {
+        SCOPED_TRACE(nDefinition);
+        for (Record& record : top.children)
+            if (record.name == "FBXHeaderExtension")
+                record.children = {{"OtherFlags", {}, {{"TCDefinition", {I(nDefinition)}, {}}}}};
+        LoadedScene loaded(Write(top, {7700, false, false, false}));
+        const int64_t nStop = loaded->GetAnimStack(0)->GetLocalTimeSpan().stop.Get();
+        EXPECT_EQ(nStop, nDefinition == 0 ? kSecond / 24 : 141120000 / 24);
+        EXPECT_NEAR(loaded.Node("a").EvaluateLocalTransform(FbxTime::FromSeconds(0.5)).t.x,
+                    nDefinition == 0 ? 5.0 : 10.0, 1e-9);
+    }
 }
 
 TEST(Scene, Settings)

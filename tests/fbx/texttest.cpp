@@ -1,6 +1,7 @@
 #include "tests/fbx/loadscene.h"
 
 #include "fbx/file/fbxrecord.h"
+#include "fbx/file/fbxtextscan.h"
 
 #include <cmath>
 
@@ -109,7 +110,29 @@ TEST(Text, Refusals)
     for (int n = 0; n < 5000; ++n)
         sDeep += "Takes: {\n";
     EXPECT_FALSE(Parsed(sDeep).bOk);
-    EXPECT_TRUE(Parsed("Pictures: \"{\", 1 {\n A: \"}\" { ; }\n } }\nTakes: {\n}\n").bOk);
+    EXPECT_FALSE(Parsed("Pictures: 1, :\nTakes: {\n}\n").bOk);
+}
+
+TEST(Text, WhatIsSteppedOver)
+{
+    for (const char* szSkipped : {"\"{\", 1 {\n A: \"}\" { ; }\n } }", "", " *2 {\n a: 1,2\n} , T",
+                                  "1.5,\n\t2;x: {\n,3", " \"Takes: }\", Word\nMore : -4e3"})
+    {
+        SCOPED_TRACE(szSkipped);
+        const std::string sText = std::string("Pictures:") + szSkipped + "\nTakes: {\n Found: 5\n}\n";
+        const Parsed parsed(sText);
+        ASSERT_TRUE(parsed.bOk) << parsed.sError;
+        EXPECT_TRUE(parsed.Find("Found"));
+    }
+    // Whatever lies before the letter that is looked for, and however much there is.
+    const std::string sDigits(200, '7');
+    for (size_t n = 0; n <= sDigits.size(); ++n)
+    {
+        std::string s = sDigits;
+        if (n < s.size())
+            s[n] = '}';
+        ASSERT_EQ((FbxFindFirst<'{', '}'>(s.data(), s.data() + s.size())), s.data() + n);
+    }
 }
 
 } // namespace

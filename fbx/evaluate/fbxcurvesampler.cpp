@@ -1,4 +1,4 @@
-#include "fbx/evaluate/fbxsceneevaluator.h"
+#include "fbx/evaluate/fbxcurvesampler.h"
 
 #include <algorithm>
 #include <cmath>
@@ -55,22 +55,59 @@ void Find(const SFbxTimeline& timeline, int64_t nTicks, int64_t nNear, SFbxLocat
 
 } // namespace
 
-const SFbxCurveSpans& FbxSceneEvaluator::Spans(const FbxAnimCurve& curve)
+void FbxCurveSampler::Prepare()
 {
-    SFbxCurveSpans& of = spans[curve.nIndex];
+    ++m_nStamp;
+    m_locations.assign(m_scene.GetTimelineCount(), SFbxLocation());
+    m_spans.resize(m_scene.GetCurveCount());
+}
+
+void FbxCurveSampler::SetTime(FbxTime time)
+{
+    if (time == m_time)
+        return;
+    m_time = time;
+    ++m_nStamp;
+}
+
+SFbxChannelPlan FbxCurveSampler::Plan(const FbxAnimCurve& curve, double fFactor)
+{
+    const SSpans& of = Spans(curve);
+    SFbxChannelPlan plan;
+    plan.pValues = curve.pValues;
+    plan.pSegments = of.pSegments;
+    plan.pCurve = &curve;
+    plan.fFactor = fFactor;
+    plan.nTimeline = curve.pTimeline->nIndex;
+    plan.eOnly = of.eOnly;
+    plan.bHolds = curve.pre.eType == EFbxExtrapolation::eConstant && curve.post.eType == EFbxExtrapolation::eConstant;
+    return plan;
+}
+
+const SFbxLocation& FbxCurveSampler::Locate(const SFbxTimeline& timeline)
+{
+    SFbxLocation& location = m_locations[timeline.nIndex];
+    location.nStamp = m_nStamp;
+    Find(timeline, m_time.Get(), NearTicks(m_time.Get()), location);
+    return location;
+}
+
+const FbxCurveSampler::SSpans& FbxCurveSampler::Spans(const FbxAnimCurve& curve)
+{
+    SSpans& of = m_spans[curve.nIndex];
     if (of.bPrepared)
         return of;
     of.bPrepared = true;
     if (!FbxHasOneKind(curve, of.eOnly))
     {
-        SFbxSegment* pSegments = pScene->GetMemory().AllocateArray<SFbxSegment>(curve.GetKeyCount());
+        SFbxSegment* pSegments = m_scene.GetMemory().AllocateArray<SFbxSegment>(curve.GetKeyCount());
         FbxSolveTangents(curve, pSegments);
         of.pSegments = pSegments;
     }
     return of;
 }
 
-bool FbxSceneEvaluator::IsFlat(const FbxAnimCurve& curve)
+bool FbxCurveSampler::IsFlat(const FbxAnimCurve& curve)
 {
     const uint32_t nKeys = curve.pTimeline->nKeys;
     if (nKeys == 0 || !std::isfinite(curve.pValues[0]))
@@ -94,44 +131,9 @@ bool FbxSceneEvaluator::IsFlat(const FbxAnimCurve& curve)
     return true;
 }
 
-void FbxSceneEvaluator::SetTime(FbxTime time)
+double FbxCurveSampler::Extrapolate(const SFbxChannelPlan& channel, bool bBefore) const
 {
-    if (time == now.time)
-        return;
-    now.time = time;
-    ++now.nStamp;
-}
-
-const SFbxLocation& FbxSceneEvaluator::Locate(const SFbxTimeline& timeline)
-{
-    SFbxLocation& location = locations[timeline.nIndex];
-    if (location.nStamp != now.nStamp)
-    {
-        location.nStamp = now.nStamp;
-        Find(timeline, now.time.Get(), NearTicks(now.time.Get()), location);
-    }
-    return location;
-}
-
-double FbxSceneEvaluator::Evaluate(const FbxAnimCurve& curve)
-{
-    const SFbxLocation& location = Locate(*curve.pTimeline);
-    if (location.eWhere >= SFbxLocation::eBefore)
-        return Extrapolate(curve, location.eWhere == SFbxLocation::eBefore);
-    const SFbxCurveSpans& of = Spans(curve);
-    return FbxValueAt(curve.pValues, of.pSegments, of.eOnly, location);
-}
-
-double FbxSceneEvaluator::EvaluateAt(const FbxAnimCurve& curve, int64_t nTicks, int64_t nNear)
-{
-    SFbxLocation location;
-    Find(*curve.pTimeline, nTicks, nNear, location);
-    const SFbxCurveSpans& of = Spans(curve);
-    return FbxValueAt(curve.pValues, of.pSegments, of.eOnly, location);
-}
-
-double FbxSceneEvaluator::Extrapolate(const FbxAnimCurve& curve, bool bBefore)
-{
+    const FbxAnimCurve& curve = *channel.pCurve;
     const uint32_t nLast = curve.pTimeline->nKeys - 1;
     const int64_t nFirstTime = curve.pTimeline->pTimes[0];
     const int64_t nLastTime = curve.pTimeline->pTimes[nLast];
@@ -139,17 +141,17 @@ double FbxSceneEvaluator::Extrapolate(const FbxAnimCurve& curve, bool bBefore)
     const SFbxExtrapolation& how = bBefore ? curve.pre : curve.post;
     if (how.eType == EFbxExtrapolation::eConstant || nLast == 0)
         return fEnd;
-    const int64_t nTicks = now.time.Get();
+    const int64_t nTicks = m_time.Get();
     const double fBeyond = bBefore ? Between(nTicks, nFirstTime) : Between(nLastTime, nTicks);
 
     if (how.eType == EFbxExtrapolation::eSlope)
     {
-        const auto [pSegments, eOnly, bPrepared] = Spans(curve);
+        const SFbxSegment* pSegments = channel.pSegments;
         const uint32_t nSpan = bBefore ? 0 : nLast - 1;
         double fSlope = 0.0;
         if (pSegments)
             fSlope = static_cast<double>(bBefore ? pSegments[0].fSlopeRight : pSegments[nSpan].fSlopeNextLeft);
-        else if (eOnly == EFbxSegment::eLinear)
+        else if (channel.eOnly == EFbxSegment::eLinear)
         {
             const double fSpan = Between(curve.pTimeline->pTimes[nSpan], curve.pTimeline->pTimes[nSpan + 1]);
             const double fRise =
@@ -178,7 +180,9 @@ double FbxSceneEvaluator::Extrapolate(const FbxAnimCurve& curve, bool bBefore)
     const int64_t nAt = fAt >= fLength
                             ? nLastTime
                             : static_cast<int64_t>(static_cast<uint64_t>(nFirstTime) + static_cast<uint64_t>(fAt));
-    double fValue = EvaluateAt(curve, nAt, NearTicks(nTicks));
+    SFbxLocation location;
+    Find(*curve.pTimeline, nAt, NearTicks(nTicks), location);
+    double fValue = FbxValueAt(channel.pValues, channel.pSegments, channel.eOnly, location);
     if (how.eType == EFbxExtrapolation::eRepeatRelative)
     {
         const double fRise = static_cast<double>(curve.pValues[nLast]) - static_cast<double>(curve.pValues[0]);
