@@ -35,3 +35,7 @@ file(WRITE ${CMAKE_BINARY_DIR}/orvelConfig.cmake "include(\${CMAKE_CURRENT_LIST_
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/orvelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/orvelConfig.cmake ${CMAKE_BINARY_DIR}/orvelConfigVersion.cmake
         DESTINATION lib/cmake/orvel)
+
+# Pages and the schema of marks files, for editors.
+install(DIRECTORY docs/ DESTINATION share/doc/animpack)
+install(FILES README.md CHANGELOG.md DESTINATION share/doc/animpack)
