@@ -3,7 +3,7 @@
 #include "base/typeinfo/mathtypes.h"
 #include "host/show/jsonparts.h"
 
-#include <ranges>
+#include <numeric>
 
 namespace Host
 {
@@ -169,6 +169,8 @@ void WriteFrames(ZJsonWriter& json, const ZPackedPose& source, const std::vector
 {
     const ZAnimationRig& rig = source.Rig();
     const TSharedPtr<ZAnimPoseBuffer> pPose = ZAnimPoseBuffer::Create(source.Descriptor());
+    std::vector<uint32_t> bones(rig.BoneCount());
+    std::iota(bones.begin(), bones.end(), 0u);
     const auto writeBone = [&](uint32_t n)
     {
         json.Object(
@@ -189,7 +191,7 @@ void WriteFrames(ZJsonWriter& json, const ZPackedPose& source, const std::vector
                            [&]
                            {
                                json.UnsignedField("frame", nFrame);
-                               json.ListField("bones", std::views::iota(0u, rig.BoneCount()), writeBone);
+                               json.ListField("bones", bones, writeBone);
                            });
                    });
 }
