@@ -35,7 +35,7 @@ void MixRotations(const SFbxLayerMix& mix, double fWeight, const double* pValues
     if (mix.eHow == SFbxLayerMix::eAdd)
     {
         const FbxQuaternion q = FbxQuaternion::FromEuler(VectorOf(pValues), mix.eOrder);
-        const FbxQuaternion part = fWeight < 1.0 ? FbxSlerp(FbxQuaternion(), q, fWeight) : q;
+        const FbxQuaternion part = fWeight < 1.0 ? FbxPartOf(q, fWeight) : q;
         mixed.SetRotation(mixed.Rotation(mix.eOrder) * part, mix.eOrder);
         return;
     }

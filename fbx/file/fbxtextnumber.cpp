@@ -12,13 +12,16 @@ inline bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr int kMaxPower = static_cast<int>(std::size(kPowers)) - 1;
+/// Whole numbers up to here are exact.
+constexpr uint64_t kMaxExact = uint64_t(1) << 53;
+
 /// Numbers that a double holds as a whole number times or by a power of ten, both exact: one rounding, which is the
 /// right one. False for all others.
 bool ParseShortDouble(const char* p, const char* pEnd, double& f)
 {
-    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    constexpr int kMaxPower = static_cast<int>(std::size(kPowers)) - 1;
     if (pEnd - p > 24)
         return false;
     uint64_t nDigits = 0; // all digits as one number
@@ -35,7 +38,7 @@ bool ParseShortDouble(const char* p, const char* pEnd, double& f)
         nPower = -static_cast<int>(p - pFraction);
         nCount -= nPower;
     }
-    if (nCount == 0 || nCount > 18 || nDigits > uint64_t(1) << 53)
+    if (nCount == 0 || nCount > 18 || nDigits > kMaxExact)
         return false;
     if (p != pEnd && (*p | 0x20) == 'e')
     {
@@ -98,7 +101,7 @@ bool FbxParseNumber(std::string_view text, SFbxValue& value)
             return true;
         }
     }
-    if (pEnd - pDigits > 18)
+    if (pEnd - pDigits > 18 && text.find('.') == std::string_view::npos)
     {
         int64_t nInteger = 0;
         const auto asInteger = std::from_chars(p, pEnd, nInteger);
@@ -147,6 +150,38 @@ bool FbxParseNumber(std::string_view text, SFbxValue& value)
         return false;
     value.d = fValue;
     return true;
+}
+
+const char* FbxParsePlainNumber(const char* p, const char* pEnd, SFbxValue& value)
+{
+    const bool bNegative = p != pEnd && *p == '-';
+    p += bNegative;
+    uint64_t nDigits = 0; // all digits as one number
+    const char* pBegin = p;
+    for (; p != pEnd && IsDigit(*p); ++p)
+        nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
+    std::ptrdiff_t nCount = p - pBegin;
+    std::ptrdiff_t nFraction = 0;
+    const bool bPoint = p != pEnd && *p == '.';
+    if (bPoint)
+    {
+        for (++p; p != pEnd && IsDigit(*p); ++p)
+            nDigits = nDigits * 10 + static_cast<uint64_t>(*p - '0');
+        nFraction = p - pBegin - nCount - 1;
+        nCount += nFraction;
+    }
+    const bool bEnds = p != pEnd && (*p == ',' || *p == '\n' || *p == '\r' || *p == '}');
+    if (!bEnds || nCount == 0 || nCount > 18 || (bPoint && nDigits > kMaxExact) || (bNegative && nDigits == 0))
+        return nullptr;
+    value.type = bPoint ? 'D' : 'I';
+    if (bPoint)
+    {
+        const double f = static_cast<double>(nDigits) / kPowers[nFraction];
+        value.d = bNegative ? -f : f;
+    }
+    else
+        value.i = bNegative ? -static_cast<int64_t>(nDigits) : static_cast<int64_t>(nDigits);
+    return p;
 }
 
 bool FbxLooksLikeNumber(std::string_view word)

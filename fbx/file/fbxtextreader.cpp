@@ -74,6 +74,7 @@ private:
     bool SkipBlock();
     bool SkipTextOrComment();
     bool TakeName(const char* pFrom, const char* pColon);
+    bool TakePlainNumbers();
     bool ReadValues(SFbxRecord& record);
     bool ReadArray(SFbxValue& value);
     std::string_view Unescape(std::string_view text);
@@ -275,14 +276,19 @@ bool TextReader::ReadArray(SFbxValue& value)
         for (;;)
         {
             SkipSpace();
-            const char* pWord = m_p;
-            while (m_p != m_pEnd && !IsBreak(*m_p))
-                ++m_p;
-            if (m_p == pWord)
-                break; // an empty list
             SFbxValue number;
-            if (!FbxParseNumber({pWord, static_cast<size_t>(m_p - pWord)}, number))
-                return Fail("an array holds what is no number");
+            if (const char* pAfter = FbxParsePlainNumber(m_p, m_pEnd, number))
+                m_p = pAfter;
+            else
+            {
+                const char* pWord = m_p;
+                while (m_p != m_pEnd && !IsBreak(*m_p))
+                    ++m_p;
+                if (m_p == pWord)
+                    break; // an empty list
+                if (!FbxParseNumber({pWord, static_cast<size_t>(m_p - pWord)}, number))
+                    return Fail("an array holds what is no number");
+            }
             if (bIntegers && number.type == 'D')
             {
                 for (const int64_t n : m_integers)
@@ -316,12 +322,37 @@ bool TextReader::ReadArray(SFbxValue& value)
     return true;
 }
 
+/// Plain numbers and the commas behind them. True when the last had none: the values end, and the token behind them is
+/// read.
+bool TextReader::TakePlainNumbers()
+{
+    for (;;)
+    {
+        SkipSpace();
+        SFbxValue value{};
+        const char* pAfter = FbxParsePlainNumber(m_p, m_pEnd, value);
+        if (!pAfter)
+            return false;
+        m_values.push_back(value);
+        m_p = pAfter;
+        SkipSpace();
+        if (m_p == m_pEnd || *m_p != ',')
+        {
+            Next();
+            return true;
+        }
+        ++m_p;
+    }
+}
+
 /// The token behind the values is read when this returns.
 bool TextReader::ReadValues(SFbxRecord& record)
 {
     m_values.clear();
-    Next();
-    for (;;)
+    bool bEnd = TakePlainNumbers();
+    if (!bEnd)
+        Next();
+    while (!bEnd)
     {
         SFbxValue value{};
         if (m_eToken == EToken::eText)
@@ -357,7 +388,9 @@ bool TextReader::ReadValues(SFbxRecord& record)
         m_values.push_back(value);
         if (Next() != EToken::eComma)
             break;
-        Next();
+        bEnd = TakePlainNumbers();
+        if (!bEnd)
+            Next();
     }
     if (m_values.size() > std::numeric_limits<uint32_t>::max())
         return Fail("a record has too many values");

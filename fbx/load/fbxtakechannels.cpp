@@ -2,20 +2,58 @@
 
 #include "fbx/load/fbxkeylist.h"
 
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+constexpr size_t kParts = FbxAnimCurveNode::kMaxChannels;
+
+/// The channels of one property: X, Y, Z and W have their places, whichever of them are there; others take the places
+/// that are left, in their order. A property of one number may stand in the channel itself.
+void FindParts(const SFbxRecord& channel, const SFbxRecord* (&parts)[kParts])
+{
+    const auto hasKeys = [](const SFbxRecord& record) { return record.Find("Key") || record.Find("Default"); };
+    if (hasKeys(channel))
+    {
+        parts[0] = &channel;
+        return;
+    }
+    for (const bool bAxes : {true, false})
+    {
+        for (const SFbxRecord* p = channel.pChild; p; p = p->pNext)
+        {
+            if (!p->Is("Channel") || !hasKeys(*p))
+                continue;
+            const std::string_view name = p->Text(0);
+            size_t nPlace = name.size() == 1 ? std::string_view("XYZW").find(name) : std::string_view::npos;
+            if ((nPlace < kParts) != bAxes)
+                continue;
+            if (!bAxes)
+                nPlace = static_cast<size_t>(std::find(std::begin(parts), std::end(parts), nullptr) - parts);
+            if (nPlace < kParts && !parts[nPlace])
+                parts[nPlace] = p;
+        }
+    }
+}
+
+const SFbxValue* DefaultOf(const SFbxRecord& part)
+{
+    const SFbxRecord* pDefault = part.Find("Default");
+    return pDefault ? pDefault->Value(0) : nullptr;
+}
+
+} // namespace
+
 /// One property: its channels in records of their own, or the keys right here. Without a layer the fixed values are
 /// the property's.
 bool FbxTakeChannels::ReadProperty(const SFbxRecord& channel, std::string_view property, const SFbxOldModel& model,
                                    FbxAnimLayer* pLayer)
 {
-    const SFbxRecord* parts[FbxAnimCurveNode::kMaxChannels] = {};
-    size_t nParts = 0;
-    if (channel.Find("Key") || channel.Find("Default"))
-        parts[nParts++] = &channel;
-    else
-        for (const SFbxRecord* p = channel.pChild; p && nParts < FbxAnimCurveNode::kMaxChannels; p = p->pNext)
-            if (p->Is("Channel") && (p->Find("Key") || p->Find("Default")))
-                parts[nParts++] = p;
-    if (nParts == 0)
+    const SFbxRecord* parts[kParts] = {};
+    FindParts(channel, parts);
+    if (std::all_of(std::begin(parts), std::end(parts), [](const SFbxRecord* p) { return !p; }))
         return true;
 
     FbxObject* pObject = model.pNode;
@@ -24,19 +62,21 @@ bool FbxTakeChannels::ReadProperty(const SFbxRecord& channel, std::string_view p
         pObject = model.pAttribute;
 
     if (FbxProperty found = pObject->FindProperty(property); !model.bStatic && found.IsValid())
-        for (size_t n = 0; n < nParts; ++n)
-            if (const SFbxRecord* pDefault = parts[n]->Find("Default"); pDefault && pDefault->Value(0))
-                found.SetChannel(n, pDefault->pValues[0].AsDouble());
+        for (size_t n = 0; n < kParts; ++n)
+            if (const SFbxValue* pDefault = parts[n] ? DefaultOf(*parts[n]) : nullptr)
+                found.SetChannel(n, pDefault->AsDouble());
     if (!pLayer)
         return true;
 
     FbxAnimCurveNode* pNode = m_builder.Scene().AddCurveNode();
-    for (size_t n = 0; n < nParts; ++n)
+    for (size_t n = 0; n < kParts; ++n)
     {
+        if (!parts[n])
+            continue;
         FbxAnimCurveNode::SChannel to;
-        if (const SFbxRecord* pDefault = parts[n]->Find("Default"); pDefault && pDefault->Value(0))
+        if (const SFbxValue* pDefault = DefaultOf(*parts[n]))
         {
-            to.fDefault = pDefault->pValues[0].AsDouble();
+            to.fDefault = pDefault->AsDouble();
             to.bHasDefault = true;
         }
         if (m_bCurves && !FbxReadKeyList(*parts[n], m_nFileVersion, m_builder, to.pCurve))

@@ -179,16 +179,19 @@ FbxVector3 FbxToEuler(const FbxQuaternion& q, EFbxRotationOrder eOrder)
     return {angles[0] * kFbxDegreesPerRadian, angles[1] * kFbxDegreesPerRadian, angles[2] * kFbxDegreesPerRadian};
 }
 
-FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f)
+FbxQuaternion FbxPartOf(const FbxQuaternion& q, double f)
 {
-    FbxQuaternion d = a.Conjugate() * b;
-    if (d.w < 0.0)
-        d = {-d.x, -d.y, -d.z, -d.w};
+    const FbxQuaternion d = q.w < 0.0 ? FbxQuaternion{-q.x, -q.y, -q.z, -q.w} : q;
     const double fLength = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
     double s, c;
     FbxSinCosDegrees(FbxAtan2(fLength, d.w) * f * kFbxDegreesPerRadian, s, c);
     const double k = fLength > 1e-300 ? s / fLength : 0.0;
-    return a * FbxQuaternion{d.x * k, d.y * k, d.z * k, c};
+    return {d.x * k, d.y * k, d.z * k, c};
+}
+
+FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f)
+{
+    return a * FbxPartOf(a.Conjugate() * b, f);
 }
 
 SFbxMatrix3 FbxTransposed(const SFbxMatrix3& a)

@@ -81,6 +81,8 @@ constexpr double kFbxRadiansPerDegree = 0.017453292519943295769236907684886;
 
 /// Angles in degrees that FromEuler turns back into this rotation, for any order.
 FbxVector3 FbxToEuler(const FbxQuaternion& q, EFbxRotationOrder eOrder);
+/// The part f of a rotation, along the shorter arc.
+FbxQuaternion FbxPartOf(const FbxQuaternion& q, double f);
 /// The way from a to b, along the shorter arc, at constant speed.
 FbxQuaternion FbxSlerp(const FbxQuaternion& a, const FbxQuaternion& b, double f);
 
