@@ -87,7 +87,8 @@ private:
         double fMetres = 0.0;
         for (size_t n = 0; n < 3; ++n)
             fMetres = std::max(fMetres, 0.01 * (most[n] - least[n]));
-        if (world.size() > 2 && (fMetres < LEAST_METRES || fMetres > MOST_METRES))
+        const bool bSmall = fMetres < LEAST_METRES && !named.character.bPlain && world.size() > 2;
+        if (bSmall || fMetres > MOST_METRES)
             result.messages.push_back(
                 {ESeverity::eWarning, Formatted("the rig is %.3g m large; is the unit of the file right?", fMetres)});
     }

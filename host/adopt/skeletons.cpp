@@ -188,10 +188,14 @@ private:
         for (size_t n = 0; n < m_tops.size(); ++n)
             if (isSkinned[n])
                 skinned.insert(Leader(n));
-        size_t nHome = skinned.size() == 1 ? *skinned.begin() : m_tops.size();
         std::vector<size_t> members(m_tops.size());
         for (size_t n = 0; n < m_tops.size(); ++n)
             members[Leader(n)] += sizes[n];
+        std::set<size_t> large;
+        for (size_t n = 0; n < m_tops.size(); ++n)
+            if (members[n] > 1)
+                large.insert(n);
+        size_t nHome = skinned.size() == 1 ? *skinned.begin() : large.size() == 1 ? *large.begin() : m_tops.size();
         for (size_t n = 0; n < m_tops.size(); ++n)
         {
             if (isSkinned[n] || members[Leader(n)] != 1)

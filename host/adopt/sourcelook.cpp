@@ -34,6 +34,27 @@ void LookAtStacks(const ZSourceScene& source, const std::vector<SStackMotion>& s
         }
 }
 
+/// What else of the bones moves in a stack: user properties, lenses, visibility.
+std::vector<std::string> LostProperties(const ZSourceScene& source, const std::set<int>& bones)
+{
+    std::vector<std::string> lost;
+    for (const int nBone : bones)
+    {
+        const FbxNode& node = *source.Scene().GetNode(static_cast<size_t>(nBone));
+        std::vector<const FbxObject*> objects{&node};
+        for (size_t n = 0; n < node.GetNodeAttributeCount(); ++n)
+            objects.push_back(node.GetNodeAttribute(n));
+        std::set<std::string_view> names;
+        for (const FbxObject* pObject : objects)
+            for (const FbxObject::SCurveNodeLink& link : pObject->GetCurveNodes())
+                if (!link.property.starts_with("Lcl ") && link.pCurveNode->IsAnimated())
+                    names.insert(link.property);
+        for (const std::string_view name : names)
+            lost.push_back(std::string(name) + " of " + node.GetName());
+    }
+    return lost;
+}
+
 std::vector<SMessage> NotesOf(const ZSourceScene& source, const std::vector<SStackMotion>& stacks,
                               const std::vector<SSkeleton>& skeletons, const SSourceFile& file)
 {
@@ -47,13 +68,18 @@ std::vector<SMessage> NotesOf(const ZSourceScene& source, const std::vector<SSta
                                                   std::string(idle.size() > 1 ? "s " : " ") + Listed(idle)});
     if (const std::vector<std::string> left = LeftBehind(source, stacks, skeletons); !left.empty())
         messages.push_back(
-            {ESeverity::eWarning, std::to_string(left.size()) +
-                                      (left.size() == 1 ? " node that moves belongs" : " nodes that move belong") +
-                                      " to no skeleton and is left out: " + Listed(left)});
+            {ESeverity::eWarning,
+             std::to_string(left.size()) + (left.size() == 1 ? " node that moves belongs" : " nodes that move belong") +
+                 (left.size() == 1 ? " to no skeleton and is left out: " : " to no skeleton and are left out: ") +
+                 Listed(left)});
     std::set<int> bones;
     for (const SSkeleton& skeleton : skeletons)
         for (const SSkeletonBone& bone : skeleton.bones)
             bones.insert(bone.nNode);
+    if (const std::vector<std::string> lost = LostProperties(source, bones); !lost.empty())
+        messages.push_back({ESeverity::eWarning, "left out, since only places and directions are carried over: " +
+                                                     std::to_string(lost.size()) + " animated propert" +
+                                                     (lost.size() == 1 ? "y: " : "ies: ") + Listed(lost)});
     for (const ZSourceScene::SConstraint& constraint : source.Constraints())
     {
         std::vector<std::string> unbaked;

@@ -9,10 +9,21 @@ namespace Host
 namespace
 {
 
-constexpr const char* TRANSFORM[] = {"Lcl Translation", "Lcl Rotation", "Lcl Scaling"};
 constexpr double NEAR = 1e-3;
 /// As far as a 32-bit float counts frames without a gap.
 constexpr double FARTHEST = 16777215.0;
+
+/// Curves of a node's transform in any layer of the current stack.
+template <class TVisit>
+void ForEachCurves(const FbxNode& node, TVisit visit)
+{
+    const FbxAnimStack* pStack = node.GetScene()->GetCurrentAnimStack();
+    for (const FbxObject::SCurveNodeLink& link : node.GetCurveNodes())
+        if (link.property.starts_with("Lcl "))
+            for (size_t n = 0; pStack != nullptr && n < pStack->GetLayerCount(); ++n)
+                if (link.pCurveNode->IsInLayer(pStack->GetLayer(n)))
+                    visit(*link.pCurveNode);
+}
 
 } // namespace
 
@@ -24,12 +35,9 @@ double FrameRateOf(const FbxScene& scene)
 
 bool HasKeys(const FbxNode& node)
 {
-    return std::any_of(std::begin(TRANSFORM), std::end(TRANSFORM),
-                       [&node](const char* szName)
-                       {
-                           const FbxAnimCurveNode* pCurves = node.FindProperty(szName).GetCurveNode();
-                           return pCurves != nullptr && pCurves->IsAnimated();
-                       });
+    bool bAny = false;
+    ForEachCurves(node, [&bAny](const FbxAnimCurveNode& curves) { bAny |= curves.IsAnimated(); });
+    return bAny;
 }
 
 SFrames FramesOf(const FbxTimeSpan& span, double fFrameRate)
@@ -47,17 +55,17 @@ FbxTimeSpan SpanOfCurrentStack(const FbxScene& scene)
     if (span.start < span.stop)
         return span;
     bool bAny = false;
+    const auto widen = [&](const FbxAnimCurveNode& curves)
+    {
+        FbxTimeSpan keys;
+        if (!curves.GetAnimationInterval(keys))
+            return;
+        span.start = bAny ? std::min(span.start, keys.start) : keys.start;
+        span.stop = bAny ? std::max(span.stop, keys.stop) : keys.stop;
+        bAny = true;
+    };
     for (size_t n = 0; n < scene.GetNodeCount(); ++n)
-        for (const char* szName : TRANSFORM)
-        {
-            const FbxAnimCurveNode* pCurves = scene.GetNode(n)->FindProperty(szName).GetCurveNode();
-            FbxTimeSpan keys;
-            if (pCurves == nullptr || !pCurves->GetAnimationInterval(keys))
-                continue;
-            span.start = bAny ? std::min(span.start, keys.start) : keys.start;
-            span.stop = bAny ? std::max(span.stop, keys.stop) : keys.stop;
-            bAny = true;
-        }
+        ForEachCurves(*scene.GetNode(n), widen);
     return span;
 }
 
