@@ -40,7 +40,8 @@ private:
             return;
         try
         {
-            m_writer.WriteRig(named);
+            if (!named.bRigStays)
+                m_writer.WriteRig(named);
             ++m_summary.nRigs;
         }
         catch (const ZRefusal& e)

@@ -57,7 +57,10 @@ ZAdoptPlan::ZAdoptPlan(const SAdoptSettings& settings) : m_settings(settings)
         m_characters.emplace_back().character = std::move(character);
     NameCharacters();
     for (SNamedCharacter& named : m_characters)
+    {
         NameTakes(named);
+        LookAtOldRig(named);
+    }
 }
 
 void ZAdoptPlan::CheckWords()
@@ -157,30 +160,11 @@ void ZAdoptPlan::NameCharacters()
         named.sFolder = m_sFolder.empty() ? named.sName : m_sFolder;
         named.sRigPath = PathOf(named, named.sName + ".rig.fbx");
         named.sRigId = IdOf(named.sRigPath) + "?/" + named.sName + ".rig";
-        LookAtOldRig(named);
         ZNameSet taken;
         for (const SCharacterBone& bone : named.character.bones)
             taken.Take(bone.sName);
         const SCharacter& character = named.character;
         named.sGround = taken.Take(character.bRootBone ? character.sRootName : named.sName + "_ground");
-    }
-}
-
-/// Bones that files adopted earlier brought stay in the rig: their takes need them.
-void ZAdoptPlan::LookAtOldRig(SNamedCharacter& named)
-{
-    std::error_code error;
-    if (!Fs::exists(named.sRigPath, error) || !IsAdoptedFile(named.sRigPath))
-        return;
-    ZSourceScene source;
-    if (!source.Load(named.sRigPath))
-        return;
-    for (const SSkeleton& skeleton : FindSkeletons(source, {}))
-    {
-        m_found.push_back({m_files.size(), {}, true, skeleton});
-        if (!named.character.bPlain && !JoinOldRig(m_found, m_found.size() - 1, m_settings.eRoot, named.character))
-            named.sError =
-                "'" + named.sRigPath + "' is the rig of another skeleton; choose another --name or --to, or remove it";
     }
 }
 
@@ -226,6 +210,59 @@ void ZAdoptPlan::NameTakes(SNamedCharacter& named)
         if (byName[ToLower(sName)].size() > 1)
             sName = longNames[key];
         sName = names.Take(sName);
+    }
+}
+
+/// Takes that were adopted before, and that this run does not write anew.
+bool ZAdoptPlan::HasOtherTakes(const SNamedCharacter& named) const
+{
+    std::set<std::string> planned;
+    for (const auto& [key, sTake] : named.takes)
+        planned.insert(ToLower(named.sName + '_' + sTake + ".fbx"));
+    std::error_code error;
+    for (const Fs::directory_entry& entry : Fs::directory_iterator(Fs::path(named.sRigPath).parent_path(), error))
+    {
+        const std::string sName = ToLower(entry.path().filename().string());
+        if (sName.starts_with(ToLower(named.sName) + '_') && sName.ends_with(".fbx") && !planned.contains(sName) &&
+            IsAdoptedFile(entry.path().string()))
+            return true;
+    }
+    return false;
+}
+
+/// Bones of a rig that stands there stay in it: what was adopted before, or will be, needs them. Where these files tell
+/// all of it, and no other take is there, it is made anew.
+void ZAdoptPlan::LookAtOldRig(SNamedCharacter& named)
+{
+    std::error_code error;
+    ZSourceScene source;
+    if (named.character.bPlain || !Fs::exists(named.sRigPath, error) || !IsAdoptedFile(named.sRigPath) ||
+        !source.Load(named.sRigPath))
+        return;
+    const std::vector<SSkeleton> skeletons = FindSkeletons(source, {});
+    const bool bOthers = HasOtherTakes(named);
+    std::set<std::string> known;
+    for (const size_t nPart : named.character.parts)
+        for (const SSkeletonBone& bone : m_found[nPart].skeleton.bones)
+            known.insert(ToLower(bone.sName));
+    for (const SSkeleton& skeleton : skeletons)
+    {
+        const auto isNew = [&known](const SSkeletonBone& bone) { return !known.contains(ToLower(bone.sName)); };
+        if (!bOthers && std::none_of(skeleton.bones.begin(), skeleton.bones.end(), isNew))
+            continue;
+        m_found.push_back({m_files.size(), {}, true, skeleton});
+        const std::string sRig = '\'' + named.sRigPath + '\'';
+        const bool bSameGround = skeleton.nRootNode >= 0 &&
+                                 ToLower(source.Scene().GetNode(static_cast<size_t>(skeleton.nRootNode))->GetName()) ==
+                                     ToLower(named.sGround);
+        if (!JoinOldRig(m_found, m_found.size() - 1, m_settings.eRoot, named.character))
+            named.sError = sRig + " is the rig of another skeleton; choose another --name or --to, or remove it";
+        else if (!bSameGround)
+            named.sError = sRig + " has another ground, which takes that stand there need; choose another --root, "
+                                  "--name or --to, or adopt all of them again";
+        else
+            named.bRigStays =
+                m_found[named.character.parts.front()].bOld && skeleton.bones.size() == named.character.bones.size();
     }
 }
 

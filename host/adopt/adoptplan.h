@@ -23,6 +23,7 @@ struct SNamedCharacter
     std::string sGround; ///< the ground's node
     std::string sRigId;
     std::string sRigPath;
+    bool bRigStays = false;             ///< the rig that is there has all that is needed
     std::string sError;                 ///< it is refused
     std::map<TTake, std::string> takes; ///< names of its takes
 };
@@ -53,8 +54,9 @@ private:
     std::string StemOf(size_t nFile) const;
     std::string CommonStem(const std::set<size_t>& files) const;
     void NameCharacters();
-    void LookAtOldRig(SNamedCharacter& named);
     void NameTakes(SNamedCharacter& named);
+    void LookAtOldRig(SNamedCharacter& named);
+    bool HasOtherTakes(const SNamedCharacter& named) const;
 
     const SAdoptSettings& m_settings;
     std::string m_sFolder;

@@ -76,8 +76,6 @@ void ZAdoptWriter::WriteRig(const SNamedCharacter& named) const
 {
     const ZAdoptedPose pose(named.character, nullptr, {}, -1);
     SPlainScene scene = SceneOf(named, pose.Rest());
-    const size_t nFirst = m_plan.Found()[named.character.parts.front()].nFile;
-    scene.fFrameRate = m_plan.Files()[nFirst].fFrameRate;
     SMarks marks;
     marks.nodes.push_back({named.sGround,
                            {FlagMark("IsGroundRoot"), FlagMark("IsRig"), TextMark("GroundName", named.sName),

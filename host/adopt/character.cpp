@@ -68,7 +68,10 @@ public:
 
     void Join(ERoot eRoot)
     {
-        const SSkeleton& first = m_found[m_character.parts.front()].skeleton;
+        // What stands in the tree already tells of bones alone.
+        const size_t nFirst = *std::find_if(m_character.parts.begin(), m_character.parts.end(),
+                                            [this](size_t nPart) { return !m_found[nPart].bOld; });
+        const SSkeleton& first = m_found[nFirst].skeleton;
         m_character.bPlain = first.bPlain;
         ChooseRoot(eRoot, first);
         for (const size_t nPart : m_character.parts)
@@ -84,7 +87,7 @@ private:
     const SSkeleton* FirstWith(TTest test) const
     {
         for (const size_t nPart : m_character.parts)
-            if (test(m_found[nPart].skeleton))
+            if (!m_found[nPart].bOld && test(m_found[nPart].skeleton))
                 return &m_found[nPart].skeleton;
         return nullptr;
     }
@@ -218,7 +221,10 @@ bool JoinOldRig(const std::vector<SFoundSkeleton>& found, size_t nOld, ERoot eRo
         return false;
     SCharacter joined;
     joined.parts = character.parts;
-    joined.parts.push_back(nOld);
+    // A skin brings the rest that it was made for; without one, that of the rig holds.
+    joined.parts.insert(std::find_if(joined.parts.begin(), joined.parts.end(),
+                                     [&found](size_t nPart) { return !found[nPart].skeleton.bSkinned; }),
+                        nOld);
     ZJoiner(found, joined).Join(eRoot);
     character = std::move(joined);
     return true;
