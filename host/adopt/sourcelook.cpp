@@ -77,9 +77,12 @@ std::vector<SMessage> NotesOf(const ZSourceScene& source, const std::vector<SSta
         for (const SSkeletonBone& bone : skeleton.bones)
             bones.insert(bone.nNode);
     if (const std::vector<std::string> lost = LostProperties(source, bones); !lost.empty())
-        messages.push_back({ESeverity::eWarning, "left out, since only places and directions are carried over: " +
-                                                     std::to_string(lost.size()) + " animated propert" +
-                                                     (lost.size() == 1 ? "y: " : "ies: ") + Listed(lost)});
+        messages.push_back(
+            {std::all_of(lost.begin(), lost.end(), [](const std::string& s) { return s.starts_with("Visibility "); })
+                 ? ESeverity::eInfo
+                 : ESeverity::eWarning,
+             "left out, since only places and directions are carried over: " + std::to_string(lost.size()) +
+                 " animated propert" + (lost.size() == 1 ? "y: " : "ies: ") + Listed(lost)});
     for (const ZSourceScene::SConstraint& constraint : source.Constraints())
     {
         std::vector<std::string> unbaked;
