@@ -1,5 +1,6 @@
 #include "fbx/file/fbxdocument.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -103,6 +104,35 @@ SFbxValue FbxDocument::Text(std::string_view text)
     value.p = copy.data();
     value.n = static_cast<uint32_t>(copy.size());
     return value;
+}
+
+template <class T>
+SFbxValue FbxDocument::Array(char type, const std::vector<T>& numbers)
+{
+    T* pNumbers = m_tree.arena.AllocateArray<T>(numbers.size());
+    std::copy(numbers.begin(), numbers.end(), pNumbers);
+    SFbxValue value{};
+    value.type = type;
+    value.letter = type;
+    value.bNative = true;
+    value.p = reinterpret_cast<const char*>(pNumbers);
+    value.n = static_cast<uint32_t>(numbers.size());
+    return value;
+}
+
+SFbxValue FbxDocument::Ints(const std::vector<int32_t>& numbers)
+{
+    return Array('i', numbers);
+}
+
+SFbxValue FbxDocument::Longs(const std::vector<int64_t>& numbers)
+{
+    return Array('l', numbers);
+}
+
+SFbxValue FbxDocument::Floats(const std::vector<float>& numbers)
+{
+    return Array('f', numbers);
 }
 
 SFbxValue FbxDocument::Name(std::string_view name, std::string_view className)

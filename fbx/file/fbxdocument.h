@@ -48,6 +48,9 @@ public:
     /// As the file's kind has it: a letter, or a one.
     static SFbxValue Flag(bool b);
     SFbxValue Text(std::string_view text);
+    SFbxValue Ints(const std::vector<int32_t>& numbers);
+    SFbxValue Longs(const std::vector<int64_t>& numbers);
+    SFbxValue Floats(const std::vector<float>& numbers);
     /// An object's name with its class, in the way of the file's kind.
     SFbxValue Name(std::string_view name, std::string_view className);
 
@@ -55,6 +58,8 @@ public:
 
 private:
     bool Read();
+    template <class T>
+    SFbxValue Array(char type, const std::vector<T>& numbers);
     bool Fail(std::string sWhat);
     void ToText();
     void ToBinary();

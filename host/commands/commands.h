@@ -18,6 +18,7 @@ int RunVerify(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
 int RunEffect(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);
+int RunAdopt(const SOptions& options, ZConsole& console);
 
 /// The whole program.
 int RunProgram(int nArguments, const char* const* ppArguments);

@@ -56,6 +56,15 @@ Every bone of the rig at every frame of the take, as the character sees it: what
 the scene says. Millimetres are the way between points 3 cm from the bone along each of its axes.
 )";
 
+constexpr const char ADOPT_HELP[] = R"(
+Writes FOLDER/NAME.rig.fbx, and FOLDER/NAME_STACK.fbx for each animated stack with a take over all of it: plain nodes in
+centimetres without namespaces or scale, one key a frame. The files named are only read.
+
+Examples:
+  animpack adopt ~/Downloads/hero.fbx --assets art
+  animpack adopt hero.fbx hero_walk.fbx hero_run.fbx --to characters/hero --name hero
+)";
+
 std::string DerivedKindsHelp()
 {
     std::string sText = "\nExtensions:\n";
@@ -85,11 +94,15 @@ void ParseList(const std::string& sName, const std::string& sText, std::vector<T
 
 const std::map<std::string, EWhen> WHEN{{"auto", EWhen::eAuto}, {"always", EWhen::eAlways}, {"never", EWhen::eNever}};
 
+const std::map<std::string, ERoot> ROOTS{
+    {"", ERoot::eChosen}, {"floor", ERoot::eFloor}, {"static", ERoot::eStatic}, {"keep", ERoot::eKeep}};
+
 struct SRawOptions
 {
     std::string sColor = "auto";
     std::string sProgress = "auto";
     std::string sMarks, sMarked;
+    std::string sRoot;
     std::string sSource; ///< of the commands that take one
     std::string sFrames, sAt, sTicks;
     uint64_t nMemoryMegabytes = 4096;
@@ -255,6 +268,19 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pMark->add_option("MARKS", raw.sMarks, "What to mark, as JSON: see docs/marking.md")->required();
     pMark->add_option("OUT", raw.sMarked, "The file to write; may be IN")->required();
 
+    CLI::App* pAdopt = add("adopt", "Make characters of the asset tree from FBX files as downloaded, ready to build");
+    pAdopt->add_option("FILE", options.sources, "FBX files; those of one skeleton share a rig")->required();
+    pAdopt->add_option("--assets", options.session.sAssets, ASSETS_HELP);
+    pAdopt->add_option("--to", options.sFolder, "Folder below --assets to write to [default: the character's name]");
+    pAdopt->add_option("--name", options.sName, "The character's name [default: made of the files' names]");
+    pAdopt
+        ->add_option("--root", raw.sRoot,
+                     "Where the way of a character goes: to a ground that follows the hips on the floor, nowhere, or "
+                     "with the file's own root [default: keep where that moves, else floor]")
+        ->check(CLI::IsMember({"floor", "static", "keep"}));
+    pAdopt->add_flag("--dry-run", options.bDryRun, "Tell all of it and write nothing");
+    pAdopt->footer(ADOPT_HELP);
+
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery})
@@ -272,6 +298,7 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
         options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
+    options.eRoot = ROOTS.at(raw.sRoot);
     options.eColor = WHEN.at(raw.sColor);
     options.eProgress = WHEN.at(raw.sProgress);
     options.session.nMemoryLimit = raw.nMemoryMegabytes << 20;

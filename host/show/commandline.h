@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/adopt/character.h"
 #include "host/build/session.h"
 #include "host/index/query.h"
 
@@ -51,6 +52,12 @@ struct SOptions
     // Of stats.
     std::string sSaveId; ///< empty: nothing is saved
     size_t nTop = 10;    ///< of the largest animations, how many are listed
+
+    // Of adopt.
+    std::string sFolder; ///< below --assets; empty: the character's name
+    std::string sName;   ///< empty: made of the files' names
+    ERoot eRoot = ERoot::eChosen;
+    bool bDryRun = false;
 
     // Of verify; infinite: no bound.
     double fMaxMillimetres = std::numeric_limits<double>::infinity();

@@ -389,6 +389,53 @@ READ_AS = {
 EXTRA_FRAMES = {"open": (9, 10, 11, 30, 31, 32, 33), "slam": (-10, -9, -8, -7, -6)}
 
 
+# A character as exporters leave it: bones in metres below an armature that is scaled by 100, Y up, a namespace, a stack
+# for each motion, a mesh beside; no marks.
+HIKER_BONES = (
+    ("Hips", None, (0, 0, 0.9)), ("Spine", "Hips", (0, 0.02, 0.2)), ("Head", "Spine", (0, -0.02, 0.45)),
+    ("LeftArm", "Spine", (0.2, 0, 0.35)), ("LeftForeArm", "LeftArm", (0.26, 0, 0)),
+    ("RightArm", "Spine", (-0.2, 0, 0.35)), ("RightForeArm", "RightArm", (-0.26, 0, 0)),
+    ("LeftUpLeg", "Hips", (0.1, 0, -0.05)), ("LeftLeg", "LeftUpLeg", (0, 0, -0.42)), ("LeftFoot", "LeftLeg", (0, 0, -0.4)),
+    ("RightUpLeg", "Hips", (-0.1, 0, -0.05)), ("RightLeg", "RightUpLeg", (0, 0, -0.42)),
+    ("RightFoot", "RightLeg", (0, 0, -0.4)))
+HIKER_STACKS = {"Idle": (0, 24), "Walk": (0, 30), "Turn": (10, 40)}
+
+
+def hiker(stacks=("Idle", "Walk", "Turn"), namespace="hiker:", bones=None, mesh=True):
+    """`bones`: only these, by name."""
+    scene = Scene(fps=24, up="Y", span=(0, 40))
+    armature = scene.node("Armature", rotation=(-90, 0, 0), scaling=(100, 100, 100))
+    nodes = {}
+    for name, parent, place in HIKER_BONES:
+        if bones is None or name in bones:
+            nodes[name] = scene.node(namespace + name, "LimbNode", nodes.get(parent, armature), translation=place)
+    if mesh:
+        scene.node("Hiker_Mesh", "Mesh", rotation=(-90, 0, 0), scaling=(100, 100, 100))
+    for n, stack in enumerate(stacks):
+        first, last = HIKER_STACKS[stack]
+        scene.stack("Armature|" + stack, (first, last))
+        keys = {}
+        for f in range(first, last + 1):
+            u = (f - first) / (last - first)
+            swing = 25 * math.sin(4 * math.pi * u) * (stack == "Walk")
+            pose = {"Head": (4 * math.sin(2 * math.pi * u), 0, 9 * u), "LeftArm": (swing, 30, 0),
+                    "RightArm": (-swing, -30, 0), "LeftUpLeg": (-swing, 0, 0), "RightUpLeg": (swing, 0, 0),
+                    "LeftLeg": (abs(swing), 0, 0), "RightLeg": (abs(swing), 0, 0)}
+            if stack == "Turn":
+                pose["Hips"] = (0, 0, 90 * motions.smooth(u))
+            for name, angles in pose.items():
+                if name in nodes:
+                    keys.setdefault((name, "Lcl Rotation"), []).append((f, grid(angles)))
+            way = (0, -1.5 * u * (stack == "Walk"), 0.9 + 0.02 * math.sin(8 * math.pi * u))
+            keys.setdefault(("Hips", "Lcl Translation"), []).append((f, grid(way)))
+        for (name, channel), column in keys.items():
+            scene.animate(nodes[name], channel, column, stack=n)
+    return scene
+
+
+STOCK = {"hiker.fbx": hiker}
+
+
 def main():
     top = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
     os.makedirs(os.path.join(top, "expected"), exist_ok=True)
@@ -411,7 +458,10 @@ def main():
             if result.get("takes") or result.get("nodes") or result.get("properties"):
                 evaluate.write_json(os.path.join(top, "expected", stem + ".json"), result)
     os.remove(twin)
-    print("%d files, %d bytes" % (len(TREE), total))
+    os.makedirs(os.path.join(top, "stock"), exist_ok=True)
+    for name, make in STOCK.items():
+        total += len(make().write(os.path.join(top, "stock", name)))
+    print("%d files, %d bytes" % (len(TREE) + len(STOCK), total))
 
 
 if __name__ == "__main__":

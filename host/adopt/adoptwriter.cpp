@@ -1,0 +1,148 @@
+#include "host/adopt/adoptwriter.h"
+
+#include "host/adopt/adoptedpose.h"
+#include "host/adopt/plainscene.h"
+#include "host/adopt/safenames.h"
+#include "host/files/outputfile.h"
+#include "host/marking/marking.h"
+
+#include <filesystem>
+
+namespace Host
+{
+
+namespace
+{
+
+namespace Fs = std::filesystem;
+
+/// What a take may come to: bones times frames. Memory is 24 bytes for each, twice while it is written.
+constexpr int64_t MOST_KEYS = 20000000;
+
+SPropertyMark FlagMark(const char* szName)
+{
+    return {szName, false, "bool", "", "U", 'I', {1.0}, {}};
+}
+
+SPropertyMark TextMark(const char* szName, const std::string& sText)
+{
+    return {szName, false, "KString", "", "U", 'S', {}, sText};
+}
+
+SPlainScene SceneOf(const SNamedCharacter& named, const std::vector<SRigid>& rest)
+{
+    SPlainScene scene;
+    scene.nodes.push_back({named.sGround, false, -1, rest.front(), {}, {}});
+    for (size_t n = 0; n < named.character.bones.size(); ++n)
+    {
+        const SCharacterBone& bone = named.character.bones[n];
+        scene.nodes.push_back({bone.sName, true, bone.nParent + 1, rest[n + 1], {}, {}});
+    }
+    return scene;
+}
+
+void Finish(SPlainScene& scene, const SMarks& marks, FbxDocument& document)
+{
+    std::vector<std::string> warnings;
+    if (!MakeDocument(scene, document))
+        throw ZRefusal(document.Error());
+    ApplyMarks(marks, document, warnings);
+}
+
+} // namespace
+
+void ZAdoptWriter::Write(FbxDocument& document, const std::string& sPath) const
+{
+    std::error_code error;
+    for (const std::string& sSource : m_plan.Settings().files)
+        if (Fs::equivalent(sSource, sPath, error))
+            throw ZRefusal("'" + sPath + "' is what it would write, and a source; choose another --to or --name");
+    if (Fs::exists(sPath, error) && !IsAdoptedFile(sPath))
+        throw ZRefusal("'" + sPath + "' is there already and no file that adopt wrote; choose another --to or --name");
+    std::string sBytes;
+    if (!document.Write(sBytes))
+        throw ZRefusal("'" + sPath + "': " + document.Error());
+    if (m_plan.Settings().bDryRun)
+        return;
+    ZOutputFile file;
+    if (!file.Open(Fs::absolute(sPath).lexically_normal().string()) || !file.Write(sBytes.data(), sBytes.size()))
+        throw ZRefusal("'" + sPath + "': " + file.Error());
+    file.Close();
+    if (!file.Publish())
+        throw ZRefusal("'" + sPath + "': " + file.Error());
+}
+
+void ZAdoptWriter::WriteRig(const SNamedCharacter& named) const
+{
+    const ZAdoptedPose pose(named.character, nullptr, {}, -1);
+    SPlainScene scene = SceneOf(named, pose.Rest());
+    SMarks marks;
+    marks.nodes.push_back({named.sGround,
+                           {FlagMark("IsGroundRoot"), FlagMark("IsRig"), TextMark("GroundName", named.sName),
+                            TextMark("RigResource", named.sRigId)}});
+    FbxDocument document;
+    Finish(scene, marks, document);
+    Write(document, named.sRigPath);
+}
+
+void ZAdoptWriter::WriteTake(const SNamedCharacter& named, const ZSourceScene& source, SNamedCharacter::TTake key,
+                             SAdopted& result) const
+{
+    const auto [nFile, nStack] = key;
+    const std::string& sTake = named.takes.at(key);
+    const SSourceFile& file = m_plan.Files()[nFile];
+    const SSourceFile::SStack& stack = file.stacks[nStack];
+    const SCharacter& character = named.character;
+    if (stack.frames.Count() > MOST_KEYS / static_cast<int64_t>(result.nBones))
+        throw ZRefusal("has " + std::to_string(stack.frames.Count()) + " frames of " + std::to_string(result.nBones) +
+                       " bones, which is too much for a take");
+    source.Scene().SetCurrentAnimStack(source.Scene().GetAnimStack(nStack));
+    ZAdoptedPose pose(character, &source, NodesOfBones(character, m_plan.Found(), nFile),
+                      NodeOfRoot(character, m_plan.Found(), nFile));
+    SPlainScene scene = SceneOf(named, pose.Rest());
+    scene.nTimeMode = source.Scene().GetGlobalSettings().GetTimeMode();
+    scene.fFrameRate = file.fFrameRate;
+    scene.sStack = sTake;
+    scene.nFirstFrame = static_cast<int32_t>(stack.frames.nFirst);
+    scene.nLastFrame = static_cast<int32_t>(stack.frames.nLast);
+    for (int32_t nFrame = scene.nFirstFrame; nFrame <= scene.nLastFrame; ++nFrame)
+    {
+        const std::vector<SRigid>& locals = pose.At(FbxTime::FromFrame(nFrame, file.fFrameRate));
+        if (const int nBad = pose.BadBone(); nBad >= 0)
+            throw ZRefusal("the place of '" + character.bones[static_cast<size_t>(nBad)].sName +
+                           "' is no number in frame " + std::to_string(nFrame));
+        for (size_t n = 0; n < locals.size(); ++n)
+            AddKey(scene.nodes[n], locals[n]);
+    }
+    for (SPlainNode& node : scene.nodes)
+        DropIdleKeys(node);
+
+    SMarks marks;
+    marks.nodes.push_back(
+        {named.sGround,
+         {FlagMark("IsGroundRoot"), TextMark("GroundName", named.sName), TextMark("RigResource", named.sRigId)}});
+    STakeMark take;
+    take.sGround = named.sGround;
+    take.sName = sTake;
+    take.nStartFrame = scene.nFirstFrame;
+    take.nEndFrame = scene.nLastFrame;
+    ZNameSet names;
+    for (const SPlainNode& node : scene.nodes)
+        names.Take(node.sName);
+    take.sNode = names.Take("TAKE_" + sTake);
+    marks.takes.push_back(take);
+
+    result.bTake = true;
+    result.sStack = stack.sName;
+    result.sWritten = m_plan.PathOf(named, named.sName + '_' + sTake + ".fbx");
+    result.sTakeId = m_plan.IdOf(result.sWritten) + "?/" + sTake + ".take";
+    result.nFirstFrame = stack.frames.nFirst;
+    result.nLastFrame = stack.frames.nLast;
+    if (!m_plan.IsAmong(named, nFile, stack.moving))
+        result.messages.push_back({ESeverity::eWarning, "nothing moves in the stack '" + stack.sName + "'"});
+    FbxDocument document;
+    Finish(scene, marks, document);
+    Write(document, result.sWritten);
+}
+
+} // namespace Host
