@@ -54,6 +54,9 @@ constexpr const char ASSETS_HELP[] =
 constexpr const char VERIFY_HELP[] = R"(
 Every bone of the rig at every frame of the take, as the character sees it: what the packed file decodes to, beside what
 the scene says. Millimetres are the way between points 3 cm from the bone along each of its axes.
+
+A bone below the ground that moves in the scene and not in the packed file is an error, whether or not the rig has it: its
+motion was lost. Partial takes, helper bones and scale are left out on purpose.
 )";
 
 constexpr const char ADOPT_HELP[] = R"(

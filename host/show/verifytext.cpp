@@ -4,15 +4,29 @@
 #include "host/text/textformat.h"
 #include "host/text/texttable.h"
 
+#include <algorithm>
+
 namespace Host
 {
 
 std::string BoundsText(const SVerified& result, double fMaxMillimetres, double fMaxDegrees)
 {
     std::string sText;
+    if (!result.lostBones.empty())
+    {
+        sText = "motion of " + std::to_string(result.lostBones.size()) +
+                (result.lostBones.size() == 1 ? " bone" : " bones") + " did not come through: ";
+        constexpr size_t MOST_NAMES = 5;
+        for (size_t n = 0; n < std::min(result.lostBones.size(), MOST_NAMES); ++n)
+            sText += (n != 0 ? ", '" : "'") + result.lostBones[n] + "'";
+        if (result.lostBones.size() > MOST_NAMES)
+            sText += " and " + std::to_string(result.lostBones.size() - MOST_NAMES) + " more";
+        sText += Formatted(", by up to %.4g mm", result.fLostMillimetres);
+    }
     if (!(result.fMaxMillimetres <= fMaxMillimetres))
-        sText = Formatted("%.4f mm off at the bone '%s' in frame %u, more than --max-mm %g", result.fMaxMillimetres,
-                          result.sWorstBone.c_str(), result.nWorstFrame, fMaxMillimetres);
+        sText += (sText.empty() ? "" : "; ") +
+                 Formatted("%.4f mm off at the bone '%s' in frame %u, more than --max-mm %g", result.fMaxMillimetres,
+                           result.sWorstBone.c_str(), result.nWorstFrame, fMaxMillimetres);
     if (!(result.fMaxDegrees <= fMaxDegrees))
         sText += (sText.empty() ? "" : "; ") +
                  Formatted("%.4f degrees off at the bone '%s' in frame %u, more than --max-degrees %g",
@@ -39,6 +53,10 @@ std::string VerifyLine(const SPackedAnimation& packed, const std::string& sError
         json.UnsignedField("worstFrame", result.nWorstFrame);
         json.TextField("worstRotationBone", result.sWorstTurned);
         json.UnsignedField("worstRotationFrame", result.nWorstTurnedFrame);
+        const auto text = [&json](const std::string& s) { json.Text(s); };
+        json.ListField("lostBones", result.lostBones, text);
+        json.NumberField("lostMillimetres", result.fLostMillimetres);
+        json.ListField("droppedScale", result.droppedScale, text);
     }
     json.Close('}');
     return json.Take();

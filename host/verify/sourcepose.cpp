@@ -2,6 +2,7 @@
 
 #include "fbx/scene/fbxscene.h"
 #include "host/files/resourceids.h"
+#include "host/verify/groundnodes.h"
 #include "resource/animation/fbximport/fbxanimationutils.h"
 
 #include <algorithm>
@@ -12,72 +13,12 @@
 namespace Host
 {
 
-using ResourceAnimation::ZFbxGround;
-
 namespace
 {
 
-constexpr double METRES_PER_UNIT = 0.01;
 constexpr uint32_t NO_BONE = UINT32_MAX;
 
-/// Bones of a biped that the runtime moves by itself.
-constexpr std::string_view HELPERS[] = {
-    "bip01_lthightwist",  "bip01_lthightwist1", "bip01_lcalftwist",   "bip01_lcalftwist1", "bip01_rthightwist",
-    "bip01_rthightwist1", "bip01_rcalftwist",   "bip01_rcalftwist1",  "bip01_luparmtwist", "bip01_luparmtwist1",
-    "bip01_l_foretwist",  "bip01_l_foretwist1", "bip01_l_foretwist2", "bip01_ruparmtwist", "bip01_ruparmtwist1",
-    "bip01_r_foretwist",  "bip01_r_foretwist1", "bip01_r_foretwist2", "bone_l_elbow",      "bone_r_elbow",
-    "bone_l_knee",        "bone_r_knee",        "bone_l_buttock",     "bone_r_buttock"};
-
-std::string WithoutNamespace(std::string_view name)
-{
-    return std::string(name.substr(name.rfind(':') + 1));
-}
-
-struct SNode
-{
-    const FbxNode* pNode;
-    bool bRootObject;
-};
-
-/// Depth first: the ground and all below it, then each root object with all below it; take nodes are none of these.
-std::vector<SNode> NodesOf(const ZFbxGround& ground)
-{
-    std::vector<SNode> nodes;
-    std::vector<bool> seen(ground.m_pFbxNode->GetScene()->GetNodeCount(), false);
-    const auto walk = [&](const FbxNode* pRoot, bool bRootObject)
-    {
-        std::vector<const FbxNode*> pending{pRoot};
-        while (!pending.empty())
-        {
-            const FbxNode* pNode = pending.back();
-            pending.pop_back();
-            const auto nIndex = static_cast<size_t>(pNode->GetIndex());
-            if (seen[nIndex] || pNode->FindProperty("IsTakeNode").IsValid())
-                continue;
-            seen[nIndex] = true;
-            nodes.push_back({pNode, bRootObject && pNode == pRoot});
-            for (size_t n = pNode->GetChildCount(); n-- > 0;)
-                pending.push_back(pNode->GetChild(n));
-        }
-    };
-    walk(ground.m_pFbxNode, false);
-    for (const FbxNode* pRoot : ground.m_rootObjects)
-        walk(pRoot, true);
-    return nodes;
-}
-
 } // namespace
-
-ZSourcePose::SBone ZSourcePose::Compose(const SBone& parent, const SBone& child)
-{
-    return {parent.t + parent.q.Rotate(child.t), parent.q * child.q};
-}
-
-ZSourcePose::SBone ZSourcePose::Relate(const SBone& parent, const SBone& child)
-{
-    const FbxQuaternion back = parent.q.Conjugate();
-    return {back.Rotate(child.t - parent.t), back * child.q};
-}
 
 ZSourcePose::ZSourcePose(const ResourceAnimation::ZFbxTakeData& take, const ZAnimationRig& rig,
                          const ZAnimPoseDescriptor& descriptor)
@@ -96,7 +37,7 @@ ZSourcePose::ZSourcePose(const ResourceAnimation::ZFbxTakeData& take, const ZAni
                               wide(bone.rotation.w)};
         m_bindPose.push_back(
             {{wide(bone.translation.x), wide(bone.translation.y), wide(bone.translation.z)}, q.Normalized()});
-        if (m_nBiped == NO_BONE && rig.Name(n).View() == "Bip01")
+        if (m_nBiped == NO_BONE && rig.Name(n).View() == FOLDED_BONE)
             m_nBiped = n;
     }
     ListNodes();
@@ -110,9 +51,9 @@ void ZSourcePose::ListNodes()
 {
     std::unordered_map<std::string, uint32_t> bones;
     for (uint32_t n = 0; n < m_rig.BoneCount(); ++n)
-        bones.try_emplace(ToLower(m_rig.Name(n).View()), n);
+        bones.try_emplace(ToLower(WithoutNamespace(m_rig.Name(n).View())), n);
     std::vector<size_t> places(m_rig.BoneCount(), 0);
-    const std::vector<SNode> nodes = NodesOf(*m_take.m_pGround);
+    const std::vector<SGroundNode> nodes = NodesOf(*m_take.m_pGround);
     const bool bPartial = !m_take.m_partialList.IsEmpty();
     for (size_t n = 0; n < nodes.size(); ++n)
     {
@@ -136,7 +77,7 @@ void ZSourcePose::ListNodes()
             source.bPacked = !bPartial;
             places[n] = nodes.size() + n;
         }
-        if (std::find(std::begin(HELPERS), std::end(HELPERS), ToLower(m_rig.Name(n).View())) != std::end(HELPERS))
+        if (IsHelperBone(ToLower(m_rig.Name(n).View())))
             source.bPacked = false;
     }
     if (m_nBiped == NO_BONE || (bPartial && m_sources[m_nBiped].pNode == nullptr))
@@ -145,31 +86,27 @@ void ZSourcePose::ListNodes()
         m_sources[n].bFolds = m_rig.ParentId(n) == SBoneId(static_cast<int>(m_nBiped)) && places[n] > places[m_nBiped];
 }
 
-ZSourcePose::SBone ZSourcePose::KeyOf(const SSource& source, uint32_t nBone, FbxTime time) const
+SRigidBone ZSourcePose::KeyOf(const SSource& source, uint32_t nBone, FbxTime time) const
 {
     if (source.pNode == nullptr)
         return m_bindPose[nBone];
-    const FbxTransform local = source.pNode->EvaluateLocalTransform(time);
-    const double fSum = local.t.x + local.t.y + local.t.z + local.q.x + local.q.y + local.q.z + local.q.w;
-    if (!std::isfinite(fSum))
-        throw std::runtime_error(std::string("the transform of '") + source.pNode->GetName() + "' is no number");
-    return {local.t * METRES_PER_UNIT, local.q.Normalized()};
+    return Host::LocalOf(*source.pNode, time);
 }
 
-ZSourcePose::SBone ZSourcePose::LocalOf(uint32_t nBone, FbxTime time) const
+SRigidBone ZSourcePose::LocalOf(uint32_t nBone, FbxTime time) const
 {
     const SSource& source = m_sources[nBone];
     if (!source.bPacked)
         return m_bindPose[nBone];
     if (nBone == m_nBiped)
         return {};
-    SBone key = KeyOf(source, nBone, time);
+    SRigidBone key = KeyOf(source, nBone, time);
     if (source.bRootObject)
         key = Relate(KeyOf(m_sources[0], 0, time), key);
     if (source.bFolds)
     {
         const SSource& biped = m_sources[m_nBiped];
-        SBone parent = KeyOf(biped, m_nBiped, time);
+        SRigidBone parent = KeyOf(biped, m_nBiped, time);
         if (biped.bRootObject)
             parent = Relate(KeyOf(m_sources[0], 0, time), parent);
         key = Compose(parent, key);
@@ -177,13 +114,13 @@ ZSourcePose::SBone ZSourcePose::LocalOf(uint32_t nBone, FbxTime time) const
     return key;
 }
 
-const std::vector<ZSourcePose::SBone>& ZSourcePose::Evaluate(uint32_t nFrame)
+const std::vector<SRigidBone>& ZSourcePose::Evaluate(uint32_t nFrame)
 {
     const FbxTime time =
         ResourceAnimation::TimeOfFrame(static_cast<int32_t>(int64_t{m_take.m_startFrame} + nFrame), m_take.m_frameRate);
     for (const ZAnimPoseDescriptor::SStep& step : m_descriptor.Steps())
     {
-        SBone bone = LocalOf(step.m_uiBone, time);
+        SRigidBone bone = LocalOf(step.m_uiBone, time);
         if (m_rig.TrajectoryIndex() == SBoneId(static_cast<int>(step.m_uiBone)) && m_sources[step.m_uiBone].bPacked)
             bone = Relate(m_firstTrajectory, bone);
         m_pose[step.m_uiBone] = step.m_uiParent == SBoneId::INVALID_ID ? bone : Compose(m_pose[step.m_uiParent], bone);

@@ -5,6 +5,7 @@
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"
 #include "host/module/hostmodule.h"
+#include "host/verify/arrival.h"
 #include "host/verify/sourcepose.h"
 #include "resource/animation/frame/animationexception.h"
 
@@ -32,7 +33,7 @@ double DegreesBetween(const FbxQuaternion& a, const FbxQuaternion& b)
 }
 
 /// The runtime's sense turned to the scene's.
-ZSourcePose::SBone FromRuntime(const SQV& transform)
+SRigidBone FromRuntime(const SQV& transform)
 {
     const SQuaternion& r = transform.rotation;
     const SVector4& t = transform.translation;
@@ -63,18 +64,23 @@ public:
         if (take.m_frameCount < 0 || static_cast<uint32_t>(take.m_frameCount) != m_result.nFrames)
             return Fail("the packed animation has " + std::to_string(m_result.nFrames) + " frames, its take " +
                         std::to_string(take.m_frameCount) + ": one of them is older");
+        m_pArrival = std::make_unique<ZArrival>(take, m_animation.Rig());
         m_pSource = std::make_unique<ZSourcePose>(take, m_animation.Rig(), *m_animation.Descriptor());
         return true;
     }
 
     void Compare(uint32_t nFrame)
     {
-        const std::vector<ZSourcePose::SBone>& wanted = m_pSource->Evaluate(nFrame);
+        const std::vector<SRigidBone>& wanted = m_pSource->Evaluate(nFrame);
         m_animation.Sampler().Sample(nFrame, *m_pPose);
         m_pPose->ToCharacterSpace();
+        m_got.clear();
+        for (uint32_t n = 0; n < m_result.nBones; ++n)
+            m_got.push_back(FromRuntime(m_pPose->Character()[n]));
+        m_pArrival->Look(nFrame, m_got);
         for (uint32_t n = 0; n < m_result.nBones; ++n)
         {
-            const ZSourcePose::SBone got = FromRuntime(m_pPose->Character()[n]);
+            const SRigidBone& got = m_got[n];
             const double fDegrees = DegreesBetween(wanted[n].q, got.q);
             // What is no number is the worst there is.
             if (!(fDegrees <= m_result.fMaxDegrees))
@@ -104,6 +110,9 @@ public:
             const double fPoints = static_cast<double>(std::size(POINTS)) * m_result.nBones * m_result.nFrames;
             m_result.fMeanMillimetres = fPoints > 0.0 ? m_fSum / fPoints : 0.0;
             m_result.sWorstBone = ToStd(m_animation.Rig().Name(m_nWorst));
+            m_result.lostBones = m_pArrival->LostBones();
+            m_result.fLostMillimetres = m_pArrival->LostMillimetres();
+            m_result.droppedScale = m_pArrival->DroppedScale();
             m_result.sWorstTurned = ToStd(m_animation.Rig().Name(m_nWorstTurned));
         }
         return std::move(m_result);
@@ -123,6 +132,8 @@ private:
     ZPackedPose m_animation;
     TSharedPtr<ZAnimPoseBuffer> m_pPose;
     std::unique_ptr<ZSourcePose> m_pSource;
+    std::unique_ptr<ZArrival> m_pArrival;
+    std::vector<SRigidBone> m_got;
     SVerified m_result;
     double m_fSum = 0.0;
     uint32_t m_nWorst = 0;

@@ -25,6 +25,9 @@ struct SVerified
     uint32_t nWorstFrame = 0;
     std::string sWorstTurned; ///< of fMaxDegrees
     uint32_t nWorstTurnedFrame = 0;
+    std::vector<std::string> lostBones;    ///< whose motion did not come through, though nobody left it out
+    double fLostMillimetres = 0.0;         ///< of these at worst
+    std::vector<std::string> droppedScale; ///< nodes whose scale no packed animation holds
 };
 
 /// Compares packed animations with the scenes that they were made from: every bone of the rig at every frame, as the

@@ -34,6 +34,16 @@ std::string EncodeVerified(const SVerified& result)
     json.Unsigned(result.nWorstFrame);
     json.Text(result.sWorstTurned);
     json.Unsigned(result.nWorstTurnedFrame);
+    const auto list = [&json](const std::vector<std::string>& names)
+    {
+        json.Open('[');
+        for (const std::string& sName : names)
+            json.Text(sName);
+        json.Close(']');
+    };
+    list(result.lostBones);
+    json.Number(result.fLostMillimetres);
+    list(result.droppedScale);
     json.Close(']');
     return json.Take();
 }
@@ -55,7 +65,10 @@ bool DecodeVerified(const std::string& sLine, SVerified& result)
                   json.at(7).get<std::string>(),
                   json.at(8).get<uint32_t>(),
                   json.at(9).get<std::string>(),
-                  json.at(10).get<uint32_t>()};
+                  json.at(10).get<uint32_t>(),
+                  json.at(11).get<std::vector<std::string>>(),
+                  number(12),
+                  json.at(13).get<std::vector<std::string>>()};
         return true;
     }
     catch (const nlohmann::json::exception&)
