@@ -94,6 +94,16 @@ std::error_code FlushFile(const std::string& sPath)
     return error;
 }
 
+std::error_code FlushDisk(const std::string& sFolder)
+{
+    const int nFolder = ::open(sFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (nFolder < 0)
+        return LastError();
+    const std::error_code error = ::syncfs(nFolder) != 0 ? LastError() : std::error_code();
+    ::close(nFolder);
+    return error;
+}
+
 std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
 {
     return std::rename(sFrom.c_str(), sTo.c_str()) != 0 ? LastError() : std::error_code();

@@ -59,6 +59,8 @@ private:
 
 /// Sees to it that a file's content stands on the disk.
 std::error_code FlushFile(const std::string& sPath);
+/// The same for all files of the disk that a folder stands on, whoever wrote them.
+std::error_code FlushDisk(const std::string& sFolder);
 /// In one step, instead of a file that stands there.
 std::error_code RenameFile(const std::string& sFrom, const std::string& sTo);
 /// One that is not there is none to complain about.

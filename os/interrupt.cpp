@@ -54,11 +54,12 @@ void ExitOnInterrupt(int nExitCode)
     action.sa_flags = SA_RESTART;
     for (const int nSignal : INTERRUPTS)
     {
-        // What the parent wants ignored, as nohup does, stays so.
+        // A terminal that closes stays ignored where nohup says so. Scripts start what runs behind them with the others
+        // ignored, and end it by them all the same.
         struct sigaction before
         {
         };
-        if (::sigaction(nSignal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+        if (nSignal != SIGHUP || (::sigaction(nSignal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN))
             ::sigaction(nSignal, &action, nullptr);
     }
 }

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -21,6 +23,8 @@ namespace
 constexpr std::string_view PASSING_START = ".animpack-";
 constexpr std::string_view PASSING_END = ".part";
 constexpr size_t MOST_FLUSHES = 16; ///< under way at the same time
+constexpr size_t FLUSHED_TOGETHER = 8; ///< from so many files on
+constexpr auto LONGEST_FLUSH = std::chrono::milliseconds(300);
 constexpr size_t COLLECTED = size_t(1) << 20;
 constexpr size_t READ_AHEAD = size_t(64) << 10;
 
@@ -77,11 +81,37 @@ private:
     size_t m_nTaken = 0;
 };
 
+/// Flushes all files at once where that is quick: the disk writes small ones that stand side by side in one go. False
+/// when each has to be flushed for itself.
+bool FlushTogether(const std::vector<SPublication>& files)
+{
+    using TClock = std::chrono::steady_clock;
+    // Others may write to the disk too, and far more than is worth waiting for; once is enough to learn that.
+    static bool s_bQuick = true;
+    if (!s_bQuick || files.size() < FLUSHED_TOGETHER)
+        return false;
+    std::set<std::string> folders;
+    for (const SPublication& file : files)
+        folders.insert(file.sPath.substr(0, file.sPath.rfind('/')));
+    std::set<uint64_t> disks;
+    const auto start = TClock::now();
+    for (const std::string& sFolder : folders)
+    {
+        Os::SFileIdentity identity;
+        if (!Os::IdentityOf(sFolder, identity))
+            return false;
+        if (disks.insert(identity.nDevice).second && Os::FlushDisk(sFolder))
+            return false;
+    }
+    s_bQuick = TClock::now() - start < LONGEST_FLUSH;
+    return true;
+}
+
 /// Flushed and renamed, or removed. False when that needs a file more than this process may have open now.
-bool PublishFile(const SPublication& file, std::string& sError)
+bool PublishFile(const SPublication& file, bool bFlushed, std::string& sError)
 {
     std::string sWhat = "cannot flush";
-    std::error_code error = Os::FlushFile(file.sPassingPath);
+    std::error_code error = bFlushed ? std::error_code() : Os::FlushFile(file.sPassingPath);
     if (Os::IsOutOfFiles(error))
         return false;
     if (!error)
@@ -102,16 +132,17 @@ std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
 {
     std::vector<std::string> errors(files.size());
     std::vector<char> isDone(files.size(), 0);
+    const bool bFlushed = FlushTogether(files);
     std::atomic<size_t> nNext{0};
     const auto work = [&]
     {
         for (size_t n = nNext++; n < files.size(); n = nNext++)
-            isDone[n] = PublishFile(files[n], errors[n]);
+            isDone[n] = PublishFile(files[n], bFlushed, errors[n]);
     };
     std::vector<std::thread> threads;
     try
     {
-        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES); ++n)
+        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES) && !bFlushed; ++n)
             threads.emplace_back(work);
     }
     catch (const std::system_error&)
@@ -122,7 +153,7 @@ std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
     for (std::thread& thread : threads)
         thread.join();
     for (size_t n = 0; n < files.size(); ++n)
-        if (isDone[n] == 0 && !PublishFile(files[n], errors[n]))
+        if (isDone[n] == 0 && !PublishFile(files[n], false, errors[n]))
         {
             Os::RemoveFile(files[n].sPassingPath);
             errors[n] = "cannot flush '" + files[n].sPath + "': too many files are open";
