@@ -16,22 +16,17 @@ std::error_code ZInputFile::Open(const std::string& sPath)
 {
     Close();
     m_nFile = ::open(sPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (m_nFile < 0)
+        return LastError();
+    m_stamp = StampOfOpen(m_nFile);
+    if (m_stamp.bExists)
+        return {};
     struct stat status
     {
     };
-    if (m_nFile < 0 || ::fstat(m_nFile, &status) != 0)
-    {
-        const std::error_code error = LastError();
-        Close();
-        return error;
-    }
-    if (!S_ISREG(status.st_mode))
-    {
-        Close();
-        return S_ISDIR(status.st_mode) ? std::make_error_code(std::errc::is_a_directory) : std::error_code();
-    }
-    m_nSize = static_cast<uint64_t>(status.st_size);
-    return {};
+    const bool bFolder = ::fstat(m_nFile, &status) == 0 && S_ISDIR(status.st_mode);
+    Close();
+    return bFolder ? std::make_error_code(std::errc::is_a_directory) : std::error_code();
 }
 
 size_t ZInputFile::Read(void* pBuffer, size_t nCount, std::error_code& error)
@@ -56,7 +51,7 @@ void ZInputFile::Close()
 {
     if (m_nFile >= 0)
         ::close(std::exchange(m_nFile, -1));
-    m_nSize = 0;
+    m_stamp = {};
 }
 
 std::error_code ZNewFile::Open(const std::string& sPath)
@@ -99,6 +94,16 @@ std::error_code FlushFile(const std::string& sPath)
     return error;
 }
 
+std::error_code FlushDisk(const std::string& sFolder)
+{
+    const int nFolder = ::open(sFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (nFolder < 0)
+        return LastError();
+    const std::error_code error = ::syncfs(nFolder) != 0 ? LastError() : std::error_code();
+    ::close(nFolder);
+    return error;
+}
+
 std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
 {
     return std::rename(sFrom.c_str(), sTo.c_str()) != 0 ? LastError() : std::error_code();
@@ -107,6 +112,16 @@ std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
 void RemoveFile(const std::string& sPath)
 {
     ::unlink(sPath.c_str());
+}
+
+bool RemoveEmptyFolder(const std::string& sPath)
+{
+    return ::rmdir(sPath.c_str()) == 0;
+}
+
+bool IsOutOfFiles(const std::error_code& error)
+{
+    return error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system;
 }
 
 } // namespace Os

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "os/filestamp.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -22,7 +24,8 @@ public:
     std::error_code Open(const std::string& sPath);
     bool IsOpen() const { return m_nFile >= 0; }
     /// When it was opened.
-    uint64_t Size() const { return m_nSize; }
+    const SFileStamp& Stamp() const { return m_stamp; }
+    uint64_t Size() const { return m_stamp.nSize; }
     /// As many bytes as there are, up to nCount; fewer at the end, and at an error, which is told.
     size_t Read(void* pBuffer, size_t nCount, std::error_code& error);
     void Close();
@@ -31,7 +34,7 @@ private:
     friend class ZMappedFile;
 
     int m_nFile = -1;
-    uint64_t m_nSize = 0;
+    SFileStamp m_stamp;
 };
 
 /// A file that is written from its start, instead of one that was there.
@@ -46,6 +49,8 @@ public:
     std::error_code Open(const std::string& sPath);
     bool IsOpen() const { return m_nFile >= 0; }
     std::error_code Write(const void* pBytes, size_t nCount);
+    /// As it is now.
+    SFileStamp Stamp() const { return StampOfOpen(m_nFile); }
     std::error_code Close();
 
 private:
@@ -54,9 +59,15 @@ private:
 
 /// Sees to it that a file's content stands on the disk.
 std::error_code FlushFile(const std::string& sPath);
+/// The same for all files of the disk that a folder stands on, whoever wrote them.
+std::error_code FlushDisk(const std::string& sFolder);
 /// In one step, instead of a file that stands there.
 std::error_code RenameFile(const std::string& sFrom, const std::string& sTo);
 /// One that is not there is none to complain about.
 void RemoveFile(const std::string& sPath);
+/// False when it is none, or anything is in it.
+bool RemoveEmptyFolder(const std::string& sPath);
+/// For lack of room in the table of open files, which closing some cures.
+bool IsOutOfFiles(const std::error_code& error);
 
 } // namespace Os

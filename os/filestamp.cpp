@@ -14,6 +14,13 @@ int64_t Nanoseconds(const timespec& time)
     return int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
 }
 
+SFileStamp StampOf(const struct stat& status)
+{
+    if (!S_ISREG(status.st_mode))
+        return {};
+    return {true, static_cast<uint64_t>(status.st_size), Nanoseconds(status.st_mtim)};
+}
+
 } // namespace
 
 SFileStamp StampOf(const std::string& sPath)
@@ -21,9 +28,15 @@ SFileStamp StampOf(const std::string& sPath)
     struct stat status
     {
     };
-    if (::stat(sPath.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    return {true, static_cast<uint64_t>(status.st_size), Nanoseconds(status.st_mtim)};
+    return ::stat(sPath.c_str(), &status) == 0 ? StampOf(status) : SFileStamp();
+}
+
+SFileStamp StampOfOpen(int nFile)
+{
+    struct stat status
+    {
+    };
+    return ::fstat(nFile, &status) == 0 ? StampOf(status) : SFileStamp();
 }
 
 bool IdentityOf(const std::string& sPath, SFileIdentity& identity)

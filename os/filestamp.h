@@ -18,6 +18,8 @@ struct SFileStamp
 
 /// Of a regular file, links followed; anything else does not exist.
 SFileStamp StampOf(const std::string& sPath);
+/// The same for an open file, by the system's number for it.
+SFileStamp StampOfOpen(int nFile);
 
 /// Tells a file from another that took its place, and from itself after a write.
 struct SFileIdentity

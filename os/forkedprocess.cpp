@@ -1,6 +1,7 @@
 #include "os/forkedprocess.h"
 
 #include "os/errors.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -51,6 +52,7 @@ void BoundMemory(uint64_t nBytes)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::signal(SIGBUS, SIG_DFL); // the parent tells what it means
+    IgnoreInterrupts();
     if (::getppid() != nParent)
         ::_exit(0);
     // Whatever a module prints must not get between the lines of standard output.

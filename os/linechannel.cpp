@@ -24,17 +24,23 @@ void ZLineChannel::Close()
 
 bool ZLineChannel::Send(const std::string& sLine)
 {
-    const std::string sText = sLine + '\n';
+    Queue(sLine);
+    return SendQueued();
+}
+
+bool ZLineChannel::SendQueued()
+{
     size_t nSent = 0;
-    while (nSent < sText.size())
+    while (nSent < m_sQueued.size())
     {
-        const ssize_t n = ::send(m_nSocket, sText.data() + nSent, sText.size() - nSent, MSG_NOSIGNAL);
+        const ssize_t n = ::send(m_nSocket, m_sQueued.data() + nSent, m_sQueued.size() - nSent, MSG_NOSIGNAL);
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0)
             return false;
         nSent += static_cast<size_t>(n);
     }
+    m_sQueued.clear();
     return true;
 }
 
@@ -53,32 +59,36 @@ bool ZLineChannel::Next(std::string& sLine)
     return true;
 }
 
-bool ZLineChannel::Collect()
+bool ZLineChannel::Take(int nFlags)
 {
     char buffer[65536];
     while (true)
     {
-        const ssize_t n = ::recv(m_nSocket, buffer, sizeof buffer, MSG_DONTWAIT);
-        if (n > 0)
-            m_sReceived.append(buffer, static_cast<size_t>(n));
+        const ssize_t n = ::recv(m_nSocket, buffer, sizeof buffer, nFlags);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+        m_sReceived.append(buffer, static_cast<size_t>(n));
         if (m_sReceived.size() - m_nTaken > LONGEST_LINE)
             return false;
-        if (n > 0 || (n < 0 && errno == EINTR))
-            continue;
-        return n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+        // Less than there was room for is all that there was.
+        if (static_cast<size_t>(n) < sizeof buffer)
+            return true;
+        nFlags |= MSG_DONTWAIT;
     }
+}
+
+bool ZLineChannel::Collect()
+{
+    return Take(MSG_DONTWAIT);
 }
 
 bool ZLineChannel::Receive(std::string& sLine)
 {
     while (!Next(sLine))
-    {
-        struct pollfd ready = {m_nSocket, POLLIN, 0};
-        if (::poll(&ready, 1, -1) < 0 && errno != EINTR)
-            return false;
-        if (ready.revents != 0 && !Collect())
+        if (!Take(0))
             return Next(sLine);
-    }
     return true;
 }
 

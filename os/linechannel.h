@@ -21,6 +21,10 @@ public:
 
     /// False when the other side is gone.
     bool Send(const std::string& sLine);
+    /// Goes with the next line that is sent.
+    void Queue(const std::string& sLine) { (m_sQueued += sLine) += '\n'; }
+    bool HasQueued() const { return !m_sQueued.empty(); }
+    bool SendQueued();
     /// The next line; waits for it. False when the other side is gone.
     bool Receive(std::string& sLine);
 
@@ -34,7 +38,10 @@ public:
 private:
     friend bool WaitForLines(std::span<ZLineChannel* const> channels, int nMilliseconds, std::span<bool> isReady);
 
+    bool Take(int nFlags);
+
     int m_nSocket;
+    std::string m_sQueued;
     std::string m_sReceived;
     size_t m_nTaken = 0;    ///< of m_sReceived
     size_t m_nSearched = 0; ///< without a line feed found

@@ -1,6 +1,7 @@
 #include "os/process.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace Os
@@ -29,6 +30,14 @@ TProcessId OwnProcess()
 TProcessId ParentProcess()
 {
     return ::getppid();
+}
+
+void OpenStandardStreams()
+{
+    for (const int nStream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(nStream, F_GETFD) < 0)
+            // The lowest number that is free, which is this one.
+            static_cast<void>(::open("/dev/null", O_RDONLY));
 }
 
 void ExitNow(int nExitCode)

@@ -10,6 +10,10 @@ using TProcessId = int;
 TProcessId OwnProcess();
 TProcessId ParentProcess();
 
+/// Standard streams that the process was started without are opened, so that no file of its own takes their place: one
+/// that is read is empty, and writing fails as it would without.
+void OpenStandardStreams();
+
 /// Ends the process at once: nothing is flushed, no object ended.
 [[noreturn]] void ExitNow(int nExitCode);
 

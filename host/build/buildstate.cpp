@@ -91,7 +91,7 @@ ZBuildState::ZBuildState(const std::string& sPath)
 
 ZBuildState::~ZBuildState()
 {
-    if (m_nPending != 0)
+    if (m_bBegun)
         sqlite3_exec(m_pDatabase.get(), "COMMIT", nullptr, nullptr, nullptr);
     Close();
 }
@@ -205,15 +205,21 @@ void ZBuildState::Execute(const char* szSql)
         Fail("the build state can't be written");
 }
 
+void ZBuildState::Begin()
+{
+    if (!m_bBegun)
+        Execute("BEGIN");
+    m_bBegun = true;
+}
+
 void ZBuildState::Pending()
 {
     const auto now = std::chrono::steady_clock::now();
     if (m_nPending >= BATCH || (m_nPending != 0 && now - m_pendingSince > std::chrono::seconds(1)))
         Commit();
-    if (m_nPending++ != 0)
-        return;
-    m_pendingSince = now;
-    Execute("BEGIN");
+    if (m_nPending++ == 0)
+        m_pendingSince = now;
+    Begin();
 }
 
 void ZBuildState::Commit()
@@ -221,12 +227,14 @@ void ZBuildState::Commit()
     if (m_nPending == 0)
         return;
     m_nPending = 0;
+    m_bBegun = false;
     Execute("COMMIT");
 }
 
 bool ZBuildState::Find(const std::string& sId, SBuildRecord& record)
 {
     bool bFailed = false;
+    Begin();
     if (!m_pFind->Text(sId).Step(bFailed))
     {
         if (bFailed)
@@ -300,6 +308,35 @@ void ZBuildState::Remove(const std::string& sId)
         Fail("the scan index can't be written");
 }
 
+void ZBuildState::VisitPacked(const std::function<void(SBuildRecord&)>& function)
+{
+    Begin();
+    ZSqlStatement all(m_pDatabase.get(), "SELECT id, file, size, time, hash FROM job WHERE file <> '' ORDER BY id");
+    bool bFailed = !all.IsSound();
+    while (!bFailed && all.Step(bFailed))
+    {
+        SBuildRecord record;
+        record.sId = all.TextAt(0);
+        record.sFile = all.TextAt(1);
+        record.stamp = {true, all.UnsignedAt(2), all.IntegerAt(3)};
+        record.nHash = all.UnsignedAt(4);
+        function(record);
+    }
+    if (bFailed)
+        Fail("the build state can't be read");
+}
+
+std::vector<std::string> ZBuildState::NeedsOf(const std::string& sId)
+{
+    std::vector<std::string> needs;
+    SBuildRecord record;
+    if (Find(sId, record))
+        for (const SDependency& dependency : record.dependencies)
+            if (dependency.eKind == SDependency::eDerived)
+                needs.push_back(dependency.sId);
+    return needs;
+}
+
 std::string ZBuildState::IdOfFile(const std::string& sFile)
 {
     ZSqlStatement statement(m_pDatabase.get(), "SELECT id FROM job WHERE file = ?");
@@ -310,6 +347,7 @@ std::string ZBuildState::IdOfFile(const std::string& sFile)
 bool ZBuildState::FindScan(const SBuildRecord& record, SSourceScan& scan)
 {
     bool bFound = false;
+    Begin();
     if (!m_pIndex->Find(record.sId, scan, bFound))
         Fail("the scan index can't be read");
     return bFound && HashOfScan(scan) == record.nHash;
@@ -323,10 +361,12 @@ std::vector<ZScanIndex::SSource> ZBuildState::ScannedSources()
     return sources;
 }
 
-void ZBuildState::KeepSources(const std::vector<std::string>& sources)
+void ZBuildState::KeepSources(const std::vector<std::string>& sources, const std::vector<std::string>& folders)
 {
     for (const ZScanIndex::SSource& known : ScannedSources())
-        if (!std::binary_search(sources.begin(), sources.end(), known.sId))
+        if (!std::binary_search(sources.begin(), sources.end(), known.sId) &&
+            std::none_of(folders.begin(), folders.end(),
+                         [&known](const std::string& sFolder) { return known.sId.starts_with(sFolder); }))
             Remove(known.sId);
     Commit();
 }
@@ -348,27 +388,35 @@ void ZBuildState::SetAssets(const std::string& sRoot)
 {
     if (Assets() == sRoot)
         return;
-    Commit();
+    Pending();
     ZSqlStatement statement(m_pDatabase.get(), "UPDATE run SET assets = ?");
     if (!statement.IsSound() || !statement.Text(sRoot).Run())
         Fail("the build state can't be written");
+    statement.Reset();
+    Commit();
 }
 
 bool ZBuildState::BeginRun()
 {
+    Commit();
     ZSqlStatement statement(m_pDatabase.get(), "SELECT cut_short FROM run");
     bool bFailed = false;
     const bool bCutShort = statement.IsSound() && statement.Step(bFailed) && statement.IntegerAt(0) != 0;
     statement.Reset();
-    Commit();
-    Execute("UPDATE run SET cut_short = 1");
+    SetCutShort(true);
     return bCutShort;
 }
 
 void ZBuildState::EndRun()
 {
+    SetCutShort(false);
+}
+
+void ZBuildState::SetCutShort(bool bCutShort)
+{
+    Pending();
+    Execute(bCutShort ? "UPDATE run SET cut_short = 1" : "UPDATE run SET cut_short = 0");
     Commit();
-    Execute("UPDATE run SET cut_short = 0");
 }
 
 } // namespace Host

@@ -49,6 +49,10 @@ public:
     /// The record of a scan with what the scan found.
     void Save(const SBuildRecord& record, const SSourceScan& scan);
     void Remove(const std::string& sId);
+    /// Of all packed resources, without dependencies; the function must not write.
+    void VisitPacked(const std::function<void(SBuildRecord&)>& function);
+    /// Packed resources that a packed resource was made with.
+    std::vector<std::string> NeedsOf(const std::string& sId);
 
     /// Of the packed resource at a place below the output folder; empty when none is known there.
     std::string IdOfFile(const std::string& sFile);
@@ -56,8 +60,8 @@ public:
     /// What a scan found, if that is all there and as it was saved.
     bool FindScan(const SBuildRecord& record, SSourceScan& scan);
     std::vector<ZScanIndex::SSource> ScannedSources();
-    /// Forgets scanned sources that are not on the list, which is sorted.
-    void KeepSources(const std::vector<std::string>& sources);
+    /// Forgets scanned sources that are not on the list, which is sorted, nor below one of the folders.
+    void KeepSources(const std::vector<std::string>& sources, const std::vector<std::string>& folders);
     void VisitEntries(const std::function<void(ZScanIndex::SEntry&)>& function);
 
     /// Root of the asset tree that was worked on last; empty when none was.
@@ -82,6 +86,8 @@ private:
     void Close();
     void RemoveRecord(const std::string& sId);
     void Execute(const char* szSql);
+    void Begin();
+    void SetCutShort(bool bCutShort);
     void Pending();
     [[noreturn]] void Fail(const char* szWhat) const;
 
@@ -89,6 +95,7 @@ private:
     std::unique_ptr<ZSqlStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
         m_pRemoveDependencies;
     std::unique_ptr<ZScanIndex> m_pIndex;
+    bool m_bBegun = false; ///< a transaction, for reading at first: locks are taken once, not for each question
     size_t m_nPending = 0;
     std::chrono::steady_clock::time_point m_pendingSince;
 };

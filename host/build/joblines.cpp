@@ -1,214 +1,262 @@
 #include "host/build/joblines.h"
 
-#include "host/text/jsonwriter.h"
-
+#include <algorithm>
+#include <charconv>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 namespace Host
 {
 
-using TJson = nlohmann::json;
-
 namespace
 {
 
-void WriteStamp(ZJsonWriter& json, const SFileStamp& stamp, uint64_t nHash)
+/// Fields with tabs between them. Texts may hold any bytes, as names of files do.
+class ZFieldWriter
 {
-    json.BoolField("exists", stamp.bExists);
-    json.UnsignedField("size", stamp.nSize);
-    json.IntegerField("time", stamp.nTime);
-    json.UnsignedField("hash", nHash);
+public:
+    explicit ZFieldWriter(char cKind) : m_sLine(1, cKind) {}
+
+    ZFieldWriter& Text(std::string_view text)
+    {
+        m_sLine += '\t';
+        for (const char c : text)
+            if (c == '\t')
+                m_sLine += "\\t";
+            else if (c == '\n')
+                m_sLine += "\\n";
+            else if (c == '\\')
+                m_sLine += "\\\\";
+            else
+                m_sLine += c;
+        return *this;
+    }
+    template <class T>
+    ZFieldWriter& Number(T value)
+    {
+        char buffer[40];
+        m_sLine += '\t';
+        m_sLine.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+        return *this;
+    }
+    ZFieldWriter& Stamp(const SFileStamp& stamp, uint64_t nHash)
+    {
+        return Number(int{stamp.bExists}).Number(stamp.nSize).Number(stamp.nTime).Number(nHash);
+    }
+    std::string Take() { return std::move(m_sLine); }
+
+private:
+    std::string m_sLine;
+};
+
+/// Every call is good on any line; Good() tells whether it was what was asked for.
+class ZFieldReader
+{
+public:
+    explicit ZFieldReader(std::string_view rest) : m_rest(rest) {}
+
+    std::string Text()
+    {
+        const std::string_view field = Field();
+        std::string sText;
+        sText.reserve(field.size());
+        for (size_t n = 0; n < field.size(); ++n)
+        {
+            if (field[n] != '\\')
+            {
+                sText += field[n];
+                continue;
+            }
+            const char c = ++n < field.size() ? field[n] : '\0';
+            m_bGood &= c == 't' || c == 'n' || c == '\\';
+            sText += c == 't' ? '\t' : c == 'n' ? '\n' : '\\';
+        }
+        return sText;
+    }
+    template <class T>
+    T Number(T least, T most)
+    {
+        const std::string_view field = Field();
+        T value{};
+        const auto [pEnd, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+        m_bGood &= error == std::errc() && pEnd == field.data() + field.size() && value >= least && value <= most;
+        return m_bGood ? value : least;
+    }
+    template <class T>
+    T Number()
+    {
+        return Number(std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max());
+    }
+    bool Flag() { return Number<int>(0, 1) != 0; }
+    SJob::EKind Kind() { return Flag() ? SJob::eScan : SJob::ePack; }
+    /// Of fields that follow, at least one for each.
+    size_t Count() { return Number<size_t>(0, m_rest.size()); }
+    void Stamp(SFileStamp& stamp, uint64_t& nHash)
+    {
+        stamp.bExists = Flag();
+        stamp.nSize = Number<uint64_t>();
+        stamp.nTime = Number<int64_t>();
+        nHash = Number<uint64_t>();
+    }
+    bool Good() const { return m_bGood && m_rest.empty(); }
+
+private:
+    std::string_view Field()
+    {
+        m_bGood &= m_rest.starts_with('\t');
+        if (!m_bGood)
+            return {};
+        const size_t nEnd = std::min(m_rest.find('\t', 1), m_rest.size());
+        const std::string_view field = m_rest.substr(1, nEnd - 1);
+        m_rest.remove_prefix(nEnd);
+        return field;
+    }
+
+    std::string_view m_rest;
+    bool m_bGood = true;
+};
+
+constexpr char KINDS[] = {'j', 'a', 'm', 'n', 'r', 'p', 'd'}; // in the order of SLine::EKind
+
+char Letter(SLine::EKind eKind)
+{
+    return KINDS[eKind];
 }
 
-void ReadStamp(const TJson& json, SFileStamp& stamp, uint64_t& nHash)
+void ReadResult(ZFieldReader& fields, SJobResult& result)
 {
-    stamp.bExists = json.at("exists").get<bool>();
-    stamp.nSize = json.at("size").get<uint64_t>();
-    stamp.nTime = json.at("time").get<int64_t>();
-    nHash = json.at("hash").get<uint64_t>();
-}
-
-SPublication PublicationOf(const TJson& json)
-{
-    return {json.at("passing").get<std::string>(), json.at("path").get<std::string>()};
-}
-
-/// {"name": and the rest is the caller's, who closes it.
-ZJsonWriter OpenLine(std::string_view name)
-{
-    ZJsonWriter json;
-    json.Open('{');
-    json.Key(name);
-    return json;
+    result = {};
+    result.job = {fields.Kind(), fields.Text()};
+    result.eStatus = fields.Flag() ? EJobStatus::ePacked : EJobStatus::eFailed;
+    result.sFile = fields.Text();
+    result.nBytes = fields.Number<uint64_t>();
+    result.fSeconds = fields.Number<double>();
+    result.publication.sPassingPath = fields.Text();
+    result.publication.sPath = fields.Text();
+    fields.Stamp(result.stamp, result.nHash);
+    for (size_t n = fields.Count(); n-- > 0;)
+    {
+        SDependency& dependency = result.dependencies.emplace_back();
+        dependency.eKind = fields.Flag() ? SDependency::eDerived : SDependency::eSource;
+        dependency.sId = fields.Text();
+        fields.Stamp(dependency.stamp, dependency.nHash);
+    }
 }
 
 } // namespace
 
 std::string EncodeJob(const SJob& job, bool bPublishLater)
 {
-    ZJsonWriter json = OpenLine("job");
-    json.Text(job.sId);
-    json.BoolField("scan", job.eKind == SJob::eScan);
-    json.BoolField("later", bPublishLater);
-    json.Close('}');
-    return json.Take();
+    return ZFieldWriter(Letter(SLine::eJob))
+        .Number(int{job.eKind == SJob::eScan})
+        .Text(job.sId)
+        .Number(int{bPublishLater})
+        .Take();
 }
 
 std::string EncodeAnswer(std::string_view answer, std::string_view why)
 {
-    ZJsonWriter json = OpenLine("answer");
-    json.Text(answer);
-    json.TextField("why", why);
-    json.Close('}');
-    return json.Take();
+    return ZFieldWriter(Letter(SLine::eAnswer)).Text(answer).Text(why).Take();
 }
 
 std::string EncodeMessage(const SMessage& message)
 {
-    ZJsonWriter json = OpenLine("message");
-    json.Text(message.sText);
-    json.IntegerField("severity", static_cast<int>(message.eSeverity));
-    json.Close('}');
-    return json.Take();
+    return ZFieldWriter(Letter(SLine::eMessage))
+        .Number(static_cast<int>(message.eSeverity))
+        .Text(message.sText)
+        .Take();
 }
 
 std::string EncodeNeed(std::string_view id)
 {
-    ZJsonWriter json = OpenLine("need");
-    json.Text(id);
-    json.Close('}');
-    return json.Take();
+    return ZFieldWriter(Letter(SLine::eNeed)).Text(id).Take();
 }
 
 std::string EncodeResult(const SJobResult& result)
 {
-    ZJsonWriter json = OpenLine("result");
-    json.Text(result.job.sId);
-    json.BoolField("scan", result.job.eKind == SJob::eScan);
-    json.BoolField("good", result.IsGood());
-    json.TextField("file", result.sFile);
-    json.UnsignedField("bytes", result.nBytes);
-    json.NumberField("seconds", result.fSeconds);
-    json.TextField("passing", result.publication.sPassingPath);
-    json.TextField("path", result.publication.sPath);
-    WriteStamp(json, result.stamp, result.nHash);
-    json.Key("dependencies");
-    json.Open('[');
+    ZFieldWriter fields(Letter(SLine::eResult));
+    const bool bScan = result.job.eKind == SJob::eScan;
+    fields.Number(int{bScan}).Text(result.job.sId).Number(int{result.IsGood()}).Text(result.sFile);
+    fields.Number(result.nBytes).Number(result.fSeconds);
+    fields.Text(result.publication.sPassingPath).Text(result.publication.sPath).Stamp(result.stamp, result.nHash);
+    fields.Number(result.dependencies.size());
     for (const SDependency& dependency : result.dependencies)
-    {
-        json.Open('{');
-        json.TextField("id", dependency.sId);
-        json.BoolField("derived", dependency.eKind == SDependency::eDerived);
-        WriteStamp(json, dependency.stamp, dependency.nHash);
-        json.Close('}');
-    }
-    json.Close(']');
-    if (result.job.eKind == SJob::eScan)
-    {
-        json.Key("holds");
-        json.Raw(ScanLine(result.scan));
-    }
-    json.Close('}');
-    return json.Take();
+        fields.Number(int{dependency.eKind == SDependency::eDerived})
+            .Text(dependency.sId)
+            .Stamp(dependency.stamp, dependency.nHash);
+    if (bScan)
+        fields.Text(ScanLine(result.scan));
+    return fields.Take();
 }
 
 std::string EncodePublish(const std::vector<SPublication>& files)
 {
-    ZJsonWriter json = OpenLine("publish");
-    json.Open('[');
+    ZFieldWriter fields(Letter(SLine::ePublish));
+    fields.Number(files.size());
     for (const SPublication& file : files)
-    {
-        json.Open('{');
-        json.TextField("passing", file.sPassingPath);
-        json.TextField("path", file.sPath);
-        json.Close('}');
-    }
-    json.Close(']');
-    json.Close('}');
-    return json.Take();
+        fields.Text(file.sPassingPath).Text(file.sPath);
+    return fields.Take();
 }
 
 std::string EncodePublished(const std::vector<std::string>& errors)
 {
-    ZJsonWriter json = OpenLine("published");
-    json.Open('[');
+    ZFieldWriter fields(Letter(SLine::ePublished));
+    fields.Number(errors.size());
     for (const std::string& sError : errors)
-        json.Text(sError);
-    json.Close(']');
-    json.Close('}');
-    return json.Take();
+        fields.Text(sError);
+    return fields.Take();
 }
 
 bool DecodeLine(std::string_view text, SLine& line)
 {
-    try
-    {
-        const TJson json = TJson::parse(text);
-        const auto kind = [&json] { return json.at("scan").get<bool>() ? SJob::eScan : SJob::ePack; };
-        if (json.contains("job"))
-        {
-            line.eKind = SLine::eJob;
-            line.job = {kind(), json.at("job").get<std::string>()};
-            line.bPublishLater = json.at("later").get<bool>();
-        }
-        else if (json.contains("answer"))
-        {
-            line.eKind = SLine::eAnswer;
-            line.sText = json.at("answer").get<std::string>();
-            line.sWhy = json.at("why").get<std::string>();
-        }
-        else if (json.contains("message"))
-        {
-            line.eKind = SLine::eMessage;
-            const int nSeverity = json.at("severity").get<int>();
-            if (nSeverity < 0 || nSeverity > static_cast<int>(ESeverity::eError))
-                return false;
-            line.message = {static_cast<ESeverity>(nSeverity), json.at("message").get<std::string>()};
-        }
-        else if (json.contains("need"))
-        {
-            line.eKind = SLine::eNeed;
-            line.sText = json.at("need").get<std::string>();
-        }
-        else if (json.contains("publish"))
-        {
-            line.eKind = SLine::ePublish;
-            line.files.clear();
-            for (const TJson& file : json.at("publish"))
-                line.files.push_back(PublicationOf(file));
-        }
-        else if (json.contains("published"))
-        {
-            line.eKind = SLine::ePublished;
-            line.errors = json.at("published").get<std::vector<std::string>>();
-        }
-        else
-        {
-            line.eKind = SLine::eResult;
-            line.result = {};
-            line.result.job = {kind(), json.at("result").get<std::string>()};
-            line.result.eStatus = json.at("good").get<bool>() ? EJobStatus::ePacked : EJobStatus::eFailed;
-            line.result.sFile = json.at("file").get<std::string>();
-            line.result.nBytes = json.at("bytes").get<uint64_t>();
-            line.result.fSeconds = json.at("seconds").get<double>();
-            line.result.publication = PublicationOf(json);
-            ReadStamp(json, line.result.stamp, line.result.nHash);
-            for (const TJson& entry : json.at("dependencies"))
-            {
-                SDependency& dependency = line.result.dependencies.emplace_back();
-                dependency.sId = entry.at("id").get<std::string>();
-                dependency.eKind = entry.at("derived").get<bool>() ? SDependency::eDerived : SDependency::eSource;
-                ReadStamp(entry, dependency.stamp, dependency.nHash);
-            }
-            if (line.result.job.eKind == SJob::eScan && !ReadSourceScan(json.at("holds"), line.result.scan))
-                return false;
-        }
-        return true;
-    }
-    catch (const TJson::exception&)
-    {
+    const auto* pKind = text.empty() ? std::end(KINDS) : std::find(std::begin(KINDS), std::end(KINDS), text.front());
+    if (pKind == std::end(KINDS))
         return false;
+    line.eKind = static_cast<SLine::EKind>(pKind - KINDS);
+    ZFieldReader fields(text.substr(1));
+    line.files.clear();
+    line.errors.clear();
+    switch (line.eKind)
+    {
+    case SLine::eJob:
+        line.job.eKind = fields.Kind();
+        line.job.sId = fields.Text();
+        line.bPublishLater = fields.Flag();
+        break;
+    case SLine::eAnswer:
+        line.sText = fields.Text();
+        line.sWhy = fields.Text();
+        break;
+    case SLine::eMessage:
+        line.message.eSeverity =
+            static_cast<ESeverity>(fields.Number<int>(0, static_cast<int>(ESeverity::eError)));
+        line.message.sText = fields.Text();
+        break;
+    case SLine::eNeed:
+        line.sText = fields.Text();
+        break;
+    case SLine::eResult:
+        ReadResult(fields, line.result);
+        if (line.result.job.eKind == SJob::eScan)
+        {
+            const nlohmann::json scan = nlohmann::json::parse(fields.Text(), nullptr, false);
+            return fields.Good() && !scan.is_discarded() && ReadSourceScan(scan, line.result.scan);
+        }
+        break;
+    case SLine::ePublish:
+        for (size_t n = fields.Count(); n-- > 0;)
+        {
+            SPublication& file = line.files.emplace_back();
+            file.sPassingPath = fields.Text();
+            file.sPath = fields.Text();
+        }
+        break;
+    case SLine::ePublished:
+        for (size_t n = fields.Count(); n-- > 0;)
+            line.errors.push_back(fields.Text());
+        break;
     }
+    return fields.Good();
 }
 
 } // namespace Host

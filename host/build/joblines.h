@@ -5,7 +5,7 @@
 namespace Host
 {
 
-// The lines between host and worker. Each is one JSON object.
+// The lines between host and worker: a letter, then fields.
 
 /// Host to worker: a job to do. With bPublishLater its file, if it is no other job's need, is left to be published.
 std::string EncodeJob(const SJob& job, bool bPublishLater);

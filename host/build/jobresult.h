@@ -14,8 +14,10 @@ enum class EJobStatus
     ePacked,
     eUpToDate,
     eFailed, ///< the packer said no, raised an exception or failed an assertion
-    eCrashed ///< its process ended, or was ended
+    eCrashed, ///< its process ended, or was ended
+    eRemoved  ///< what an earlier run packed of a source or take that is gone
 };
+constexpr size_t JOB_STATUS_COUNT = 5;
 std::string_view NameOf(EJobStatus eStatus);
 
 /// What came of a job.

@@ -171,7 +171,7 @@ bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& r
         sWhy = "the packer reports success, but has not released its output";
     else if (output.Path().empty())
         sWhy = "the packer reports success, but has written nothing";
-    else if (bPublishLater ? !output.Release(Os::ParentProcess(), result.publication) : !output.Publish())
+    else if (bPublishLater ? !output.Release(result.publication) : !output.Publish())
         sWhy = output.Error();
     if (!sWhy.empty())
     {
@@ -179,7 +179,7 @@ bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& r
         return false;
     }
     result.sFile = OutputPathOf(target);
-    result.stamp = StampOf(bPublishLater ? result.publication.sPassingPath : output.Path());
+    result.stamp = output.Stamp();
     result.nBytes = result.stamp.nSize;
     result.nHash = output.Hash();
     return true;

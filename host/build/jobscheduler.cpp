@@ -6,8 +6,10 @@
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace Host
 {
@@ -21,8 +23,18 @@ class ZWorkerHost final : public IJobHost
 public:
     explicit ZWorkerHost(ZLineChannel& channel) : m_channel(channel) {}
 
-    void OnMessage(const SMessage& message) override { m_channel.Send(EncodeMessage(message)); }
-    void OnResult(const SJobResult& result) override { m_channel.Send(EncodeResult(result)); }
+    /// Notes can wait for the next line, but not for long: they are a sign of life, and what a crash leaves behind.
+    void OnMessage(const SMessage& message) override
+    {
+        m_channel.Queue(EncodeMessage(message));
+        if (message.eSeverity != ESeverity::eInfo || TClock::now() - m_lastSent > PATIENCE)
+            Flush();
+    }
+    void OnResult(const SJobResult& result) override
+    {
+        m_channel.Queue(EncodeResult(result));
+        Flush();
+    }
     SAnswer OnNeed(const std::string& sId) override
     {
         std::string sText;
@@ -35,7 +47,17 @@ public:
     }
 
 private:
+    using TClock = std::chrono::steady_clock;
+    static constexpr auto PATIENCE = std::chrono::milliseconds(20);
+
+    void Flush()
+    {
+        m_channel.SendQueued();
+        m_lastSent = TClock::now();
+    }
+
     ZLineChannel& m_channel;
+    TClock::time_point m_lastSent;
 };
 
 } // namespace
@@ -83,8 +105,10 @@ std::string_view ZJobScheduler::FileOf(std::string_view id)
 SJob ZJobScheduler::TakeNext(size_t nWorker)
 {
     const auto end = m_waiting.begin() + static_cast<ptrdiff_t>(std::min(m_waiting.size(), MOST_OUT_OF_TURN));
-    auto it = std::find_if(m_waiting.begin(), end,
-                           [&](const SJob& job) { return FileOf(job.sId) == m_workers[nWorker].sFile; });
+    const std::string& sFile = m_workers[nWorker].sFile;
+    auto it = sFile.empty() ? end
+                            : std::find_if(m_waiting.begin(), end,
+                                           [&sFile](const SJob& job) { return FileOf(job.sId) == sFile; });
     if (it == end)
         it = std::find_if(m_waiting.begin(), end,
                           [&](const SJob& job)
@@ -140,10 +164,15 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs)
     std::unordered_set<std::string> listed;
     for (const SJob& job : jobs)
     {
-        if (EntryOf(job).bTold || !listed.insert(job.sId).second)
+        SEntry& entry = EntryOf(job);
+        if (entry.bTold || !listed.insert(job.sId).second)
             continue;
         m_list.push_back(job.sId);
-        m_waiting.push_back(job);
+        // Nothing runs yet, so what holds can be told before anybody waits for it.
+        if (entry.eState == EState::eNew && !FillFromState(entry))
+            m_waiting.push_back(job);
+        if (m_list.size() % 64 == 0)
+            TellWhatIsKnown();
     }
     while (true)
     {
@@ -151,8 +180,14 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs)
         TellWhatIsKnown();
         if (m_nTold == m_list.size())
             break;
+        if (Os::Interrupted())
+            return Stop();
+        // Whoever has nothing to do gets nothing but by what is still to be published.
+        m_publisher.Continue(std::any_of(m_workers.begin(), m_workers.end(),
+                                         [](const SWorker& worker)
+                                         { return worker.stack.empty() || !worker.sWaitsFor.empty(); }));
         ZWorkerPool::SEvent event;
-        if (!m_services.pool.Wait(event, 0.5))
+        if (!m_services.pool.Wait(event, m_publisher.HasWaiting() ? 0.01 : 0.5))
             m_services.state.Commit();
         else if (event.nWorker == m_publisher.Worker())
         {
@@ -170,6 +205,47 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs)
             HandleLine(event.nWorker, event.sText);
     }
     m_services.state.Commit();
+}
+
+/// What is being done is left, what is done but for its file is completed.
+void ZJobScheduler::Stop()
+{
+    m_waiting.clear();
+    m_postponed.clear();
+    for (size_t n = 0; n < m_workers.size(); ++n)
+        if (!m_workers[n].stack.empty())
+            m_services.pool.Kill(n, "interrupted");
+    for (auto& [sId, entry] : m_entries)
+        entry.waiters.clear();
+    const auto isBusy = [](const SWorker& worker) { return !worker.stack.empty(); };
+    while (!m_publisher.IsIdle() || std::any_of(m_workers.begin(), m_workers.end(), isBusy))
+    {
+        m_publisher.Continue(true);
+        ZWorkerPool::SEvent event;
+        SLine line;
+        if (!m_services.pool.Wait(event, 10.0))
+            break;
+        if (event.nWorker == m_publisher.Worker())
+        {
+            if (event.bEnded)
+                HandlePublished(m_publisher.OnEnd(event.sText));
+            else if (DecodeLine(event.sText, line) && line.eKind == SLine::ePublished)
+                HandlePublished(m_publisher.OnPublished(line.errors));
+        }
+        else if (event.bEnded)
+            RemoveUnfinished(std::exchange(m_workers[event.nWorker], {}), event.nProcess);
+    }
+    m_services.state.Commit();
+    for (const std::string& sId : m_list)
+        Tell(m_entries.at(sId));
+}
+
+void ZJobScheduler::RemoveUnfinished(const SWorker& worker, Os::TProcessId nProcess)
+{
+    for (const std::string& sId : worker.stack)
+        if (const std::string sFile = OutputPathOf(ToId(sId)); !sFile.empty())
+            RemovePassingFilesBeside(m_services.staleness.FileOf(sFile), nProcess,
+                                     [this](const std::string& sPath) { return m_publisher.Has(sPath); });
 }
 
 void ZJobScheduler::StartJobs()
@@ -298,6 +374,11 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
     SEntry& entry = EntryOf(result.job);
     result.messages = std::move(entry.result.messages);
     entry.result = std::move(result);
+    // What a worker has read before, it does not ask for again.
+    for (const SDependency& dependency : entry.result.dependencies)
+        if (dependency.eKind == SDependency::eDerived && m_entries.contains(dependency.sId) &&
+            std::find(entry.needs.begin(), entry.needs.end(), dependency.sId) == entry.needs.end())
+            entry.needs.push_back(dependency.sId);
     worker.stack.pop_back();
     if (worker.stack.empty())
         m_services.pool.StopClock(nWorker);
@@ -338,9 +419,12 @@ void ZJobScheduler::Complete(SEntry& entry)
     else
     {
         // What an earlier run left is of a source that is no more: better no file than that one.
+        // A file that no run has noted may be anybody's, unless the last one had no time to note it.
+        SBuildRecord record;
+        const bool bOurs = m_services.bAfterCutShort || m_services.state.Find(result.job.sId, record);
         m_services.state.Remove(result.job.sId);
         const std::string sFile = result.job.eKind == SJob::ePack ? OutputPathOf(ToId(result.job.sId)) : std::string();
-        if (!sFile.empty() && !result.job.Component().empty())
+        if (bOurs && !sFile.empty() && !result.job.Component().empty())
             Os::RemoveFile(m_services.staleness.FileOf(sFile));
     }
     for (const size_t nWaiter : std::exchange(entry.waiters, {}))
@@ -357,9 +441,7 @@ void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
         return;
     if (!worker.sWaitsFor.empty())
         std::erase(m_entries.at(worker.sWaitsFor).waiters, end.nWorker);
-    for (const std::string& sId : worker.stack)
-        if (const std::string sFile = OutputPathOf(ToId(sId)); !sFile.empty())
-            RemovePassingFilesBeside(m_services.staleness.FileOf(sFile), end.nProcess);
+    RemoveUnfinished(worker, end.nProcess);
     SEntry& crashed = EntryOf({SJob::ePack, worker.stack.back()});
     worker.stack.pop_back();
     for (size_t n = worker.stack.size(); n-- > 0;)

@@ -33,7 +33,8 @@ public:
         ZWorkerPool& pool; ///< the last of its workers publishes, so two at least
         ZBuildState& state;
         ZStaleness& staleness;
-        bool bForce = false; ///< nothing is up to date but what this run has made
+        bool bForce = false;         ///< nothing is up to date but what this run has made
+        bool bAfterCutShort = false; ///< the run before could not note all that it made
     };
     using FReport = std::function<void(const SJobResult&)>;
     /// Called often: results told, jobs listed, and a job that runs.
@@ -41,7 +42,8 @@ public:
 
     ZJobScheduler(const SServices& services, FReport report, FProgress progress);
 
-    /// Ends when all are done. May be called again; what earlier lists made counts as done, and is not told again.
+    /// Ends when all are done, or in an interrupt, with what was done by then told and nothing unfinished left. May be
+    /// called again; what earlier lists made counts as done, and is not told again.
     void Run(const std::vector<SJob>& jobs);
 
     /// The function of the pool's workers.
@@ -79,6 +81,8 @@ private:
     bool FillFromState(SEntry& entry);
     bool MustWait(const SEntry& entry);
     void StartJobs();
+    void Stop();
+    void RemoveUnfinished(const SWorker& worker, Os::TProcessId nProcess);
     void HandleLine(size_t nWorker, const std::string& sText);
     void HandleNeed(size_t nWorker, const std::string& sId);
     void HandleResult(size_t nWorker, SJobResult&& result);

@@ -9,17 +9,31 @@ namespace Host
 
 void ZPublisher::Add(const std::string& sId, const SPublication& file)
 {
+    if (m_waiting.ids.empty())
+        m_waitingSince = TClock::now();
     m_waiting.ids.push_back(sId);
     m_waiting.files.push_back(file);
-    if (m_atWork.ids.empty())
+}
+
+void ZPublisher::Continue(bool bHurry)
+{
+    if (HasWaiting() &&
+        (bHurry || m_waiting.ids.size() >= BATCH || TClock::now() - m_waitingSince > PATIENCE))
         Start();
+}
+
+bool ZPublisher::Has(const std::string& sPassingPath) const
+{
+    for (const SBatch* pBatch : {&m_waiting, &m_atWork})
+        for (const SPublication& file : pBatch->files)
+            if (file.sPassingPath == sPassingPath)
+                return true;
+    return false;
 }
 
 void ZPublisher::Start()
 {
     m_atWork = std::exchange(m_waiting, {});
-    if (m_atWork.ids.empty())
-        return;
     m_pool.Send(m_nWorker, EncodePublish(m_atWork.files));
     m_pool.StopClock(m_nWorker); // a disk takes the time that it takes
 }
@@ -30,7 +44,6 @@ std::vector<ZPublisher::SOutcome> ZPublisher::OnPublished(const std::vector<std:
     std::vector<SOutcome> outcomes;
     for (size_t n = 0; n < done.ids.size(); ++n)
         outcomes.push_back({done.ids[n], n < errors.size() ? errors[n] : "its file was not published"});
-    Start();
     return outcomes;
 }
 
@@ -43,7 +56,6 @@ std::vector<ZPublisher::SOutcome> ZPublisher::OnEnd(const std::string& sWhy)
         Os::RemoveFile(lost.files[n].sPassingPath);
         outcomes.push_back({lost.ids[n], "its file was not published: the process that does it " + sWhy});
     }
-    Start();
     return outcomes;
 }
 

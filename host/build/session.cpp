@@ -5,6 +5,7 @@
 #include "host/module/hostmodule.h"
 #include "host/module/moduleloader.h"
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -45,9 +46,11 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
         if (!m_pLock->IsHeld() && (options.bMakeOut || std::filesystem::is_directory(m_sOut, error)))
             notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
     }
+    m_interruptNote.emplace();
     m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
     m_pState->SetAssets(m_tree.Root());
-    if (m_bWrites && m_pState->BeginRun())
+    const bool bAfterCutShort = m_bWrites && m_pState->BeginRun();
+    if (bAfterCutShort)
         RemovePassingFiles(m_sOut);
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
@@ -55,7 +58,7 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
                                             [this](ZLineChannel& channel)
                                             { ZJobScheduler::WorkerMain(m_tree, m_sOut, channel); });
     m_pScheduler = std::make_unique<ZJobScheduler>(
-        ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce},
+        ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce, bAfterCutShort},
         [this](const SJobResult& result) { m_report(result); },
         [this](size_t nTold, size_t nListed, const SJob& job) { m_watcher.Progress(nTold, nListed, job.Source()); });
 }
@@ -80,29 +83,45 @@ void ZHostSession::Run(const std::vector<SJob>& jobs, const ZJobScheduler::FRepo
     m_pScheduler->Run(jobs);
 }
 
+SJobResult ZHostSession::FailedScan(const std::string& sId, const std::string& sWhy)
+{
+    SJobResult failed;
+    failed.job = {SJob::eScan, sId};
+    failed.messages.push_back({ESeverity::eError, sWhy});
+    failed.scan.sSource = sId;
+    failed.scan.sError = sWhy;
+    return failed;
+}
+
 bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobScheduler::FReport& report)
 {
-    std::vector<std::string> sources;
-    for (const std::string& sSource : SourcesOf(words))
-        sources.push_back(sSource.substr(0, sSource.find('?')));
+    const ZAssetTree::SSources sources = SourcesOf(words);
     std::vector<SJob> jobs;
-    for (const std::string& sSource : sources)
-        jobs.push_back({SJob::eScan, sSource});
+    for (const std::string& sSource : sources.ids)
+        jobs.push_back({SJob::eScan, sSource.substr(0, sSource.find('?'))});
     bool bAllGood = true;
+    const auto tell = [&](const SJobResult& result)
+    {
+        for (const SMessage& message : result.messages)
+            m_watcher.Diagnostic(message.eSeverity, result.job.sId, message.sText);
+        bAllGood &= result.IsGood();
+        report(result);
+    };
+    for (const ZAssetTree::SSources::SFolder& folder : sources.unreadable)
+        tell(FailedScan(folder.sId, folder.sWhy));
     Run(jobs,
         [&](const SJobResult& result)
         {
-            for (const SMessage& message : result.messages)
-                m_watcher.Diagnostic(message.eSeverity, result.job.sId, message.sText);
-            bAllGood &= result.IsGood();
             if (result.IsGood() || !result.scan.sError.empty())
-                return report(result);
+                return tell(result);
             const std::string* pError = result.FirstError();
             SJobResult failed = result;
             failed.scan.sSource = result.job.sId;
             failed.scan.sError = pError != nullptr ? *pError : "it can't be read";
-            report(failed);
+            tell(failed);
         });
+    if (Os::Interrupted())
+        return false;
     if (words.empty())
         ForgetAllBut(sources);
     if (jobs.empty())
@@ -110,10 +129,47 @@ bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobSchedul
     return bAllGood;
 }
 
-std::vector<std::string> ZHostSession::SourcesOf(const std::vector<std::string>& words)
+void ZHostSession::ForgetAllBut(const ZAssetTree::SSources& sources)
 {
-    std::vector<std::string> sources;
-    size_t nUnreadableNames = 0;
+    std::vector<std::string> folders;
+    for (const ZAssetTree::SSources::SFolder& folder : sources.unreadable)
+        folders.push_back(folder.sId);
+    m_pState->KeepSources(sources.ids, folders);
+}
+
+void ZHostSession::RemoveGone(const SPresentSources& present, const std::vector<SJob>& made,
+                              const ZJobScheduler::FReport& report)
+{
+    for (const SBuildRecord& record : FindGone(*m_pState, m_tree, present, made))
+    {
+        const std::string sPath = m_pStaleness->FileOf(record.sFile);
+        const bool bThere = Os::StampOf(sPath).bExists;
+        const bool bOurs = m_pStaleness->HasFile(record);
+        m_pState->Remove(record.sId);
+        SJobResult removed;
+        removed.job = {SJob::ePack, record.sId};
+        removed.eStatus = EJobStatus::eRemoved;
+        if (bThere && !bOurs)
+        {
+            m_watcher.Diagnostic(ESeverity::eWarning, removed.job.Source(),
+                                 "is gone, but '" + sPath + "' is not what was packed of it, and is left");
+            continue;
+        }
+        Os::RemoveFile(sPath);
+        // As far as it was the last in its folders; the platform's stays.
+        for (std::string sFolder = sPath;
+             sFolder = sFolder.substr(0, sFolder.rfind('/')), sFolder.size() > record.sFile.find('/') + m_sOut.size() + 1;)
+            if (!Os::RemoveEmptyFolder(sFolder))
+                break;
+        if (bThere)
+            report(removed);
+    }
+    m_pState->Commit();
+}
+
+ZAssetTree::SSources ZHostSession::SourcesOf(const std::vector<std::string>& words)
+{
+    ZAssetTree::SSources sources;
     std::unordered_map<std::string, SFileStamp> known;
     for (ZScanIndex::SSource& source : m_pState->ScannedSources())
         known.emplace(std::move(source.sId), source.stamp);
@@ -124,8 +180,10 @@ std::vector<std::string> ZHostSession::SourcesOf(const std::vector<std::string>&
     };
     const auto addFolder = [&](const std::string& sId)
     {
-        const std::vector<std::string> found = m_tree.Sources(sId, nUnreadableNames, isKnown);
-        sources.insert(sources.end(), found.begin(), found.end());
+        const ZAssetTree::SSources found = m_tree.Sources(sId, isKnown);
+        sources.ids.insert(sources.ids.end(), found.ids.begin(), found.ids.end());
+        sources.unreadable.insert(sources.unreadable.end(), found.unreadable.begin(), found.unreadable.end());
+        sources.nUnreadableNames += found.nUnreadableNames;
     };
     if (words.empty())
         addFolder("assembly:/");
@@ -137,31 +195,19 @@ std::vector<std::string> ZHostSession::SourcesOf(const std::vector<std::string>&
             addFolder(sId);
             continue;
         }
-        const ZAssetTree::SLookup lookup = m_tree.Find(ToId(sId));
+        const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(sId));
         const size_t nMark = sId.find('?');
         const std::string sParameters = nMark != std::string::npos ? sId.substr(nMark) : std::string();
-        sources.push_back(lookup.eState == ZAssetTree::SLookup::eFound
-                              ? "assembly:/" + lookup.sPath.substr(m_tree.Root().size() + 1) + sParameters
-                              : sId);
+        sources.ids.push_back(lookup.eState == ZAssetTree::SLookup::eFound
+                                  ? "assembly:/" + lookup.sPath.substr(m_tree.Root().size() + 1) + sParameters
+                                  : sId);
     }
-    if (nUnreadableNames != 0)
-        m_watcher.Notice(std::to_string(nUnreadableNames) + " files are left out, because their names are no UTF-8");
-    std::sort(sources.begin(), sources.end());
-    sources.erase(std::unique(sources.begin(), sources.end()), sources.end());
+    if (sources.nUnreadableNames != 0)
+        m_watcher.Notice(std::to_string(sources.nUnreadableNames) +
+                         " files are left out, because their names are no UTF-8");
+    std::sort(sources.ids.begin(), sources.ids.end());
+    sources.ids.erase(std::unique(sources.ids.begin(), sources.ids.end()), sources.ids.end());
     return sources;
-}
-
-std::string ZHostSession::CaseClash(const std::string& sId) const
-{
-    const ZAssetTree::SLookup spelled = m_tree.Find(ToId(sId));
-    const ZAssetTree::SLookup lowered = m_tree.Find(ToId(ToLower(sId)));
-    if (spelled.eState != ZAssetTree::SLookup::eFound || lowered.sPath == spelled.sPath)
-        return {};
-    if (lowered.eState == ZAssetTree::SLookup::eAmbiguous)
-        return lowered.sWhy;
-    const size_t nRoot = m_tree.Root().size() + 1;
-    return "files that differ in case alone: '" + spelled.sPath.substr(nRoot) + "' '" + lowered.sPath.substr(nRoot) +
-           "'";
 }
 
 } // namespace Host

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "host/build/buildwatcher.h"
+#include "host/build/goneresources.h"
 #include "host/build/jobscheduler.h"
 #include "host/build/outputlock.h"
+#include "os/interrupt.h"
 
 #include <memory>
+#include <optional>
 
 namespace Host
 {
@@ -45,19 +48,23 @@ public:
     /// See ZJobScheduler::Run. Nothing is printed but progress.
     void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report);
 
-    /// Scans sources, all of the tree when there are no words, prints what went wrong, and reports each; the result of
-    /// one that failed holds a scan with its error too. False when a scan failed.
+    /// Scans sources, all of the tree when there are no words, prints what went wrong, and reports each, folders that
+    /// can't be read included; the result of one that failed holds a scan with its error too. False when a scan failed
+    /// or an interrupt was noted.
     bool Scan(const std::vector<std::string>& words, const ZJobScheduler::FReport& report);
-    /// Takes from the index the sources that are not on the list, which is sorted and without parameters.
-    void ForgetAllBut(const std::vector<std::string>& sources) { m_pState->KeepSources(sources); }
+    /// Takes from the index the sources that are not on the list; of a folder that could not be read all stay.
+    void ForgetAllBut(const ZAssetTree::SSources& sources);
+    /// Removes what earlier runs packed of sources and takes that are gone, and reports each. What this program has not
+    /// packed stays, whatever its place.
+    void RemoveGone(const SPresentSources& present, const std::vector<SJob>& made,
+                    const ZJobScheduler::FReport& report);
 
     /// Identifiers, in the disk's spelling, of the sources that the words name: identifiers, paths, folders; all of the
     /// tree when there are none. What names no file stays as it is: its scan will fail.
-    std::vector<std::string> SourcesOf(const std::vector<std::string>& words);
+    ZAssetTree::SSources SourcesOf(const std::vector<std::string>& words);
 
-    /// Jobs know a source by its lower-cased identifier. When that finds another file than this spelling does, the
-    /// message that says so; else empty.
-    std::string CaseClash(const std::string& sId) const;
+    /// The result of what there is no job for.
+    static SJobResult FailedScan(const std::string& sId, const std::string& sWhy);
 
 private:
     IBuildWatcher& m_watcher;
@@ -65,6 +72,7 @@ private:
     bool m_bWrites = false;
     ZAssetTree m_tree;
     std::unique_ptr<ZOutputLock> m_pLock;
+    std::optional<Os::ZInterruptNote> m_interruptNote; ///< from where on an interrupt has to be cleaned up after
     std::unique_ptr<ZBuildState> m_pState;
     std::unique_ptr<ZStaleness> m_pStaleness;
     std::unique_ptr<ZWorkerPool> m_pPool;

@@ -7,9 +7,9 @@
 namespace Host
 {
 
-ZStaleness::ELook ZStaleness::Compare(const std::string& sPath, SFileStamp& stamp, uint64_t nHash)
+ZStaleness::ELook ZStaleness::Compare(const std::string& sPath, const SFileStamp& now, SFileStamp& stamp,
+                                      uint64_t nHash)
 {
-    const SFileStamp now = sPath.empty() ? SFileStamp() : StampOf(sPath);
     if (now == stamp)
         return ELook::eSame;
     if (!now.bExists || !stamp.bExists || now.nSize != stamp.nSize || nHash == 0 || m_hashes.Of(sPath, now) != nHash)
@@ -20,13 +20,23 @@ ZStaleness::ELook ZStaleness::Compare(const std::string& sPath, SFileStamp& stam
 
 ZStaleness::ELook ZStaleness::CompareSource(SDependency& dependency)
 {
-    return Compare(m_tree.Find(ToId(dependency.sId)).sPath, dependency.stamp, dependency.nHash);
+    auto it = m_sources.find(dependency.sId);
+    if (it == m_sources.end())
+    {
+        const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(dependency.sId));
+        it = m_sources.emplace(dependency.sId, SSource{lookup.sPath, {}, lookup.IsWrong()}).first;
+        if (!lookup.sPath.empty())
+            it->second.stamp = StampOf(lookup.sPath);
+    }
+    const SSource& source = it->second;
+    return source.bWrong ? ELook::eOther : Compare(source.sPath, source.stamp, dependency.stamp, dependency.nHash);
 }
 
 bool ZStaleness::IsSameDerived(SDependency& dependency, bool& bNoted)
 {
     const ZResourceID id = ToId(dependency.sId);
-    const ELook eFile = Compare(FileOf(OutputPathOf(id)), dependency.stamp, dependency.nHash);
+    const std::string sFile = FileOf(OutputPathOf(id));
+    const ELook eFile = Compare(sFile, StampOf(sFile), dependency.stamp, dependency.nHash);
     bNoted |= eFile == ELook::eSameContent;
     if (eFile == ELook::eOther)
         return false;
@@ -34,7 +44,21 @@ bool ZStaleness::IsSameDerived(SDependency& dependency, bool& bNoted)
     if (pKind == nullptr || pKind->component.empty())
         return true; // made elsewhere: its file is all there is to know
     SBuildRecord record;
-    return IsUpToDate({SJob::ePack, dependency.sId}, record);
+    return m_upToDate.contains(dependency.sId) || IsUpToDate({SJob::ePack, dependency.sId}, record);
+}
+
+bool ZStaleness::HasFile(SBuildRecord& record, bool& bNoted)
+{
+    const std::string sFile = FileOf(record.sFile);
+    const ELook eFile = Compare(sFile, StampOf(sFile), record.stamp, record.nHash);
+    bNoted |= eFile == ELook::eSameContent;
+    return eFile != ELook::eOther;
+}
+
+bool ZStaleness::HasFile(SBuildRecord record)
+{
+    bool bNoted = false;
+    return HasFile(record, bNoted);
 }
 
 bool ZStaleness::IsUpToDate(const SJob& job, SBuildRecord& record)
@@ -49,11 +73,7 @@ bool ZStaleness::IsUpToDate(const SJob& job, SBuildRecord& record)
     bool bSame = true;
     if (job.eKind == SJob::ePack)
     {
-        const ELook eFile = record.sFile == OutputPathOf(ToId(job.sId))
-                                ? Compare(FileOf(record.sFile), record.stamp, record.nHash)
-                                : ELook::eOther;
-        bSame = eFile != ELook::eOther;
-        bNoted = eFile == ELook::eSameContent;
+        bSame = record.sFile == OutputPathOf(ToId(job.sId)) && HasFile(record, bNoted);
     }
     for (SDependency& dependency : record.dependencies)
     {

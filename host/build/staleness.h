@@ -4,6 +4,7 @@
 #include "host/files/assettree.h"
 
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace Host
@@ -23,6 +24,9 @@ public:
     /// True: the record holds. A time that has changed alone is noted, so that the next look is quick again.
     bool IsUpToDate(const SJob& job, SBuildRecord& record);
 
+    /// Whether the record's packed file is still the one that was made, and not gone or another's.
+    bool HasFile(SBuildRecord record);
+
     /// The record of a job that has just been done.
     SBuildRecord RecordOf(const SJobResult& result) const;
 
@@ -35,7 +39,8 @@ private:
         eSameContent, ///< with another time
         eOther
     };
-    ELook Compare(const std::string& sPath, SFileStamp& stamp, uint64_t nHash);
+    ELook Compare(const std::string& sPath, const SFileStamp& now, SFileStamp& stamp, uint64_t nHash);
+    bool HasFile(SBuildRecord& record, bool& bNoted);
     ELook CompareSource(SDependency& dependency);
     bool IsSameDerived(SDependency& dependency, bool& bNoted);
 
@@ -44,6 +49,13 @@ private:
     ZBuildState& m_state;
     std::string m_sTools;
     ZFileHashes m_hashes;
+    struct SSource
+    {
+        std::string sPath;
+        SFileStamp stamp;
+        bool bWrong = false; ///< one of several, for example: what was made of it can't stay
+    };
+    std::unordered_map<std::string, SSource> m_sources; ///< as they are for this run; many jobs look at one
     std::unordered_set<std::string> m_upToDate; ///< what was asked before; such a thing stays so for the run
     std::unordered_set<std::string> m_asking;   ///< a resource that needs itself is never up to date
 };

@@ -2,6 +2,8 @@
 
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
+#include "host/index/sourcescan.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,8 +15,19 @@ SBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
 {
     const auto start = std::chrono::steady_clock::now();
     m_report = report;
-    Scan();
-    m_session.Run(Plan(), [this](const SJobResult& result) { Report(result); });
+    const auto tell = [this](const SJobResult& result) { Report(result); };
+    const ZAssetTree::SSources sources = m_session.SourcesOf(m_words);
+    Scan(sources);
+    if (!Os::Interrupted())
+    {
+        if (m_words.empty())
+            m_session.ForgetAllBut(sources);
+        const std::vector<SJob> jobs = Plan();
+        m_session.Run(jobs, tell);
+        if (m_words.empty() && !Os::Interrupted())
+            m_session.RemoveGone(Present(sources), jobs, tell);
+    }
+    m_totals.bInterrupted = Os::Interrupted();
     m_totals.fSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return m_totals;
 }
@@ -27,38 +40,72 @@ void ZTreeBuild::Report(const SJobResult& result)
     m_report(result);
 }
 
-/// Scans every source once, and tells only of those that could not be scanned.
-void ZTreeBuild::Scan()
+/// Whether a build makes anything of it by its kind alone.
+bool ZTreeBuild::IsBuilt(const std::string& sSubResource)
 {
-    for (const std::string& sSource : m_session.SourcesOf(m_words))
-        (sSource.find('?') == std::string::npos ? m_files : m_named).push_back(sSource);
+    const std::string sKind = ToLower(ToId(sSubResource).GetExtension().View());
+    const auto kinds = DerivedKinds();
+    return !sKind.empty() && std::any_of(kinds.begin(), kinds.end(),
+                                         [&sKind](const SDerivedKind& kind) { return kind.builtFrom == sKind; });
+}
+
+/// Scans every source once, and tells only of those that could not be scanned.
+void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
+{
+    std::vector<std::string> misnamed;
+    for (const std::string& sSource : sources.ids)
+        (sSource.find('?') == std::string::npos ? m_files : IsBuilt(sSource) ? m_named : misnamed).push_back(sSource);
+    for (const ZAssetTree::SSources::SFolder& folder : sources.unreadable)
+        Report(ZHostSession::FailedScan(folder.sId, folder.sWhy));
     std::vector<SJob> jobs;
     for (const std::string& sFile : m_files)
-    {
-        SJob job{SJob::eScan, sFile};
-        const std::string sClash = m_session.CaseClash(sFile);
-        if (sClash.empty())
-        {
-            jobs.push_back(std::move(job));
-            continue;
-        }
-        SJobResult failed;
-        failed.job = std::move(job);
-        failed.messages.push_back({ESeverity::eError, sClash});
-        Report(failed);
-    }
+        jobs.push_back({SJob::eScan, sFile});
+    for (const std::string& sWord : misnamed)
+        jobs.push_back({SJob::eScan, sWord.substr(0, sWord.find('?'))});
+    bool bAllGood = sources.unreadable.empty();
+    size_t nFound = 0;
     m_session.Run(jobs,
-                  [this](const SJobResult& result)
+                  [&](const SJobResult& result)
                   {
+                      bAllGood &= result.IsGood();
                       if (!result.IsGood())
                           return Report(result);
+                      std::vector<std::string>& found = m_found[result.job.sId];
                       for (const SSourceScan::SSubResource& entry : result.scan.subResources)
-                          m_found[result.job.sId].push_back(entry.sId);
+                          found.push_back(entry.sId);
+                      nFound += found.size();
                   });
-    if (m_words.empty())
-        m_session.ForgetAllBut(m_files);
-    if (m_files.empty() && m_named.empty())
+    for (const std::string& sWord : misnamed)
+        if (const auto it = m_found.find(sWord.substr(0, sWord.find('?'))); it != m_found.end())
+            Report(ZHostSession::FailedScan(sWord, "names nothing that is built; " + ThereIs(it->second, sWord, {})));
+    if (Os::Interrupted())
+        return;
+    if (m_files.empty() && m_named.empty() && misnamed.empty() && bAllGood)
         m_watcher.Notice("there are no sources in '" + m_session.Tree().Root() + "'");
+    else if (nFound == 0 && m_named.empty() && misnamed.empty() && bAllGood)
+        m_watcher.Notice((m_files.size() == 1 ? "there is no take, rig or character in '" + m_files.front() + "'"
+                                              : "there is no take, rig or character in any of the " +
+                                                    std::to_string(m_files.size()) + " sources") +
+                         ": nothing is marked as one. 'animpack mark' marks a file that no exporter has marked");
+}
+
+/// All that is there, for what comes after it.
+SPresentSources ZTreeBuild::Present(const ZAssetTree::SSources& sources) const
+{
+    SPresentSources present;
+    for (const std::string& sFile : m_files)
+    {
+        const std::string sLower = ToLower(sFile);
+        present.files.insert(sLower);
+        if (const auto it = m_found.find(sFile); it != m_found.end())
+            for (const std::string& sId : it->second)
+                present.subResources.insert(ToLower(sId));
+        else
+            present.unknown.insert(sLower);
+    }
+    for (const ZAssetTree::SSources::SFolder& folder : sources.unreadable)
+        present.unreadableFolders.push_back(ToLower(folder.sId));
+    return present;
 }
 
 /// What others need comes before them: first all rigs, then all takes.

@@ -12,16 +12,17 @@ namespace Host
 /// What came of a build, by status.
 struct SBuildTotals
 {
-    size_t counts[4] = {};
+    size_t counts[JOB_STATUS_COUNT] = {};
     uint64_t nBytes = 0; ///< packed
     double fSeconds = 0.0;
+    bool bInterrupted = false;
 
     size_t Count(EJobStatus eStatus) const { return counts[static_cast<size_t>(eStatus)]; }
     bool IsGood() const { return Count(EJobStatus::eFailed) + Count(EJobStatus::eCrashed) == 0; }
 };
 
 /// Packs every take, rig and character that scanning finds in the sources that words name, or in the whole tree when
-/// there are none, for each platform.
+/// there are none, for each platform; of the whole tree it also removes what was packed of what is gone.
 class ZTreeBuild
 {
 public:
@@ -31,11 +32,14 @@ public:
     {
     }
 
-    /// Reports each packed resource, and those sources that could not be scanned. Once.
+    /// Reports each packed resource, those sources that could not be scanned, and what is removed. Once. An interrupt
+    /// ends it early.
     SBuildTotals Run(const ZJobScheduler::FReport& report);
 
 private:
-    void Scan();
+    static bool IsBuilt(const std::string& sSubResource);
+    void Scan(const ZAssetTree::SSources& sources);
+    SPresentSources Present(const ZAssetTree::SSources& sources) const;
     std::vector<SJob> Plan() const;
     void Report(const SJobResult& result);
 

@@ -20,7 +20,9 @@ int RunBuild(const SOptions& options, ZConsole& console)
                                         });
     if (console.IsJson())
         console.Output(BuildSummaryLine(totals));
-    console.Summary(BuildSummaryText(totals), totals.IsGood());
+    console.Summary(BuildSummaryText(totals), totals.IsGood() && !totals.bInterrupted);
+    if (totals.bInterrupted)
+        return eExit_Interrupted;
     return totals.IsGood() ? eExit_Done : eExit_AssetsFailed;
 }
 

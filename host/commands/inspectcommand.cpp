@@ -40,7 +40,7 @@ int Inspect(const SOptions& options, ZConsole& console)
     SPackedWord named = FindPackedWord(options.sources.front(), options.session.sOut, options.platforms.front());
     const auto fail = [&](const std::string& sWhy)
     {
-        console.Diagnostic(ESeverity::eError, named.sPath, sWhy);
+        console.Failure(named.sPath, sWhy);
         return eExit_AssetsFailed;
     };
     ZPackedFile file;
@@ -73,11 +73,11 @@ int RunInspect(const SOptions& options, ZConsole& console)
     }
     catch (const SAssertionFailed& e)
     {
-        console.Diagnostic(ESeverity::eError, options.sources.front(), "assertion failed: " + e.sExpression);
+        console.Failure(options.sources.front(), "assertion failed: " + e.sExpression);
     }
     catch (const zhalt_exception&)
     {
-        console.Diagnostic(ESeverity::eError, options.sources.front(), "the file contradicts itself");
+        console.Failure(options.sources.front(), "the file contradicts itself");
     }
     return eExit_AssetsFailed;
 }

@@ -1,5 +1,6 @@
 #include "host/commands/commands.h"
 #include "host/files/outputfile.h"
+#include "host/files/outputplace.h"
 #include "host/marking/marking.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
@@ -7,7 +8,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 
 namespace Host
@@ -49,11 +49,13 @@ int RunMark(const SOptions& options, ZConsole& console)
     const std::string& sOut = options.sources.at(2);
     const auto fail = [&console](const std::string& sFile, const std::string& sWhy)
     {
-        console.Diagnostic(ESeverity::eError, sFile, sWhy);
+        console.Failure(sFile, sWhy);
         return eExit_AssetsFailed;
     };
-    std::string sText;
-    std::string sWhy;
+    std::string sText, sPath;
+    std::string sWhy = FindOutputPlace(sOut, {sIn, sMarks}, sIn, sPath);
+    if (!sWhy.empty())
+        return fail(sOut, sWhy);
     if (!ReadText(sMarks, sText, sWhy))
         return fail(sMarks, sWhy);
     FbxDocument document;
@@ -77,7 +79,6 @@ int RunMark(const SOptions& options, ZConsole& console)
     if (!document.Write(sBytes))
         return fail(sIn, document.Error());
     ZOutputFile file;
-    const std::string sPath = std::filesystem::absolute(sOut).lexically_normal().string();
     if (!file.Open(sPath) || !file.Write(sBytes.data(), sBytes.size()))
         return fail(sOut, file.Error());
     file.Close();

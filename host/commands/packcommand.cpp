@@ -4,6 +4,9 @@
 #include "host/files/resourceids.h"
 #include "host/show/jobtext.h"
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
+
+#include <algorithm>
 
 namespace Host
 {
@@ -11,16 +14,29 @@ namespace Host
 namespace
 {
 
-std::vector<SJob> JobsOf(const SOptions& options, const std::string& sSource)
+constexpr std::string_view RIG_EXTENSION = "animationrig";
+
+/// What is packed of a rig: for one that reads packed rigs, and knows them by no other name.
+ZResourceID PackedRig(const ZResourceID& rig, const std::string& sPlatform)
 {
-    std::string sParameters;
-    for (const std::string& sParameter : options.parameters)
-        sParameters += (sParameters.empty() ? "" : "|") + sParameter;
+    return rig.IsDerived() ? rig : rig.CreateDerivedResourceID(ToZString(RIG_EXTENSION), "", ToZString(sPlatform));
+}
+
+std::vector<SJob> JobsOf(const SOptions& options, const ZAssetTree& tree, const std::string& sSource)
+{
     std::vector<SJob> jobs;
     for (const std::string& sPlatform : options.platforms)
     {
-        const ZResourceID id = ToId(sSource).CreateDerivedResourceID(ToZString(options.sExtension),
-                                                                     ToZString(sParameters), ToZString(sPlatform));
+        std::string sParameters;
+        for (const std::string& sParameter : options.parameters)
+            sParameters.append(sParameters.empty() ? "" : "|")
+                .append(options.sExtension != "metarig"
+                            ? sParameter
+                            : ToStd(PackedRig(ToId(tree.IdOf(sParameter)), sPlatform)));
+        const ZResourceID source =
+            options.sExtension == "rigxml" ? PackedRig(ToId(sSource), sPlatform) : ToId(sSource);
+        const ZResourceID id = source.CreateDerivedResourceID(ToZString(options.sExtension), ToZString(sParameters),
+                                                              ToZString(sPlatform));
         if (!id.IsValid())
             throw ZUsageError("'" + sSource + "' is no identifier of a source");
         jobs.push_back({SJob::ePack, CanonicalId(id)});
@@ -28,11 +44,33 @@ std::vector<SJob> JobsOf(const SOptions& options, const std::string& sSource)
     return jobs;
 }
 
+/// For a source that does not hold what it is asked for: what there is instead. Empty where that is no help.
+std::string WhatThereIs(ZHostSession& session, const std::string& sSource, const SDerivedKind& kind)
+{
+    const std::string sFile = sSource.substr(0, sSource.find('?'));
+    if (kind.builtFrom.empty() || ToId(sSource).IsDerived() || (kind.extension == RIG_EXTENSION && sFile == sSource))
+        return {};
+    std::vector<std::string> found;
+    bool bScanned = false;
+    session.Run({{SJob::eScan, sFile}},
+                [&](const SJobResult& result)
+                {
+                    bScanned = result.IsGood();
+                    for (const SSourceScan::SSubResource& entry : result.scan.subResources)
+                        found.push_back(entry.sId);
+                });
+    const auto isAskedFor = [&sSource](const std::string& sId) { return ToLower(sId) == ToLower(sSource); };
+    if (!bScanned || std::any_of(found.begin(), found.end(), isAskedFor))
+        return {};
+    return "'" + sSource + "' names no " + std::string(kind.builtFrom) + ": " + ThereIs(found, sSource, kind.builtFrom);
+}
+
 } // namespace
 
 int RunPack(const SOptions& options, ZConsole& console)
 {
-    if (FindDerivedKind(options.sExtension) == nullptr)
+    const SDerivedKind* pKind = FindDerivedKind(options.sExtension);
+    if (pKind == nullptr)
     {
         std::string sKnown;
         for (const SDerivedKind& kind : DerivedKinds())
@@ -42,33 +80,37 @@ int RunPack(const SOptions& options, ZConsole& console)
     }
     ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
     const std::string sSource = session.Tree().IdOf(options.sources.front());
-    const std::vector<SJob> jobs = JobsOf(options, sSource);
+    const std::vector<SJob> jobs = JobsOf(options, session.Tree(), sSource);
 
     bool bAllGood = true;
     std::string sFiles;
-    const auto report = [&](const SJobResult& result)
+    std::vector<SJobResult> failed;
+    const auto tell = [&](const SJobResult& result)
     {
-        const bool bAskedFor =
-            std::any_of(jobs.begin(), jobs.end(), [&result](const SJob& job) { return job.sId == result.job.sId; });
         console.Job(result);
         if (console.IsJson())
             console.Output(JobLine(result, session.Out()));
-        if (!bAskedFor)
-            return;
-        bAllGood &= result.IsGood();
-        if (result.IsGood())
-            sFiles += session.Out() + '/' + result.sFile + '\n';
     };
-    if (const std::string sClash = session.CaseClash(sSource); !sClash.empty())
-        for (const SJob& job : jobs)
-        {
-            SJobResult result;
-            result.job = job;
-            result.messages.push_back({ESeverity::eError, sClash});
-            report(result);
-        }
-    else
-        session.Run(jobs, report);
+    session.Run(jobs,
+                [&](const SJobResult& result)
+                {
+                    const bool bAskedFor = std::any_of(jobs.begin(), jobs.end(), [&result](const SJob& job)
+                                                       { return job.sId == result.job.sId; });
+                    if (bAskedFor && !result.IsGood())
+                        return failed.push_back(result);
+                    tell(result);
+                    if (bAskedFor)
+                        sFiles += session.Out() + '/' + result.sFile + '\n';
+                });
+    for (SJobResult& result : failed)
+    {
+        bAllGood = false;
+        if (const std::string sHint = WhatThereIs(session, sSource, *pKind); !sHint.empty())
+            result.messages.push_back({ESeverity::eError, sHint});
+        tell(result);
+    }
+    if (Os::Interrupted())
+        return eExit_Interrupted;
     if (!console.IsJson() && !sFiles.empty())
         console.Output(sFiles);
     return bAllGood ? eExit_Done : eExit_AssetsFailed;

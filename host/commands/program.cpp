@@ -41,7 +41,7 @@ int RunProgram(int nArguments, const char* const* ppArguments)
     }
     catch (const ZUsageError& e)
     {
-        console.Notice(std::string("error: ") + e.what());
+        console.Error(ZHostError(e.what()));
         return eExit_WrongUsage;
     }
     catch (const ZHostError& e)
@@ -52,7 +52,7 @@ int RunProgram(int nArguments, const char* const* ppArguments)
     {
         if (pCommand->bOneFile && !options.sources.empty())
         {
-            console.Diagnostic(ESeverity::eError, options.sources.front(), "there is not enough memory for this file");
+            console.Failure(options.sources.front(), "there is not enough memory for this file");
             return eExit_AssetsFailed;
         }
         console.Error(ZHostError("out of memory"));

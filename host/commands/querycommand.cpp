@@ -3,6 +3,7 @@
 #include "host/commands/commands.h"
 #include "host/show/querytext.h"
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
 
 #include <filesystem>
 #include <set>
@@ -56,6 +57,8 @@ int RunQuery(const SOptions& options, ZConsole& console)
     const bool bAllScanned =
         !options.bScanFirst ||
         ZHostSession(options.session, console, ZHostSession::EUse::eReads).Scan({}, [](const SJobResult&) {});
+    if (Os::Interrupted())
+        return eExit_Interrupted;
     const std::string& sOut = options.session.sOut;
     const std::string sFile = sOut + '/' + STATE_FILE;
     std::error_code error;

@@ -3,6 +3,7 @@
 #include "host/index/scandatafiles.h"
 #include "host/show/scantext.h"
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
 
 namespace Host
 {
@@ -27,6 +28,8 @@ int RunScan(const SOptions& options, ZConsole& console)
                                                   bAllWritten = false;
                                               }
                                           });
+    if (Os::Interrupted())
+        return eExit_Interrupted;
     for (const std::string& sError : blobs.Publish())
     {
         console.Notice("error: " + sError);

@@ -14,7 +14,7 @@ int RunScene(const SOptions& options, ZConsole& console)
     if (!file.Load({options.session.sModule, options.session.sAssets, sSource},
                    options.bStackGiven ? &options.sStack : nullptr))
     {
-        console.Diagnostic(ESeverity::eError, sSource, file.Error());
+        console.Failure(sSource, file.Error());
         return eExit_AssetsFailed;
     }
     std::vector<FbxTime> times;

@@ -48,12 +48,17 @@ bool HasScanner(const fs::path& path)
     return !sExtension.empty() && !ScannerOf(std::string_view(sExtension).substr(1)).empty();
 }
 
-/// Looks into the file where its extension alone does not tell.
+/// Whether the extension alone does not tell that it is a source.
+bool HasSign(const fs::path& path)
+{
+    return !SignOfSource(std::string_view(path.extension().string()).substr(1)).empty();
+}
+
+/// Looks into the file.
 bool IsSource(const fs::path& path)
 {
-    const std::string_view sign = SignOfSource(std::string_view(path.extension().string()).substr(1));
-    if (sign.empty())
-        return true;
+    const std::string sExtension = path.extension().string();
+    const std::string_view sign = SignOfSource(std::string_view(sExtension).substr(1));
     std::string sBeginning(SIGN_REACH, '\0');
     std::ifstream file(path, std::ios::binary);
     file.read(sBeginning.data(), static_cast<std::streamsize>(sBeginning.size()));
@@ -75,62 +80,87 @@ ZAssetTree::ZAssetTree(const std::string& sRoot)
 const ZAssetTree::SListing& ZAssetTree::ListingOf(const std::string& sFolder) const
 {
     const auto [it, bNew] = m_listings.try_emplace(sFolder);
-    if (bNew)
+    SListing& listing = it->second;
+    if (!bNew)
+        return listing;
+    std::error_code ignored;
+    for (fs::directory_iterator entry(sFolder, listing.error), end; !listing.error && entry != end;
+         entry.increment(listing.error))
     {
-        std::error_code error;
-        for (fs::directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
-        {
-            const std::string sName = entry->path().filename().string();
-            it->second.names.emplace(ToLower(sName), sName);
-        }
+        const EName eKind = entry->is_symlink(ignored)        ? EName::eLink
+                            : entry->is_regular_file(ignored) ? EName::eFile
+                            : entry->is_directory(ignored)    ? EName::eFolder
+                                                              : EName::eLink;
+        listing.names.push_back({entry->path().filename().string(), eKind});
     }
-    return it->second;
+    if (listing.error)
+        listing.names.clear();
+    // The order in which a disk lists them is nobody's business.
+    std::sort(listing.names.begin(), listing.names.end(),
+              [](const SName& a, const SName& b) { return a.sName < b.sName; });
+    for (size_t n = 0; n < listing.names.size(); ++n)
+        listing.byLowerCase.emplace(ToLower(listing.names[n].sName), n);
+    return listing;
 }
 
-void ZAssetTree::FindInAnyCase(const std::string& sFolder, const std::vector<std::string_view>& names, size_t nName,
-                               std::vector<std::string>& found) const
+void ZAssetTree::FindInAnyCase(const std::string& sFolder, size_t nName, SSearch& search) const
 {
-    auto [it, end] = ListingOf(sFolder).names.equal_range(ToLower(names[nName]));
-    std::vector<std::string> candidates;
+    const std::string_view name = search.names[nName];
+    const bool bLast = nName + 1 == search.names.size();
+    const SListing& listing = ListingOf(sFolder);
+    std::vector<SName> candidates;
+    auto [it, end] = listing.byLowerCase.equal_range(ToLower(name));
     for (; it != end; ++it)
-        candidates.push_back(sFolder + '/' + it->second);
-    std::sort(candidates.begin(), candidates.end());
-    for (const std::string& sPath : candidates)
+        candidates.push_back(listing.names[it->second]);
+    std::sort(candidates.begin(), candidates.end(), [](const SName& a, const SName& b) { return a.sName < b.sName; });
+    if (listing.error && listing.error != std::errc::no_such_file_or_directory &&
+        listing.error != std::errc::not_a_directory)
     {
-        if (found.size() >= MOST_CANDIDATES)
+        // What stands in it may be reached all the same, by its very name.
+        candidates.push_back({std::string(name), EName::eLink});
+        if (search.sUnreadable.empty())
+            search.sUnreadable = "the folder '" + sFolder.substr(std::min(m_sRoot.size() + 1, sFolder.size())) +
+                                 "' can't be read: " + listing.error.message();
+    }
+    for (const SName& candidate : candidates)
+    {
+        if (search.found.size() >= MOST_CANDIDATES)
             return;
-        if (nName + 1 < names.size())
-            FindInAnyCase(sPath, names, nName + 1, found);
-        else if (StampOf(sPath).bExists)
-            found.push_back(sPath);
+        const std::string sPath = sFolder + '/' + candidate.sName;
+        if (!bLast && candidate.eKind != EName::eFile)
+            FindInAnyCase(sPath, nName + 1, search);
+        else if (bLast && (candidate.eKind == EName::eFile ||
+                           (candidate.eKind == EName::eLink && StampOf(sPath).bExists)))
+            search.found.push_back(sPath);
     }
 }
 
-ZAssetTree::SLookup ZAssetTree::Find(const ZResourceID& id) const
+const ZAssetTree::SLookup& ZAssetTree::Find(const ZResourceID& id) const
 {
-    std::string sText = ToStd(id.GetRoot());
+    const std::string sRootId = ToStd(id.GetRoot());
+    const auto it = m_lookups.find(sRootId);
+    return it != m_lookups.end() ? it->second : m_lookups.emplace(sRootId, LookUp(sRootId)).first->second;
+}
+
+ZAssetTree::SLookup ZAssetTree::LookUp(const std::string& sRootId) const
+{
+    std::string sText = sRootId;
     std::replace(sText.begin(), sText.end(), '\\', '/');
     if (ToLower(std::string_view(sText).substr(0, SCHEME.size())) != SCHEME)
         return {SLookup::eOutside, {}, "'" + sText + "' is not below assembly:/"};
-    const std::vector<std::string_view> names = NamesOf(std::string_view(sText).substr(SCHEME.size()));
-    if (std::find(names.begin(), names.end(), "..") != names.end() || names.size() > DEEPEST_PATH)
+    SSearch search{NamesOf(std::string_view(sText).substr(SCHEME.size())), {}, {}};
+    if (std::find(search.names.begin(), search.names.end(), "..") != search.names.end() ||
+        search.names.size() > DEEPEST_PATH)
         return {SLookup::eOutside, {}, "'" + sText + "' leads out of the asset tree"};
-    if (names.empty())
+    if (search.names.empty())
         return {};
-
-    std::string sExact = m_sRoot;
-    for (const std::string_view name : names)
-        (sExact += '/') += name;
-    if (StampOf(sExact).bExists)
-        return {SLookup::eFound, sExact, {}};
-    std::vector<std::string> found;
-    FindInAnyCase(m_sRoot, names, 0, found);
-    if (found.empty())
-        return {};
-    if (found.size() == 1)
-        return {SLookup::eFound, found.front(), {}};
+    FindInAnyCase(m_sRoot, 0, search);
+    if (search.found.size() == 1)
+        return {SLookup::eFound, search.found.front(), {}};
+    if (search.found.empty())
+        return {search.sUnreadable.empty() ? SLookup::eMissing : SLookup::eUnreadable, {}, search.sUnreadable};
     std::string sWhy = "files that differ in case alone:";
-    for (const std::string& sPath : found)
+    for (const std::string& sPath : search.found)
         sWhy += " '" + sPath.substr(m_sRoot.size() + 1) + "'";
     return {SLookup::eAmbiguous, {}, sWhy};
 }
@@ -167,49 +197,93 @@ bool ZAssetTree::IsFolder(const std::string& sId) const
     return fs::is_directory(m_sRoot + '/' + sId.substr(SCHEME.size()), error);
 }
 
-std::vector<std::string> ZAssetTree::Sources(const std::string& sFolderId, size_t& nUnreadableNames,
-                                             const FKnown& isKnown) const
+/// Goes through folders, first all that are found without links.
+class ZAssetTree::ZSourceWalk
 {
-    std::vector<std::string> sources;
-    std::vector<std::string> folders{m_sRoot + '/' + sFolderId.substr(SCHEME.size())};
-    // A link to a folder above would lead round in circles.
-    std::set<std::string> visited;
-    while (!folders.empty())
+public:
+    ZSourceWalk(const ZAssetTree& tree, const FKnown& isKnown) : m_tree(tree), m_isKnown(isKnown) {}
+
+    SSources Run(const std::string& sFolder)
     {
-        const std::string sFolder = std::move(folders.back());
-        folders.pop_back();
+        Walk(sFolder);
+        while (!m_links.empty())
+            Walk(m_links.extract(m_links.begin()).value());
+        std::sort(m_sources.ids.begin(), m_sources.ids.end());
+        std::sort(m_sources.unreadable.begin(), m_sources.unreadable.end(),
+                  [](const auto& a, const auto& b) { return a.sId < b.sId; });
+        return std::move(m_sources);
+    }
+
+private:
+    std::string IdOf(const std::string& sPath) const
+    {
+        return std::string(SCHEME) + sPath.substr(std::min(m_tree.m_sRoot.size() + 1, sPath.size()));
+    }
+
+    /// A folder or a link to one; links in it have to wait.
+    void Walk(const std::string& sStart)
+    {
         std::error_code error;
-        if (!visited.insert(fs::weakly_canonical(sFolder, error).string()).second)
-            continue;
-        for (fs::directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
+        const std::string sTrueStart = fs::weakly_canonical(sStart, error).string();
+        std::vector<std::string> folders{sStart};
+        while (!folders.empty())
         {
-            std::error_code ignored;
-            const std::string sPath = entry->path().lexically_normal().string();
-            if (entry->is_directory(ignored))
-            {
-                folders.push_back(sPath);
+            const std::string sFolder = std::move(folders.back());
+            folders.pop_back();
+            if (!m_visited.insert(sTrueStart + sFolder.substr(sStart.size())).second)
                 continue;
-            }
-            if (!HasScanner(entry->path()) || !entry->is_regular_file(ignored))
-                continue;
-            const std::string sId = std::string(SCHEME) + sPath.substr(m_sRoot.size() + 1);
-            if (!(isKnown && isKnown(sId, sPath)) && !IsSource(entry->path()))
-                continue;
-            if (IsUtf8(sId))
-                sources.push_back(sId);
-            else
-                ++nUnreadableNames;
+            const SListing& listing = m_tree.ListingOf(sFolder);
+            if (listing.error)
+                m_sources.unreadable.push_back({IdOf(sFolder) + (sFolder == m_tree.m_sRoot ? "" : "/"),
+                                                "the folder can't be read: " + listing.error.message()});
+            for (const SName& name : listing.names)
+                Add(sFolder + '/' + name.sName, name.eKind, folders);
         }
     }
-    std::sort(sources.begin(), sources.end());
-    return sources;
+
+    void Add(const std::string& sPath, EName eKind, std::vector<std::string>& folders)
+    {
+        std::error_code ignored;
+        if (eKind == EName::eFolder)
+            folders.push_back(sPath);
+        else if (eKind == EName::eLink && fs::is_directory(sPath, ignored))
+            m_links.insert(sPath);
+        else if (HasScanner(sPath) && (eKind == EName::eFile || StampOf(sPath).bExists))
+        {
+            const std::string sId = IdOf(sPath);
+            if (!HasSign(sPath) || (m_isKnown && m_isKnown(sId, sPath)) || IsSource(sPath))
+            {
+                if (IsUtf8(sId))
+                    m_sources.ids.push_back(sId);
+                else
+                    ++m_sources.nUnreadableNames;
+            }
+        }
+    }
+
+    const ZAssetTree& m_tree;
+    const FKnown& m_isKnown;
+    SSources m_sources;
+    std::set<std::string> m_visited; ///< without links
+    std::set<std::string> m_links;
+};
+
+ZAssetTree::SSources ZAssetTree::Sources(const std::string& sFolderId, const FKnown& isKnown) const
+{
+    std::string sFolder = m_sRoot + '/' + sFolderId.substr(SCHEME.size());
+    while (sFolder.size() > 1 && sFolder.back() == '/')
+        sFolder.pop_back();
+    return ZSourceWalk(*this, isKnown).Run(sFolder);
 }
 
 std::string PathOfWord(const std::string& sWord, const std::string& sAssets)
 {
     if (sWord.find(":/") == std::string::npos)
         return sWord;
-    const ZAssetTree::SLookup lookup = ZAssetTree(sAssets).Find(ToId(sWord));
+    const ZAssetTree tree(sAssets);
+    const ZAssetTree::SLookup& lookup = tree.Find(ToId(sWord));
+    if (lookup.IsWrong())
+        throw ZUsageError("'" + sWord + "': " + lookup.sWhy);
     return lookup.eState == ZAssetTree::SLookup::eFound ? lookup.sPath : sWord;
 }
 

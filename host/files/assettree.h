@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unordered_map>
 #include <vector>
 
@@ -13,8 +14,9 @@ namespace Host
 
 /// The folder behind `assembly:/`.
 ///
-/// A path is looked up as it stands, then without regard to case (A to Z), name by name. Names of folders are read once
-/// and remembered: a tree must not be expected to show what changes during a run.
+/// A path is looked up name by name without regard to case (A to Z): identifiers that differ in case alone are one, so
+/// two files that do are an error. Names of folders are read once and remembered: a tree must not be expected to show
+/// what changes during a run.
 class ZAssetTree
 {
 public:
@@ -27,16 +29,19 @@ public:
         {
             eFound,
             eMissing,
-            eAmbiguous, ///< several files that differ in case alone
-            eOutside    ///< not below assembly:/, or on its way out through ".."
+            eAmbiguous,  ///< several files that differ in case alone
+            eUnreadable, ///< in a folder that can't be read
+            eOutside     ///< not below assembly:/, or on its way out through ".."
         };
         EState eState = eMissing;
+        /// Nothing can be made of such a tree, whatever the file is for.
+        bool IsWrong() const { return eState == eAmbiguous || eState == eUnreadable; }
         std::string sPath; ///< absolute; found only
         std::string sWhy;  ///< a text for the user; not for a file that is just missing
     };
 
     /// The file of an identifier: what stands behind a "?" is left aside, and of a derived one it is the source's.
-    SLookup Find(const ZResourceID& id) const;
+    const SLookup& Find(const ZResourceID& id) const;
 
     /// `text` is an identifier, or the path of a file or folder in the tree: absolute, seen from the current folder or
     /// from the tree's root; a "?" and what is behind it may follow. The identifier, in the case of the disk where the
@@ -48,28 +53,59 @@ public:
 
     /// Whether a file is known to be a source as it is, so that there is no need to look into it.
     using FKnown = std::function<bool(const std::string& sId, const std::string& sPath)>;
-    /// Identifiers of all files below a folder (its identifier) whose extension has a scanner, in their order. Names
-    /// that are no UTF-8 and can't be told to anybody are left out and counted.
-    std::vector<std::string> Sources(const std::string& sFolderId, size_t& nUnreadableNames,
-                                     const FKnown& isKnown = {}) const;
+    struct SSources
+    {
+        std::vector<std::string> ids;  ///< in their order
+        size_t nUnreadableNames = 0;   ///< no UTF-8: they can't be told to anybody and are left out
+        struct SFolder
+        {
+            std::string sId; ///< with a slash at its end
+            std::string sWhy;
+        };
+        std::vector<SFolder> unreadable; ///< in their order
+    };
+    /// Identifiers of all files below a folder (its identifier) whose extension has a scanner. A link to a folder that
+    /// is found without it stands for nothing; of several links to one folder outside the first one counts.
+    SSources Sources(const std::string& sFolderId, const FKnown& isKnown = {}) const;
 
     const std::string& Root() const { return m_sRoot; }
 
 private:
+    enum class EName
+    {
+        eFile,
+        eFolder,
+        eLink, ///< or something else that has to be looked at
+    };
+    struct SName
+    {
+        std::string sName;
+        EName eKind;
+    };
     struct SListing
     {
-        std::unordered_multimap<std::string, std::string> names; ///< by lower case
+        std::vector<SName> names;                       ///< in their order
+        std::unordered_multimap<std::string, size_t> byLowerCase;
+        std::error_code error;                          ///< then there are no names
     };
+    struct SSearch
+    {
+        std::vector<std::string_view> names;
+        std::vector<std::string> found;
+        std::string sUnreadable; ///< a folder on the way, and why
+    };
+    class ZSourceWalk;
     const SListing& ListingOf(const std::string& sFolder) const;
-    void FindInAnyCase(const std::string& sFolder, const std::vector<std::string_view>& names, size_t nName,
-                       std::vector<std::string>& found) const;
+    void FindInAnyCase(const std::string& sFolder, size_t nName, SSearch& search) const;
+    SLookup LookUp(const std::string& sRootId) const;
 
     std::string m_sRoot;
     mutable std::unordered_map<std::string, SListing> m_listings;
+    mutable std::unordered_map<std::string, SLookup> m_lookups;
 };
 
 /// The file that a command is to look at, which need not stand in the tree: a path as it is, or what an identifier
-/// names. The word itself where that is nothing.
+/// names. The word itself where that is nothing; ZUsageError where it is several files.
 std::string PathOfWord(const std::string& sWord, const std::string& sAssets);
 
 } // namespace Host

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstring>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -20,6 +23,10 @@ namespace
 constexpr std::string_view PASSING_START = ".animpack-";
 constexpr std::string_view PASSING_END = ".part";
 constexpr size_t MOST_FLUSHES = 16; ///< under way at the same time
+constexpr size_t FLUSHED_TOGETHER = 8; ///< from so many files on
+constexpr auto LONGEST_FLUSH = std::chrono::milliseconds(300);
+constexpr size_t COLLECTED = size_t(1) << 20;
+constexpr size_t READ_AHEAD = size_t(64) << 10;
 
 class ZFileOutputStream final : public TCountedComponent<ZFileOutputStream, IOutputStream>
 {
@@ -41,30 +48,82 @@ public:
 
     bool IsOpen() const override { return m_file.IsOpen(); }
     size_t GetSize() const override { return static_cast<size_t>(m_file.Size()); }
+    /// Packed files are read in small pieces, scenes in large ones.
     size_t Read(void* pBuffer, size_t nSize) override
     {
+        auto* p = static_cast<char*>(pBuffer);
+        size_t nRead = 0;
         std::error_code error;
-        return m_file.Read(pBuffer, nSize, error);
+        while (nRead < nSize)
+        {
+            if (m_nTaken == m_ahead.size())
+            {
+                if (nSize - nRead >= READ_AHEAD)
+                    return nRead + m_file.Read(p + nRead, nSize - nRead, error);
+                m_ahead.resize(std::min<uint64_t>(READ_AHEAD, m_file.Size()));
+                m_ahead.resize(m_file.Read(m_ahead.data(), m_ahead.size(), error));
+                m_nTaken = 0;
+                if (m_ahead.empty())
+                    break;
+            }
+            const size_t n = std::min(nSize - nRead, m_ahead.size() - m_nTaken);
+            std::memcpy(p + nRead, m_ahead.data() + m_nTaken, n);
+            m_nTaken += n;
+            nRead += n;
+        }
+        return nRead;
     }
+    const SFileStamp& Stamp() const { return m_file.Stamp(); }
 
 private:
     Os::ZInputFile m_file;
+    std::vector<char> m_ahead;
+    size_t m_nTaken = 0;
 };
 
-/// Flushed and renamed, or removed.
-std::string PublishFile(const SPublication& file)
+/// Flushes all files at once where that is quick: the disk writes small ones that stand side by side in one go. False
+/// when each has to be flushed for itself.
+bool FlushTogether(const std::vector<SPublication>& files)
+{
+    using TClock = std::chrono::steady_clock;
+    // Others may write to the disk too, and far more than is worth waiting for; once is enough to learn that.
+    static bool s_bQuick = true;
+    if (!s_bQuick || files.size() < FLUSHED_TOGETHER)
+        return false;
+    std::set<std::string> folders;
+    for (const SPublication& file : files)
+        folders.insert(file.sPath.substr(0, file.sPath.rfind('/')));
+    std::set<uint64_t> disks;
+    const auto start = TClock::now();
+    for (const std::string& sFolder : folders)
+    {
+        Os::SFileIdentity identity;
+        if (!Os::IdentityOf(sFolder, identity))
+            return false;
+        if (disks.insert(identity.nDevice).second && Os::FlushDisk(sFolder))
+            return false;
+    }
+    s_bQuick = TClock::now() - start < LONGEST_FLUSH;
+    return true;
+}
+
+/// Flushed and renamed, or removed. False when that needs a file more than this process may have open now.
+bool PublishFile(const SPublication& file, bool bFlushed, std::string& sError)
 {
     std::string sWhat = "cannot flush";
-    std::error_code error = Os::FlushFile(file.sPassingPath);
+    std::error_code error = bFlushed ? std::error_code() : Os::FlushFile(file.sPassingPath);
+    if (Os::IsOutOfFiles(error))
+        return false;
     if (!error)
     {
         sWhat = "cannot rename to";
         error = Os::RenameFile(file.sPassingPath, file.sPath);
     }
     if (!error)
-        return {};
+        return true;
     Os::RemoveFile(file.sPassingPath);
-    return sWhat + " '" + file.sPath + "': " + error.message();
+    sError = sWhat + " '" + file.sPath + "': " + error.message();
+    return true;
 }
 
 } // namespace
@@ -72,16 +131,18 @@ std::string PublishFile(const SPublication& file)
 std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
 {
     std::vector<std::string> errors(files.size());
+    std::vector<char> isDone(files.size(), 0);
+    const bool bFlushed = FlushTogether(files);
     std::atomic<size_t> nNext{0};
     const auto work = [&]
     {
         for (size_t n = nNext++; n < files.size(); n = nNext++)
-            errors[n] = PublishFile(files[n]);
+            isDone[n] = PublishFile(files[n], bFlushed, errors[n]);
     };
     std::vector<std::thread> threads;
     try
     {
-        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES); ++n)
+        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES) && !bFlushed; ++n)
             threads.emplace_back(work);
     }
     catch (const std::system_error&)
@@ -91,6 +152,12 @@ std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
     work();
     for (std::thread& thread : threads)
         thread.join();
+    for (size_t n = 0; n < files.size(); ++n)
+        if (isDone[n] == 0 && !PublishFile(files[n], false, errors[n]))
+        {
+            Os::RemoveFile(files[n].sPassingPath);
+            errors[n] = "cannot flush '" + files[n].sPath + "': too many files are open";
+        }
     return errors;
 }
 
@@ -109,17 +176,23 @@ bool ZOutputFile::Open(const std::string& sPath)
     m_sError.clear();
     m_bClosed = false;
     m_hash = {};
-    const fs::path folder = fs::path(sPath).parent_path();
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error)
-    {
-        m_sError = "cannot make the folder '" + folder.string() + "': " + error.message();
-        return false;
-    }
-    m_sPassingPath = folder.string() + '/' + std::string(PASSING_START) + std::to_string(Os::OwnProcess()) + '-' +
+    m_stamp = {};
+    const std::string sFolder = fs::path(sPath).parent_path().string();
+    m_sPassingPath = sFolder + '/' + std::string(PASSING_START) + std::to_string(Os::OwnProcess()) + '-' +
                      std::to_string(s_nNext++) + std::string(PASSING_END);
-    error = m_file.Open(m_sPassingPath);
+    m_interrupt.Remember(m_sPassingPath);
+    std::error_code error = m_file.Open(m_sPassingPath);
+    if (error == std::errc::no_such_file_or_directory)
+    {
+        // The first file of a folder finds that there is none yet.
+        fs::create_directories(sFolder, error);
+        if (error)
+        {
+            m_sError = "cannot make the folder '" + sFolder + "': " + error.message();
+            return false;
+        }
+        error = m_file.Open(m_sPassingPath);
+    }
     return !error || Fail("cannot write", error);
 }
 
@@ -128,7 +201,14 @@ bool ZOutputFile::Write(const void* pBytes, size_t nCount)
     if (!m_file.IsOpen() || !m_sError.empty())
         return false;
     m_hash.Add(pBytes, nCount);
-    const std::error_code error = m_file.Write(pBytes, nCount);
+    m_collected.append(static_cast<const char*>(pBytes), nCount);
+    return m_collected.size() < COLLECTED || WriteCollected();
+}
+
+bool ZOutputFile::WriteCollected()
+{
+    const std::error_code error = m_file.Write(m_collected.data(), m_collected.size());
+    m_collected.clear();
     return !error || Fail("cannot write", error);
 }
 
@@ -136,6 +216,9 @@ void ZOutputFile::Close()
 {
     if (!m_file.IsOpen())
         return;
+    if (m_sError.empty())
+        WriteCollected();
+    m_stamp = m_file.Stamp();
     if (const std::error_code error = m_file.Close())
         Fail("cannot close", error);
     m_bClosed = true;
@@ -143,34 +226,33 @@ void ZOutputFile::Close()
 
 bool ZOutputFile::Publish()
 {
-    Close();
-    if (!IsComplete())
+    SPublication publication;
+    if (!Release(publication))
         return false;
-    m_sError = PublishFiles({{std::exchange(m_sPassingPath, {}), m_sPath}}).front();
+    m_interrupt.Remember(publication.sPassingPath);
+    m_sError = PublishFiles({publication}).front();
+    m_interrupt.Forget();
     return m_sError.empty();
 }
 
-bool ZOutputFile::Release(Os::TProcessId nProcess, SPublication& publication)
+bool ZOutputFile::Release(SPublication& publication)
 {
     Close();
     if (!IsComplete())
         return false;
-    publication.sPath = m_sPath;
-    publication.sPassingPath = m_sPassingPath;
-    const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
-    publication.sPassingPath.replace(m_sPassingPath.rfind(PASSING_START), PASSING_START.size(), sStart);
-    if (const std::error_code error = Os::RenameFile(m_sPassingPath, publication.sPassingPath))
-        return Fail("cannot write", error);
-    m_sPassingPath.clear();
+    publication = {std::exchange(m_sPassingPath, {}), m_sPath};
+    m_interrupt.Forget();
     return true;
 }
 
 void ZOutputFile::Discard()
 {
+    m_collected.clear();
     m_file.Close();
     if (!m_sPassingPath.empty())
         Os::RemoveFile(m_sPassingPath);
     m_sPassingPath.clear();
+    m_interrupt.Forget();
 }
 
 bool IsPassingName(std::string_view name)
@@ -188,13 +270,14 @@ void RemovePassingFiles(const std::string& sFolder)
     }
 }
 
-void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess)
+void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess,
+                              const std::function<bool(const std::string& sPassingPath)>& isHandedOver)
 {
     const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
     std::error_code error;
     for (fs::directory_iterator entry(fs::path(sPath).parent_path(), error), end; !error && entry != end;
          entry.increment(error))
-        if (entry->path().filename().string().starts_with(sStart))
+        if (entry->path().filename().string().starts_with(sStart) && !isHandedOver(entry->path().string()))
             Os::RemoveFile(entry->path().string());
 }
 
@@ -203,9 +286,11 @@ IOutputStream* CreateFileOutputStream(ZOutputFile& file)
     return new ZFileOutputStream(file);
 }
 
-IInputStream* OpenFileInputStream(const std::string& sPath)
+IInputStream* OpenFileInputStream(const std::string& sPath, SFileStamp* pStamp)
 {
     auto* pStream = new ZFileInputStream(sPath);
+    if (pStamp != nullptr)
+        *pStamp = pStream->Stamp();
     if (pStream->IsOpen())
         return pStream;
     pStream->Release();

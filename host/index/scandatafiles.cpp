@@ -12,6 +12,12 @@
 namespace Host
 {
 
+ZScanDataFiles::~ZScanDataFiles()
+{
+    for (const SPublication& file : m_complete)
+        Os::RemoveFile(file.sPassingPath);
+}
+
 std::string ZScanDataFiles::Add(const SSourceScan& scan)
 {
     const std::string sPlace = ReportPathOf(ToId(scan.sSource), "scan");
@@ -28,15 +34,16 @@ std::string ZScanDataFiles::Add(const SSourceScan& scan)
         return "its scan data can't be written: assertion failed: " + e.sExpression;
     }
     SPublication publication;
-    if (!file.Release(Os::OwnProcess(), publication))
+    if (!file.Release(publication))
         return file.Error();
     m_complete.push_back(publication);
+    ++m_nCount;
     return {};
 }
 
 std::vector<std::string> ZScanDataFiles::Publish()
 {
-    std::vector<std::string> errors = PublishFiles(m_complete);
+    std::vector<std::string> errors = PublishFiles(std::exchange(m_complete, {}));
     std::erase(errors, "");
     return errors;
 }

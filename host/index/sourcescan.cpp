@@ -2,6 +2,7 @@
 
 #include "host/files/contenthash.h"
 #include "host/text/jsonwriter.h"
+#include "host/text/words.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -100,6 +101,26 @@ bool ReadSourceScan(const nlohmann::json& json, SSourceScan& scan)
 uint64_t HashOfScan(const SSourceScan& scan)
 {
     return std::max<uint64_t>(1, ZContentHash::Of(ScanLine(scan)));
+}
+
+std::string ThereIs(const std::vector<std::string>& ids, std::string_view wanted, std::string_view kind)
+{
+    constexpr size_t MOST = 12;
+    const auto nameOf = [](std::string_view id) { return std::string(id.substr(std::min(id.find('?'), id.size()))); };
+    std::vector<std::string> names;
+    for (const std::string& sId : ids)
+        if (kind.empty() || ToLower(KindOfEntry(sId)) == kind)
+            names.push_back(nameOf(sId));
+    if (names.empty())
+        return std::string("there is ") + (ids.empty() ? "nothing" : "no " + std::string(kind)) +
+               " in it that is marked to be packed";
+    std::string sText = names.size() == 1 ? "there is " : "there are ";
+    for (size_t n = 0; n < std::min(names.size(), MOST); ++n)
+        sText += (n == 0 ? "" : n + 1 == names.size() ? " and " : ", ") + names[n];
+    if (names.size() > MOST)
+        sText += " and " + std::to_string(names.size() - MOST) + " more";
+    const std::string sNearest = nameOf(wanted).empty() ? std::string() : NearestName(nameOf(wanted), names);
+    return sNearest.empty() ? sText : sText + "; is '" + sNearest + "' meant?";
 }
 
 std::string_view NameOfEntry(std::string_view id)

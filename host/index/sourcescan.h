@@ -44,6 +44,10 @@ uint64_t HashOfScan(const SSourceScan& scan);
 void WriteReferences(ZJsonWriter& json, const std::vector<std::string>& references);
 void WriteProperties(ZJsonWriter& json, const SSourceScan::TProperties& properties);
 
+/// Tells what there is, for one who asked for what there is not: "there are ?/walk.take and ?/run.take; is ... meant?".
+/// A kind narrows it. The texts of both are identifiers of sub-resources.
+std::string ThereIs(const std::vector<std::string>& ids, std::string_view wanted, std::string_view kind);
+
 /// Name and extension of a sub-resource: "walk" and "take" of "assembly:/a.fbx?/walk.take". A source has the name and
 /// the extension of its file.
 std::string_view NameOfEntry(std::string_view id);

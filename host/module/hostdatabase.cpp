@@ -1,5 +1,6 @@
 #include "host/module/hostdatabase.h"
 
+#include "base/component/componentbase.h"
 #include "base/component/componentmanager.h"
 #include "base/pointers/tcomponentsharedptr.h"
 #include "host/files/derivedkinds.h"
@@ -7,10 +8,39 @@
 #include "host/files/resourceids.h"
 #include "resource/core/iresourcefactory.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace Host
 {
+
+namespace
+{
+
+/// Over bytes that others may read too.
+class ZKeptInputStream final : public TCountedComponent<ZKeptInputStream, IInputStream>
+{
+public:
+    explicit ZKeptInputStream(std::shared_ptr<const std::vector<uint8_t>> pBytes) : m_pBytes(std::move(pBytes)) {}
+
+    bool IsOpen() const override { return true; }
+    size_t GetSize() const override { return m_pBytes->size(); }
+    size_t Read(void* pBuffer, size_t nSize) override
+    {
+        const size_t nRead = std::min(nSize, m_pBytes->size() - m_nTaken);
+        if (nRead != 0)
+            std::memcpy(pBuffer, m_pBytes->data() + m_nTaken, nRead);
+        m_nTaken += nRead;
+        return nRead;
+    }
+
+private:
+    std::shared_ptr<const std::vector<uint8_t>> m_pBytes;
+    size_t m_nTaken = 0;
+};
+
+} // namespace
 
 void ZJobContext::Info(const ZString& text)
 {
@@ -52,9 +82,17 @@ std::string ZHostDatabase::FileOf(const ZResourceID& id) const
     return sPath.empty() ? sPath : m_sOut + '/' + sPath;
 }
 
-ZAssetTree::SLookup ZHostDatabase::LookUp(const ZResourceID& id, ESeverity eWhenOdd)
+const SFileStamp& ZHostDatabase::StampOfSource(const std::string& sPath)
 {
-    ZAssetTree::SLookup lookup = m_tree.Find(id);
+    const auto [it, bNew] = m_stamps.try_emplace(sPath);
+    if (bNew)
+        it->second = StampOf(sPath);
+    return it->second;
+}
+
+const ZAssetTree::SLookup& ZHostDatabase::LookUp(const ZResourceID& id, ESeverity eWhenOdd)
+{
+    const ZAssetTree::SLookup& lookup = m_tree.Find(id);
     ZJobContext* pContext = Current();
     if (pContext == nullptr || id.IsEmpty())
         return lookup;
@@ -63,12 +101,11 @@ ZAssetTree::SLookup ZHostDatabase::LookUp(const ZResourceID& id, ESeverity eWhen
         return lookup;
     if (!lookup.sWhy.empty())
         // Of two files nobody knows which one was meant, whatever it is needed for.
-        pContext->AddMessage(lookup.eState == ZAssetTree::SLookup::eAmbiguous ? ESeverity::eError : eWhenOdd,
-                             "'" + sRoot + "': " + lookup.sWhy);
+        pContext->AddMessage(lookup.IsWrong() ? ESeverity::eError : eWhenOdd, "'" + sRoot + "': " + lookup.sWhy);
     SDependency dependency{SDependency::eSource, sRoot, {}, 0};
     if (lookup.eState == ZAssetTree::SLookup::eFound)
     {
-        dependency.stamp = StampOf(lookup.sPath);
+        dependency.stamp = StampOfSource(lookup.sPath);
         dependency.nHash = m_hashes.Of(lookup.sPath, dependency.stamp);
     }
     pContext->AddDependency(std::move(dependency));
@@ -90,13 +127,39 @@ IInputStream* ZHostDatabase::OpenDerived(const ZResourceID& id)
             pContext->AddMessage(ESeverity::eError, "'" + sId + "' names nothing that can be packed");
         return nullptr;
     }
-    if (!m_make(sId))
-        return nullptr;
-    const SFileStamp stamp = StampOf(sFile);
-    IInputStream* pStream = OpenFileInputStream(sFile);
-    if (ZJobContext* pContext = Current(); pContext != nullptr && pStream != nullptr)
-        pContext->AddDependency({SDependency::eDerived, sId, stamp, m_hashes.Of(sFile, stamp)});
-    return pStream;
+    auto it = m_packed.find(sId);
+    if (it == m_packed.end())
+    {
+        if (!m_make(sId))
+            return nullptr;
+        SPacked packed;
+        IInputStream* pStream = OpenFileInputStream(sFile, &packed.stamp);
+        if (pStream == nullptr)
+            return nullptr;
+        packed.nHash = m_hashes.Of(sFile, packed.stamp);
+        if (packed.stamp.nSize > LARGEST_KEPT)
+        {
+            AddNeed(sId, packed);
+            return pStream;
+        }
+        if (m_nKept > MOST_KEPT)
+            m_packed.clear();
+        m_nKept = m_packed.empty() ? 0 : m_nKept;
+        std::vector<uint8_t> bytes(static_cast<size_t>(packed.stamp.nSize));
+        bytes.resize(pStream->Read(bytes.data(), bytes.size()));
+        pStream->Release();
+        m_nKept += bytes.size();
+        packed.pBytes = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+        it = m_packed.emplace(sId, std::move(packed)).first;
+    }
+    AddNeed(sId, it->second);
+    return new ZKeptInputStream(it->second.pBytes);
+}
+
+void ZHostDatabase::AddNeed(const std::string& sId, const SPacked& packed)
+{
+    if (ZJobContext* pContext = Current())
+        pContext->AddDependency({SDependency::eDerived, sId, packed.stamp, packed.nHash});
 }
 
 void* ZHostDatabase::LoadObject(const ZResourceID& id, STypeID* pInterface)
@@ -120,7 +183,7 @@ void* ZHostDatabase::OpenInputStream(const ZResourceID& id, STypeID* pInterface,
         return LoadObject(id, pInterface);
     if (id.IsDerived())
         return OpenDerived(id);
-    const ZAssetTree::SLookup lookup = LookUp(id, ESeverity::eError);
+    const ZAssetTree::SLookup& lookup = LookUp(id, ESeverity::eError);
     return lookup.eState == ZAssetTree::SLookup::eFound ? OpenFileInputStream(lookup.sPath) : nullptr;
 }
 
@@ -146,10 +209,10 @@ IOutputStream* ZHostDatabase::OpenOutputStream(const ZResourceID& id)
 SResourceInfo ZHostDatabase::QuerySourceResource(const ZResourceID& id)
 {
     SResourceInfo info;
-    const ZAssetTree::SLookup lookup = LookUp(id, ESeverity::eWarning);
+    const ZAssetTree::SLookup& lookup = LookUp(id, ESeverity::eWarning);
     if (lookup.eState != ZAssetTree::SLookup::eFound)
         return info;
-    const SFileStamp stamp = StampOf(lookup.sPath);
+    const SFileStamp& stamp = StampOfSource(lookup.sPath);
     info.bExists = stamp.bExists;
     info.bIsReadOnly = !Os::IsWritable(lookup.sPath);
     info.lastModificationTime = ZTime{stamp.nTime};
@@ -158,7 +221,7 @@ SResourceInfo ZHostDatabase::QuerySourceResource(const ZResourceID& id)
 
 ZFilePath ZHostDatabase::GetResourceFilePath(const ZResourceID& id)
 {
-    const ZAssetTree::SLookup lookup = LookUp(id, ESeverity::eError);
+    const ZAssetTree::SLookup& lookup = LookUp(id, ESeverity::eError);
     return lookup.eState == ZAssetTree::SLookup::eFound ? ZFilePath(ToZString(lookup.sPath)) : ZFilePath();
 }
 

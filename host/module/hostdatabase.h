@@ -7,7 +7,9 @@
 #include "resource/core/iresourcepacker.h"
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -88,7 +90,8 @@ public:
     void EndResourceUpdate(int nFlags) override;
 
 private:
-    ZAssetTree::SLookup LookUp(const ZResourceID& id, ESeverity eWhenOdd);
+    const ZAssetTree::SLookup& LookUp(const ZResourceID& id, ESeverity eWhenOdd);
+    const SFileStamp& StampOfSource(const std::string& sPath);
     IInputStream* OpenDerived(const ZResourceID& id);
     void* LoadObject(const ZResourceID& id, STypeID* pInterface);
 
@@ -97,6 +100,21 @@ private:
     FMake m_make;
     std::vector<ZJobContext*> m_contexts;
     ZFileHashes m_hashes;
+    std::unordered_map<std::string, SFileStamp> m_stamps; ///< of sources, when they were looked at first
+
+    /// A packed resource that a job has read: what follows for the same file mostly reads it too. A thing is made once
+    /// a run, so it stays good.
+    struct SPacked
+    {
+        SFileStamp stamp;
+        uint64_t nHash = 0;
+        std::shared_ptr<const std::vector<uint8_t>> pBytes;
+    };
+    static constexpr size_t LARGEST_KEPT = size_t(1) << 20;
+    static constexpr size_t MOST_KEPT = size_t(16) << 20;
+    std::unordered_map<std::string, SPacked> m_packed; ///< by identifier
+    size_t m_nKept = 0;                                ///< bytes in it
+    void AddNeed(const std::string& sId, const SPacked& packed);
 };
 
 } // namespace Host

@@ -18,6 +18,14 @@ FbxAnimStack* FindStack(const FbxScene& scene, const std::string& sName)
     return nullptr;
 }
 
+std::string StacksOf(const FbxScene& scene)
+{
+    std::string sText;
+    for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
+        sText += (n == 0 ? "; there are '" : ", '") + std::string(scene.GetAnimStack(n)->GetName()) + "'";
+    return sText.empty() ? "; there is none in it" : sText;
+}
+
 } // namespace
 
 ZSceneFile::ZSceneFile()
@@ -43,7 +51,7 @@ bool ZSceneFile::Load(const SPlace& place, const std::string* pStack)
         return true;
     FbxAnimStack* pFound = FindStack(*m_pScene, *pStack);
     if (pFound == nullptr)
-        m_sError = "there is no anim stack '" + *pStack + "'";
+        m_sError = "there is no anim stack '" + *pStack + "'" + StacksOf(*m_pScene);
     else
         m_pScene->SetCurrentAnimStack(pFound);
     return pFound != nullptr;

@@ -2,7 +2,9 @@
 
 #include "host/files/derivedkinds.h"
 #include "host/module/moduleloader.h"
+#include "host/show/failureline.h"
 #include "host/text/hosterror.h"
+#include "host/text/words.h"
 
 #include <CLI/CLI.hpp>
 
@@ -33,6 +35,32 @@ A source is an identifier (assembly:/a/b.fbx, assembly:/a/b.fbx?/walk.take) or t
 
 Exit status: 0 all done; 1 at least one asset failed (the others are done); 2 wrong usage; 3 the host could not go on.
 )";
+
+/// Of each command: what help shows behind its options, and a reader tries first.
+constexpr struct
+{
+    const char* szCommand;
+    const char* szExamples;
+} COMMAND_EXAMPLES[] = {
+    {"scan", "  animpack scan --assets art --out packed\n"
+             "  animpack scan characters/hero/moves.fbx --assets art -v\n"},
+    {"pack", "  animpack pack 'assembly:/characters/hero/moves.fbx?/walk.take' animation -t:pc\n"
+             "  animpack pack 'assembly:/props/door.fbx?/open.take' animation "
+             "--param 'assembly:/props/door.rig.fbx?/door.rig'\n"
+             "  animpack pack 'assembly:/characters/hero/hero.rig.fbx?/hero.rig' rigxml\n"},
+    {"build", "  animpack build -t:pc -t:ps4 --assets art --out packed\n"
+              "  animpack build art/characters 'assembly:/props/lever.fbx?/pull.take' --assets art\n"},
+    {"inspect", "  animpack inspect packed/pc/characters/hero/moves.fbx/walk.take.animation --frames 0,10\n"
+                "  animpack inspect 'assembly:/characters/hero/moves.fbx?/walk.take' --out packed --json\n"},
+    {"stats", "  animpack stats --out packed --top 20\n"
+              "  animpack stats --out packed -t:pc --save assembly:/stats/memory.txt\n"},
+    {"verify", "  animpack verify --assets art --out packed --max-mm 0.5\n"
+               "  animpack verify characters/hero/moves.fbx --assets art --out packed -t:pc\n"},
+    {"scene", "  animpack scene art/characters/hero/moves.fbx\n"
+              "  animpack scene art/characters/hero/moves.fbx --stack Take_001 --at 0,0.5 --json\n"},
+    {"effect", "  animpack effect effects/glow.fx -I effects/shared -D SHADOWS=1\n"},
+    {"mark", "  animpack mark downloads/run.fbx run.marks.json art/characters/hero/run.fbx\n"},
+};
 
 constexpr const char QUERY_HELP[] = R"(
 Conditions:
@@ -284,6 +312,11 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pAdopt->add_flag("--dry-run", options.bDryRun, "Tell all of it and write nothing");
     pAdopt->footer(ADOPT_HELP);
 
+    for (const auto& examples : COMMAND_EXAMPLES)
+    {
+        CLI::App* pCommand = app.get_subcommand(examples.szCommand);
+        pCommand->footer(pCommand->get_footer() + "\nExamples:\n" + examples.szExamples);
+    }
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
     for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery})
@@ -346,6 +379,32 @@ std::vector<std::string> NormalizeArguments(int nArguments, const char* const* p
     return arguments;
 }
 
+namespace
+{
+
+/// The first word is a command's name, or nothing.
+void CheckCommand(const CLI::App& app, const std::vector<std::string>& arguments)
+{
+    const auto it = std::find_if(arguments.begin(), arguments.end(),
+                                 [](const std::string& sWord) { return !sWord.starts_with('-'); });
+    if (it == arguments.end())
+        return;
+    std::vector<std::string> names;
+    for (const CLI::App* pCommand : app.get_subcommands({}))
+        names.push_back(pCommand->get_name());
+    if (std::find(names.begin(), names.end(), *it) != names.end())
+        return;
+    const std::string sNearest = NearestName(*it, names);
+    std::string sAll;
+    for (const std::string& sName : names)
+        sAll += (sAll.empty() ? "" : ", ") + sName;
+    throw CLI::ParseError("there is no command '" + *it + "'" +
+                              (sNearest.empty() ? "; there are " + sAll : "; is '" + sNearest + "' meant?"),
+                          CLI::ExitCodes::ExtrasError);
+}
+
+} // namespace
+
 bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode)
 {
     CLI::App app("Packs the animations and rigs of FBX scenes for a game's runtime.", "animpack");
@@ -358,9 +417,12 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     options.session.fJobTimeout = 600.0;
     SRawOptions raw;
     AddCommands(app, options, raw);
+    std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
+    // Also where the words that come before it can't be understood.
+    const bool bJson = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     try
     {
-        std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
+        CheckCommand(app, arguments);
         std::reverse(arguments.begin(), arguments.end());
         app.parse(arguments);
         FillIn(app, options, raw);
@@ -376,6 +438,8 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     catch (const CLI::ParseError& e)
     {
         const auto commands = app.get_subcommands();
+        if (bJson)
+            std::cout << FailureLine({}, e.what(), {}) << std::endl;
         std::cerr << "animpack: error: " << e.what() << "\nTry 'animpack "
                   << (commands.empty() ? std::string() : commands.front()->get_name() + ' ') << "--help'.\n";
         nExitCode = eExit_WrongUsage;

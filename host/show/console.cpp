@@ -1,6 +1,7 @@
 #include "host/show/console.h"
 
 #include "host/files/resourceids.h"
+#include "host/show/failureline.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"
@@ -107,8 +108,25 @@ void ZConsole::Notice(std::string_view text)
     Line("animpack: " + Harmless(text));
 }
 
+void ZConsole::Failure(std::string_view file, std::string_view text)
+{
+    Diagnostic(ESeverity::eError, file, text);
+    if (m_bJson)
+        Output(FailureLine(file, text, {}));
+}
+
 void ZConsole::Error(const ZHostError& error)
 {
+    try
+    {
+        // Not a word more on a standard output that has just failed.
+        if (m_bJson && std::ferror(stdout) == 0)
+            Output(FailureLine({}, error.what(), error.Hint()));
+    }
+    catch (const ZHostError&)
+    {
+        // There is another one to tell.
+    }
     Line("animpack: " + Ink(EInk::eRed, "error:") + ' ' + Harmless(error.what()));
     if (!error.Hint().empty())
         Line("  " + Harmless(error.Hint()));
@@ -121,8 +139,8 @@ void ZConsole::Job(const SJobResult& result)
         Diagnostic(message.eSeverity, sSource, message.sText);
     if (m_bJson || (result.eStatus == EJobStatus::eUpToDate && !m_bVerbose))
         return;
-    constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed, EInk::eRed};
-    constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   "};
+    constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed, EInk::eRed, EInk::eFaint};
+    constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   ", "removed   "};
     std::string sLine = Ink(inks[static_cast<int>(result.eStatus)], words[static_cast<int>(result.eStatus)]);
     sLine += ' ' + Harmless(sSource);
     if (result.job.eKind == SJob::ePack)

@@ -31,6 +31,8 @@ public:
     /// "animpack: TEXT".
     void Notice(std::string_view text) override;
     void Error(const ZHostError& error) override;
+    /// Of the one file that a command is about: a diagnostic, and in JSON {"file":…,"error":…}.
+    void Failure(std::string_view file, std::string_view text);
 
     /// A job's messages, and in people's form its line. What is up to date is told when asked for only.
     void Job(const SJobResult& result);

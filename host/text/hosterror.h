@@ -12,7 +12,8 @@ enum EExitCode : int
     eExit_Done = 0,
     eExit_AssetsFailed = 1,
     eExit_WrongUsage = 2,
-    eExit_HostFailed = 3
+    eExit_HostFailed = 3,
+    eExit_Interrupted = 130 ///< as shells tell of a program that Ctrl-C has ended
 };
 
 /// The host itself can't go on: ends the run with eExit_HostFailed. The hint says what the user may do.

@@ -1,6 +1,7 @@
 #include "host/workers/workerpool.h"
 
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,9 +10,22 @@
 namespace Host
 {
 
+namespace
+{
+
+/// Neither a clock nor an integer has room for any number of seconds.
+double Bounded(double fSeconds)
+{
+    constexpr double MOST = 1e8;
+    return fSeconds < MOST ? fSeconds : MOST;
+}
+
+} // namespace
+
 ZWorkerPool::ZWorkerPool(size_t nWorkers, const SWorkerLimits& limits, FWorkerMain workerMain)
     : m_workers(std::max<size_t>(nWorkers, 1)), m_limits(limits), m_workerMain(std::move(workerMain))
 {
+    m_limits.fSeconds = Bounded(m_limits.fSeconds);
 }
 
 ZWorkerPool::~ZWorkerPool()
@@ -116,6 +130,7 @@ bool ZWorkerPool::Wait(SEvent& event, double fSeconds)
 {
     const TClock::time_point end =
         TClock::now() + std::chrono::duration_cast<TClock::duration>(std::chrono::duration<double>(fSeconds));
+    const bool bNews = !Os::Interrupted();
     while (!NextEvent(event))
     {
         std::vector<ZLineChannel*> channels;
@@ -145,7 +160,7 @@ bool ZWorkerPool::Wait(SEvent& event, double fSeconds)
                 Kill(owners[i], "took longer than " + std::to_string(static_cast<int64_t>(m_limits.fSeconds)) +
                                     " seconds (see --job-timeout)");
         }
-        if (!bAny && now >= end)
+        if (!bAny && (now >= end || (bNews && Os::Interrupted())))
             return NextEvent(event);
     }
     return true;

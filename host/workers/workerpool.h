@@ -52,7 +52,8 @@ public:
         std::string sText;           ///< the line, or why the worker ended
         Os::TProcessId nProcess = 0; ///< that ended
     };
-    /// What comes next from any worker, the lines of each in their order. False when fSeconds have passed.
+    /// What comes next from any worker, the lines of each in their order. False when fSeconds have passed, or when an
+    /// interrupt is noted meanwhile.
     bool Wait(SEvent& event, double fSeconds);
 
 private:

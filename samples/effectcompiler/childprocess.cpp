@@ -26,12 +26,32 @@ void Limit(int nResource, uint64_t nMost)
     ::setrlimit(static_cast<__rlimit_resource>(nResource), &limit);
 }
 
+/// What asks a process to end and lets it clean up.
+sigset_t EndingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&signals, nSignal);
+    return signals;
+}
+
+bool IsAskedToEnd()
+{
+    sigset_t pending;
+    return ::sigpending(&pending) == 0 && (sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1 ||
+                                           sigismember(&pending, SIGHUP) == 1);
+}
+
 /// Between fork and exec: nothing here allocates or takes a lock.
 [[noreturn]] void Become(const char* szProgram, char* const* ppArguments, char* const* ppEnvironment,
                          const char* szOutput, const char* szError, const SProcessLimits& limits, int nReport)
 {
     // A group of its own, so that what the program starts can be ended with it.
     ::setpgid(0, 0);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     Limit(RLIMIT_CPU, limits.nProcessorSeconds);
     Limit(RLIMIT_AS, limits.nMemory);
@@ -58,6 +78,8 @@ SProcessEnd WaitFor(pid_t nProcess, double fSeconds)
     bool bTimedOut = false;
     while (::waitpid(nProcess, &nStatus, bTimedOut ? 0 : WNOHANG) == 0)
     {
+        if (IsAskedToEnd())
+            ::kill(-nProcess, SIGKILL); // again and again until it is gone: it may not lead its group yet
         if (TClock::now() >= deadline)
         {
             ::kill(-nProcess, SIGKILL);
@@ -148,14 +170,21 @@ ZScratchFolder::ZScratchFolder(const std::string& sParent)
                           : szDefault != nullptr && szDefault[0] != '\0' ? szDefault
                                                                          : "/tmp";
     m_sPath = sFolder + "/effect-XXXXXX";
+    const sigset_t ending = EndingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &ending, &m_before);
     if (::mkdtemp(m_sPath.data()) == nullptr)
-        throw std::system_error(errno, std::generic_category(), "no temporary folder can be made in '" + sFolder + "'");
+    {
+        const std::error_code error(errno, std::generic_category());
+        ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+        throw std::system_error(error, "no temporary folder can be made in '" + sFolder + "'");
+    }
 }
 
 ZScratchFolder::~ZScratchFolder()
 {
     std::error_code error;
     std::filesystem::remove_all(m_sPath, error);
+    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 } // namespace Samples

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,7 +24,7 @@ struct SProcessEnd
         eExited,     ///< nCode is its status
         eNotStarted, ///< nCode is the system's error number
         eTimedOut,   ///< it was ended with everything that it had started
-        eKilled      ///< nCode is the signal
+        eKilled      ///< nCode is the signal; or one waits for this process, and it was ended for that
     };
     EKind eKind = eNotStarted;
     int nCode = 0;
@@ -38,7 +39,8 @@ SProcessEnd RunProcess(const std::string& sProgram, const std::vector<std::strin
 /// The file that a name stands for in PATH; empty when there is none.
 std::string FindProgram(const std::string& sName);
 
-/// A folder that only this user can look into, removed with all that is in it.
+/// A folder that only this user can look into, removed with all that is in it. Signals that ask the process to end wait
+/// until that is done, and RunProcess() gives up when one does: so neither the folder nor a child outlives it.
 class ZScratchFolder
 {
 public:
@@ -53,6 +55,7 @@ public:
 
 private:
     std::string m_sPath;
+    sigset_t m_before; ///< signals that were blocked
 };
 
 } // namespace Samples

@@ -183,7 +183,9 @@ TEST(BuildState, IndexKeepsWhatScansFound)
     ASSERT_EQ(sources.size(), 2u);
     EXPECT_EQ(sources[0].sId, "assembly:/a.fbx");
     EXPECT_EQ(sources[0].stamp, (SFileStamp{true, 5, -6}));
-    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"});
+    state.KeepSources({"assembly:/a.fbx"}, {"assembly:/b."});
+    EXPECT_EQ(state.ScannedSources().size(), 2u) << "what could not be looked at is not gone";
+    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"}, {});
     EXPECT_EQ(visited(state), sAll);
     SBuildRecord record;
     EXPECT_FALSE(state.Find("assembly:/b.fbx", record));
