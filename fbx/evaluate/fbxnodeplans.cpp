@@ -311,15 +311,18 @@ SFbxLocal FbxNodePlans::MixedLocal(const SFbxNodePlan& plan)
     return MakeLocal(pieces, Vector(mixed, P::eTranslation), rotation, Vector(mixed, P::eScaling));
 }
 
-bool FbxNodePlans::TurnedValue(const FbxNode& node, std::string_view property, FbxVector3& value)
+bool FbxNodePlans::TurnedValue(const FbxObject& object, std::string_view property, FbxVector3& value)
 {
-    const SFbxNodeTurn* pTurn = node.GetTurn();
     const bool bPre = property == kNames[P::ePreRotation];
-    if (!pTurn || !(bPre || property == kNames[P::eRotationOffset]))
+    if (!bPre && property != kNames[P::eRotationOffset])
+        return false;
+    const auto* pNode = dynamic_cast<const FbxNode*>(&object);
+    const SFbxNodeTurn* pTurn = pNode ? pNode->GetTurn() : nullptr;
+    if (!pTurn)
         return false;
     const auto mix = [&](P::EProperty eProperty, FbxVector3 v)
     {
-        const SFbxPropertyPlan* pPlan = m_properties.Find(node, kNames[eProperty]);
+        const SFbxPropertyPlan* pPlan = m_properties.Find(object, kNames[eProperty]);
         const double start[3] = {v.x, v.y, v.z};
         FbxMixedValues values(start, 3);
         if (pPlan)
@@ -330,7 +333,7 @@ bool FbxNodePlans::TurnedValue(const FbxNode& node, std::string_view property, F
         value = (pTurn->q * FbxQuaternion::FromEuler(mix(P::ePreRotation, pTurn->preRotation))).ToEulerXYZ();
     else
     {
-        const FbxVector3 pivot = mix(P::eRotationPivot, node.FindProperty(kNames[P::eRotationPivot]).GetVector3());
+        const FbxVector3 pivot = mix(P::eRotationPivot, object.FindProperty(kNames[P::eRotationPivot]).GetVector3());
         value = pTurn->q.Rotate(mix(P::eRotationOffset, pTurn->rotationOffset) + pivot) - pivot;
     }
     return true;

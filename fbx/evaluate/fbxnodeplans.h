@@ -82,7 +82,7 @@ public:
     /// At the sampler's time.
     SFbxLocal At(size_t nNode);
     /// Pre-rotation or rotation offset of a node whose axes were turned while they move; false for all else.
-    bool TurnedValue(const FbxNode& node, std::string_view property, FbxVector3& value);
+    bool TurnedValue(const FbxObject& object, std::string_view property, FbxVector3& value);
 
 private:
     void CompileNode(const FbxNode& node, SFbxNodePlan& plan);

@@ -179,8 +179,7 @@ int FbxSceneEvaluator::EvaluateProperty(const FbxProperty& property, FbxTime tim
         std::copy_n(mixed.Values(), nChannels, out);
     }
     FbxVector3 turned;
-    if (const auto* pNode = dynamic_cast<const FbxNode*>(&object);
-        pNode && pNode->GetTurn() && m_nodes.TurnedValue(*pNode, property.GetName(), turned))
+    if (m_nodes.TurnedValue(object, property.GetName(), turned))
     {
         out[0] = turned.x;
         out[1] = turned.y;
