@@ -2,35 +2,17 @@
 #include "fuzz/animation/fuzzinput.h"
 #include "resource/animation/frame/animationexception.h"
 #include "resource/animation/packer/animposepropertyevents.h"
+#include "tests/resource/animation/testtake.h"
 
 namespace
 {
 
 using namespace ResourceAnimation;
-using Import::ZAnimatedBone;
-using Import::ZAnimation;
-
-TSharedPtr<ZAnimation> MakeTake()
-{
-    ZAnimation::TBones bones;
-    for (const char* szName : {"root", "hand"})
-    {
-        ZAnimatedBone::TRotations rotations;
-        ZAnimatedBone::TTranslations translations;
-        rotations.Resize(31);
-        translations.Resize(31);
-        bones.Add(TSharedPtr<ZAnimatedBone>::Create(ZString::ReferenceCString(szName), 30.0f, std::move(rotations),
-                                                    std::move(translations),
-                                                    TArrayRef<const TSharedPtr<Import::ZAnimatedProperty>>(), true));
-    }
-    return ZAnimation::CreateForCount("run", 31, 30.0f, "root", ZResourceID(), bones.Ref(), Import::eSpace_Parent,
-                                      SQV(), {});
-}
 
 void Run(const uint8_t* pData, size_t nSize)
 {
     const ZFuzzInput input(pData, nSize);
-    const auto pTake = MakeTake();
+    const auto pTake = MakeStill({"root", "hand"}, 31);
     try
     {
         AddAnimPosePropertyEvents(*pTake, ReadAnimPosePropertyDocument(input.Stream(), "fuzz", pTake->Name()));

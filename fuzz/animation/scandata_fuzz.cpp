@@ -1,17 +1,14 @@
 // Any bytes as a blob of scan data: a record no larger than they can justify, which is the same once written and read.
 #include "fuzz/animation/fuzzinput.h"
 #include "resource/_shared/_internal/resourcescandata.h"
+#include "tests/support/memorystreams.h"
 
 namespace
 {
 
 TArray<uint8_t> Write(const SResourceScanData& data)
 {
-    TArray<uint8_t> bytes;
-    TArray<uint8_t>* pBytes = &bytes;
-    const TComponentScope<IOutputStream> stream(CreateComponent<IOutputStream>(MEMORY_OUTPUT_STREAM, pBytes));
-    WriteResourceScanData(stream.Get(), data);
-    return bytes;
+    return BytesOf([&data](IOutputStream* pStream) { WriteResourceScanData(pStream, data); });
 }
 
 void Run(const uint8_t* pData, size_t nSize)

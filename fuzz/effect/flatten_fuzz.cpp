@@ -2,9 +2,9 @@
 //
 // The input is cut at bytes 0xff: the first piece is the source, the next ones are the files a, b, s/c and s/d.
 #include "fuzz/effect/fuzzpieces.h"
+#include "fuzz/effect/plainflattening.h"
 #include "fuzz/fbx/fuzzrequire.h"
 #include "tests/resource/_shared/effectfixtures.h"
-#include "tests/resource/_shared/plainflattening.h"
 
 namespace
 {
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 
     const size_t nBlocks = GetMemoryManager()->LiveBlockCount();
     {
-        const SPlainFlattening plain = FlattenPlainly(pieces[0], {"d", "."}, files, MOST_SPLICES);
+        const PlainFlattening plain(pieces[0], {"d", "."}, files, MOST_SPLICES);
         // Exactly as long as the text, so that the address sanitizer sees a read behind it.
         const std::vector<char> source(pieces[0].begin(), pieces[0].end());
         const TArray<ZString> directories = {"d", "."};
@@ -41,8 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
                         throw SEnough();
                 });
             FUZZ_REQUIRE(bGood || !flattener.Error().IsEmpty());
-            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eStopped || bGood == (plain.eEnd == SPlainFlattening::eDone));
-            if (plain.eEnd == SPlainFlattening::eDone)
+            FUZZ_REQUIRE(plain.eEnd == PlainFlattening::eStopped || bGood == (plain.eEnd == PlainFlattening::eDone));
+            if (plain.eEnd == PlainFlattening::eDone)
             {
                 char* pFlat = flattener.CopyFlat();
                 FUZZ_REQUIRE(plain.flat == std::string_view(pFlat, flattener.Size()));
@@ -51,14 +51,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
         }
         catch (const FXCompilerUtil::SFXScanFailure& failure)
         {
-            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eMalformed || plain.eEnd == SPlainFlattening::eStopped);
+            FUZZ_REQUIRE(plain.eEnd == PlainFlattening::eMalformed || plain.eEnd == PlainFlattening::eStopped);
             FUZZ_REQUIRE(!failure.detail.IsEmpty());
         }
         catch (const SEnough&)
         {
-            FUZZ_REQUIRE(plain.eEnd == SPlainFlattening::eStopped);
+            FUZZ_REQUIRE(plain.eEnd == PlainFlattening::eStopped);
         }
-        if (plain.eEnd != SPlainFlattening::eStopped)
+        if (plain.eEnd != PlainFlattening::eStopped)
             FUZZ_REQUIRE(nFound == plain.found.size());
     }
     FUZZ_REQUIRE(GetMemoryManager()->LiveBlockCount() == nBlocks);

@@ -16,14 +16,14 @@ bool StaysInside(std::string_view text)
            text.find("</") == std::string_view::npos && text.find('\\') == std::string_view::npos;
 }
 
-void PreprocessFiles(const ZTemporaryFolder& folder, const std::string& sSource)
+void PreprocessFiles(const ZTempFolder& folder, const std::string& sSource)
 {
     ZPlainCompiler compiler;
     char* pFlat = nullptr;
     char* pPreprocessed = nullptr;
     size_t nFlat = 0;
     size_t nPreprocessed = 0;
-    const TArray<ZString> directories = {ZString::FromView(folder.Path()), ZString::FromView(folder.Path("s"))};
+    const TArray<ZString> directories = {ZString::FromView(folder.Path()), ZString::FromView(folder / "s")};
     ZString profiles[ZPlainCompiler::PROFILE_COUNT];
     const std::vector<char> block(sSource.begin(), sSource.end()); // the address sanitizer sees a read behind it
     try
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     for (const std::string& sPiece : pieces)
         if (!StaysInside(sPiece) || sPiece.size() > 4096)
             return 0;
-    static const ZTemporaryFolder s_folder;
+    static const ZTempFolder s_folder;
     s_folder.Write("a", pieces[1]);
     s_folder.Write("B.fxh", pieces[2]);
     s_folder.Write("s/c", pieces[3]);

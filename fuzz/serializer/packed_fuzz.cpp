@@ -5,6 +5,8 @@
 #include "system/animation/animationresourcedata.h"
 #include "system/animation/animationsampler.h"
 #include "system/serializer/deserializedblock.h"
+#include "tests/support/memorystreams.h"
+#include "tests/system/animation/testclip.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,7 +17,7 @@ namespace
 template <class T, class TUse>
 void ReadAs(TArrayRef<const uint8_t> bytes, EEndian eEndian, TUse use)
 {
-    const TComponentScope<IInputStream> stream(CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, bytes));
+    const auto stream = OpenBytes(bytes);
     ZResourceHeader header;
     TDeserializedBlock<T> block;
     if (!header.Read(stream.Get(), eEndian))
@@ -26,26 +28,9 @@ void ReadAs(TArrayRef<const uint8_t> bytes, EEndian eEndian, TUse use)
         std::abort();
 }
 
-/// A rig of any number of bones in a row.
-ZAnimationRig RowOfBones(uint32_t nBones)
-{
-    TArray<SBoneId> roots{SBoneId(0u)}, parents;
-    TArray<uint32_t> uids;
-    TArray<SQV> bind;
-    TArray<ZString> names;
-    for (uint32_t i = 0; i < nBones; ++i)
-    {
-        parents.Add(SBoneId(static_cast<int>(i) - 1));
-        uids.Add(i);
-        bind.Add(SQV());
-        names.Add(ZString());
-    }
-    return {SBoneId(0u), roots.Ref(), parents.Ref(), uids.Ref(), bind.Ref(), names.Ref()};
-}
-
 void Decode(const SystemAnimation::SAnimationResourceData& data, EEndian eEndian)
 {
-    static const ZAnimationRig s_rig = RowOfBones(128);
+    static const ZAnimationRig s_rig = MakeRig(std::vector<int>(128, -1));
     ZString why;
     const auto pDescriptor = ZAnimPoseDescriptor::Create(s_rig);
     const auto pSampler = ZAnimationSampler::Create(data, eEndian, pDescriptor, why);

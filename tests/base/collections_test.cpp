@@ -1,10 +1,7 @@
-#include "base/collections/tarray.h"
 #include "base/collections/thashmap.h"
 #include "base/collections/tmap.h"
 #include "base/pointers/tsharedptr.h"
-#include "tests/support/asserttrap.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {

@@ -1,10 +1,8 @@
 #include "base/math/quaternion.h"
-#include "base/math/zmath.h"
-#include "base/misc/zstring.h"
-#include "tests/support/asserttrap.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
+#include "base/math/zmath.h"
+#include "tests/support/testing.h"
+
 #include <random>
 
 namespace

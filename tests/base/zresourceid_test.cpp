@@ -1,20 +1,11 @@
-#include "base/misc/zresourceid.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
 
 TEST(ZResourceID, TakesFormsApart)
 {
-    const struct
-    {
-        const char* szText;
-        bool bValid;
-        const char* szRoot;
-        const char* szParameters;
-        const char* szExtension;
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*, const char*, const char*> cases[] = {
         {"assembly:/a/run.fbx", true, "assembly:/a/run.fbx", "", "fbx"},
         {"assembly:/a/run.fbx?/walk.take", true, "assembly:/a/run.fbx", "/walk.take", "take"},
         {"assembly:/a (1)/run.x.FBX", true, "assembly:/a (1)/run.x.FBX", "", "FBX"},
@@ -32,14 +23,14 @@ TEST(ZResourceID, TakesFormsApart)
         {"<assembly:/a.fbx>.pc.", false, "assembly:/a.fbx", "", ""},
         {"<assembly:/a.fbx>", false, "<assembly:/a.fbx>", "", "fbx>"},
     };
-    for (const auto& c : cases)
+    for (const auto& [szText, bValid, szRoot, szParameters, szExtension] : cases)
     {
-        SCOPED_TRACE(c.szText);
-        const ZResourceID id(ZString::ReferenceCString(c.szText));
-        EXPECT_EQ(id.IsValid(), c.bValid);
-        EXPECT_STREQ(id.GetRoot().ToString().ToCString(), c.szRoot);
-        EXPECT_STREQ(id.GetRootParameters().ToCString(), c.szParameters);
-        EXPECT_STREQ(id.GetExtension().ToCString(), c.szExtension);
+        SCOPED_TRACE(szText);
+        const ZResourceID id(ZString::ReferenceCString(szText));
+        EXPECT_EQ(id.IsValid(), bValid);
+        EXPECT_STREQ(id.GetRoot().ToString().ToCString(), szRoot);
+        EXPECT_STREQ(id.GetRootParameters().ToCString(), szParameters);
+        EXPECT_STREQ(id.GetExtension().ToCString(), szExtension);
     }
     EXPECT_TRUE(ZResourceID().IsEmpty());
 }

@@ -1,9 +1,5 @@
-#include "base/misc/zresourceid.h"
-#include "base/misc/zstring.h"
 #include "base/typeinfo/mathtypes.h"
-#include "tests/support/tracerecorder.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {

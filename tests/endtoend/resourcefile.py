@@ -75,37 +75,6 @@ def parse_character(resource):
     return entries
 
 
-def parse_scan_data(data):
-    """A scan blob as the object that animpack scan --json prints of its source; ValueError for bytes too many."""
-    at = 0
-
-    def word():
-        nonlocal at
-        at += 4
-        return struct.unpack_from("<i", data, at - 4)[0]
-
-    def text():
-        nonlocal at
-        length = word()
-        if not 0 <= length < 131072 or at + length > len(data):
-            raise ValueError("a text of %d bytes at %d" % (length, at))
-        at += length
-        return data[at - length:at].decode("utf-8")
-
-    def pairs():
-        found = [(text(), text()) for _ in range(word())]
-        if [k.encode() for k, _ in found] != sorted({k.encode() for k, _ in found}):
-            raise ValueError("keys out of order")
-        return dict(found)
-
-    references, properties = [text() for _ in range(word())], pairs()
-    entries = [{"id": text(), "source": text(), "references": [text() for _ in range(word())], "properties": pairs()}
-               for _ in range(word())]
-    if at != len(data):
-        raise ValueError("%d bytes behind the last entry" % (len(data) - at))
-    return {"references": references, "properties": properties, "subResources": entries}
-
-
 def parse_file(path):
     with open(path, "rb") as f:
         return parse(f.read())

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """End-to-end tests of the command line: what its users and scripts rely on.
 
-    run.py --animpack PATH [--filter TEXT] [--no-memory-limit] [--list]
+    run.py --animpack PATH [--filter TEXT] [--fail-fast] [--no-memory-limit] [--list]
 
 Speaks to the program only through its command line and reads what it writes; needs Python 3.11 and nothing else.
 Ends with 1 if a test fails, and lists what was skipped and why. --no-memory-limit is for sanitizer builds, which
@@ -33,6 +33,7 @@ def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("--animpack", required=True, help="the program under test")
     arguments.add_argument("--filter", default="", help="only tests whose name holds this text")
+    arguments.add_argument("--fail-fast", action="store_true", help="stop at the first failure")
     arguments.add_argument("--no-memory-limit", action="store_true")
     arguments.add_argument("--list", action="store_true", help="print the tests' names and stop")
     options = arguments.parse_args()
@@ -50,7 +51,7 @@ def main():
     if not os.access(host.PROGRAM, os.X_OK):
         print("%s is not a program" % host.PROGRAM, file=sys.stderr)
         return 2
-    result = unittest.TextTestRunner(verbosity=2).run(unittest.TestSuite(chosen))
+    result = unittest.TextTestRunner(verbosity=2, failfast=options.fail_fast).run(unittest.TestSuite(chosen))
     for test, reason in result.skipped:
         print("SKIPPED %s: %s" % (test.id(), reason), file=sys.stderr)
     return 0 if result.wasSuccessful() else 1

@@ -1,8 +1,6 @@
 """The bytes of packed files: heads, references, byte orders, and that they are the same each time."""
 
 import os
-import struct
-import unittest
 
 import host
 import resourcefile
@@ -48,13 +46,6 @@ class HeadTest(host.HostTest):
             self.assertEqual((head.block_size, head.references), (0, []))
             self.assertEqual(head.sizes, [len(head.body), len(head.body), 0])
 
-    def test_common_rig_of_one_bone(self):
-        for source in ("assembly:/props/drift.fbx?/drift.take", "assembly:/cameras/shot.fbx?/shot.take"):
-            head = resourcefile.parse_file(self.pack(source)["file"])
-            self.assertEqual(len(head.references), 1)
-            self.assertIn("assembly:/animations/_common/trajectoryrig.rig.fbx", head.references[0][0])
-
-
 class OrderTest(host.HostTest):
     def test_both_byte_orders_hold_the_same(self):
         """Value by value: groups, codes, properties, decoded bones. Only the order of the bytes differs."""
@@ -69,16 +60,6 @@ class OrderTest(host.HostTest):
                                        len(heads.body))
                     self.assertEqual(one["endian"], "big" if platform == "ps3" else "little")
                 self.assertEqual(shown["pc"], shown["ps3"])
-
-    def test_name_and_numbers_are_in_the_bytes(self):
-        """Frame count and rate stand in the data in the target's own order, and not in the other's."""
-        for platform, order in (("pc", "<"), ("ps3", ">")):
-            body = resourcefile.parse_file(self.pack(WALK, platform=platform)["file"]).body
-            self.assertIn(b"walk", body)
-            self.assertIn(struct.pack(order + "fI", 30.0, 60), body)
-            other = "<" if order == ">" else ">"
-            self.assertNotIn(struct.pack(other + "fI", 30.0, 60), body)
-
 
 class SameBytesTest(host.HostTest):
     def built(self, out, *words, platform=("pc", "ps3")):
@@ -106,33 +87,3 @@ class SameBytesTest(host.HostTest):
         for source in (WALK, "assembly:/props/lever.fbx?/pull.take", "assembly:/props/drift.fbx?/drift.take"):
             job = self.pack(source, assets=self.tree)
             self.assertEqual(built[os.path.relpath(job["file"], self.out)], host.content(job["file"]), source)
-
-    def test_parameters_without_effect(self):
-        plain = resourcefile.parse_file(self.pack(WALK)["file"])
-        for parameters in (["noevents"], ["cutsequence"], ["NoEvents", "CUTSEQUENCE"]):
-            other = resourcefile.parse_file(self.pack(WALK, parameters=parameters)["file"])
-            self.assertEqual((plain.body, plain.references), (other.body, other.references), parameters)
-
-    def test_rig_given_or_named(self):
-        """The rig that the scene names, given as a parameter, changes nothing; a word that is none of a rig's fails."""
-        plain = resourcefile.parse_file(self.pack(WALK)["file"])
-        given = resourcefile.parse_file(self.pack(WALK, parameters=[SCOUT])["file"])
-        self.assertEqual(plain.body, given.body)
-        result = self.run_host("pack", WALK, "animation", "--param", "assembly:/nowhere/none.xml")
-        self.assertEqual(result.code, 1, result)
-        self.assertIn("Failed to open packed rig resource '", "\n".join(result.messages))
-
-
-class ReaderTest(unittest.TestCase):
-    """The reader used above refuses what it should: else the tests that use it could not fail."""
-
-    def test_refuses(self):
-        text = b"a\0"
-        block = struct.pack("<5I", 1, 0, 16, 20, ADDED) + text
-        good = struct.pack("<6I", 0x41525459, len(block), 0, 3, 3, 0) + block + b"xyz"
-        head = resourcefile.parse(good)
-        self.assertEqual((head.references, head.body, head.big_endian), ([("a", ADDED)], b"xyz", False))
-        for bad in (good[:20], good[:-1], good + b"0", good[:8] + b"\1" + good[9:], good[:24] + b"\2" + good[25:],
-                    b"NONE" + good[4:]):
-            with self.assertRaises((ValueError, struct.error)):
-                resourcefile.parse(bad)

@@ -1,6 +1,5 @@
 """The scan index: what scanning keeps between runs, and animpack query, which answers from it."""
 
-import glob
 import os
 import shutil
 import sqlite3
@@ -80,52 +79,14 @@ class IndexTest(host.HostTest):
         self.assertEqual([line["name"] for line in result.lines], ["guard", "drift", "pull", "second"])
         self.assertEqual(self.query().stderr, "")
 
-    def test_build_keeps_it_too(self):
-        self.run_host("build", assets=self.tree)
-        built = self.query().lines
-        shutil.rmtree(self.out)
-        self.scan()
-        self.assertEqual(self.query().lines, built)
-
-    def test_same_content_for_any_number_of_workers(self):
-        def rows():
-            with sqlite3.connect(self.index) as db:
-                return [db.execute("SELECT * FROM %s ORDER BY 1, 2" % t).fetchall()
-                        for t in ("entry", "reference", "property", "property_name")]
-        self.scan("-j", "1")
-        one = rows()
-        shutil.rmtree(self.out)
-        self.scan("-j", "4")
-        self.assertEqual(rows(), one)
-        self.assertGreater(len(one[2]), 100)
-
     def test_damaged_index(self):
         self.scan()
         wanted = self.query().lines
-        good = host.content(self.index)
-
-        def sql(text):
-            with sqlite3.connect(self.index) as db:
-                db.executescript(text)
-
-        def rewrite(change):
-            with open(self.index, "wb") as f:
-                f.write(change(good))
-        middle = len(good) // 8192 * 4096
-        for spoil in (lambda: rewrite(lambda b: b[:len(b) // 2]), lambda: rewrite(lambda b: b[:30]),
-                      lambda: rewrite(lambda b: b"SQLite format 3\0" + b"\xff" * 5000),
-                      lambda: rewrite(lambda b: b[:middle] + bytes(4096) + b[middle + 4096:]),
-                      lambda: rewrite(lambda b: b[:middle] + b"\xaa" * 4096 + b[middle + 4096:]),
-                      lambda: sql("PRAGMA user_version = 1"), lambda: sql("DROP TABLE reference"),
-                      lambda: sql("DROP TABLE property; CREATE TABLE property(entry, value)")):
-            rewrite(lambda b: b)
-            spoil()
-            refused = self.query(code=3)
-            self.assertIn("animpack scan", refused.stderr)
-            again = self.scan()
-            self.assertIn("is made anew", again.stderr)
-            self.assertEqual(len(again.lines), 4)
-            self.assertEqual(self.query().lines, wanted)
+        with sqlite3.connect(self.index) as db:
+            db.execute("DROP TABLE reference")
+        self.assertIn("animpack scan", self.query(code=3).stderr)
+        self.assertIn("is made anew", self.scan().stderr)
+        self.assertEqual(self.query().lines, wanted)
 
     def test_changed_text_in_the_index(self):
         """A value that is not the one that was saved: its source is scanned again."""
@@ -190,18 +151,6 @@ class QueryTest(host.HostTest):
             self.assertEqual(got, takes(hold), words)
             self.assertTrue(0 < len(got) < 19, words)
 
-    def test_patterns(self):
-        self.assertEqual([e["name"] for e in self.query("--name", "W[ah]*", "--name", "pull")],
-                         ["walk", "wave", "pull"])
-        scout = [e["id"] for e in self.query("--source", "assembly:/characters/scout/*")]
-        self.assertEqual(scout, [e["id"] for e in self.query("--source", "characters/scout/")])
-        self.assertEqual(len(scout), 9)
-        self.assertEqual([e["kind"] for e in self.query("--kind", "rig", "--source", "*scout.rig.fbx")], ["rig"])
-        user, = self.query("--uses", "*/run.take")
-        self.assertEqual((user["kind"], user["name"]), ("chartype", "scout"))
-        self.assertEqual(len(user["references"]), 2)
-        self.assertEqual(self.query("--uses", "*/idle.take"), [])
-
     def test_order_and_columns(self):
         words = ("--sort", "ACD_TotalLinearDelta", "--where", "FPS=30")
         far = [float(e["properties"]["ACD_TotalLinearDelta"]) for e in self.query(*words)]
@@ -214,37 +163,3 @@ class QueryTest(host.HostTest):
                              "TakeName,ACD_TotalLinearDelta").stdout.splitlines()
         self.assertRegex(table[0], r"^id +TakeName +ACD_TotalLinearDelta \(m\)$")
         self.assertEqual(len({len(line) for line in table}), 1, "a column of numbers ends every line alike")
-
-    def test_wrong_questions(self):
-        for condition, place in (("FPS", 4), ("=30", 1), ("FPS=>30", 5), ("FPS>", 5), ("FPS!30", 4), ("", 1)):
-            result = host.execute("query", "--out", self.index, "--where", condition)
-            self.assertEqual((result.code, result.stdout), (2, ""), condition)
-            self.assertIn("character %d:" % place, result.stderr)
-            self.assertIn("!= < <= > >= ~", result.stderr)
-        self.assertEqual(host.execute("query", "--kind", "bone").code, 2)
-        result = host.execute("query", "--out", self.index, "--where", "ACD_TotalLinerDelta>1")
-        self.assertEqual(result.code, 0)
-        self.assertIn("'ACD_TotalLinearDelta' meant?", result.stderr)
-        self.assertNotIn("warning", host.execute("query", "--out", self.index, "--where", "FPS>1000").stderr)
-
-
-class SourceKindTest(host.HostTest):
-    def test_other_documents(self):
-        """Of XML files in a tree those are sources that are databases; one that is named is looked at whatever it is."""
-        tree = self.copy_tree("props/lever.fbx")
-        for name, text in (("other.xml", "<other/>"), ("list.xml", "<CharacterList><Character name='a'/>"
-                                                                   "</CharacterList>"), ("torn.xml", "<a><b></a>")):
-            with open(os.path.join(tree, name), "w", encoding="utf-8") as f:
-                f.write(text)
-        result = self.run_host("scan", assets=tree)
-        self.assertEqual((result.code, result.stderr), (0, ""))
-        self.assertEqual([line["source"] for line in result.lines], ["assembly:/props/lever.fbx"])
-        for name in ("other.xml", "list.xml"):
-            result = self.run_host("scan", "assembly:/" + name, assets=tree)
-            self.assertEqual(result.code, 1)
-            self.assertEqual(result.lines[0]["error"],
-                             "Failed scanning resource 'assembly:/%s' due to the following error: 0 top-level "
-                             "characters encountered. There should be exactly one" % name)
-        self.assertIn("Failed to load XML document 'assembly:/torn.xml' (LoadXMLDocument: line 1, column 9: ",
-                      self.run_host("scan", os.path.join(tree, "torn.xml"), assets=tree).lines[0]["error"])
-        self.assertEqual(glob.glob(os.path.join(tree, "**/*.db"), recursive=True), [])

@@ -44,14 +44,7 @@ constexpr uint32_t kProgressive = 0x4000;
 TEST(Curve, KindsOfSpans)
 {
     // Keys at 0, 1, 3 seconds with 0, 10, 4; asked at half a second and at two seconds.
-    const struct
-    {
-        const char* szLabel;
-        KeyAttribute first;
-        KeyAttribute second;
-        double fHalf;
-        double fTwo;
-    } cases[] = {
+    const std::tuple<const char*, KeyAttribute, KeyAttribute, double, double> cases[] = {
         {"linear", {kLinear}, {kLinear}, 5, 7},
         {"step", {kStep}, {kStep}, 0, 10},
         {"step to the next value", {kStepNext}, {kStepNext}, 10, 4},
@@ -82,20 +75,20 @@ TEST(Curve, KindsOfSpans)
          7 + ((10 - 3) / 2.0 + 3) * 2 / 8},
         {"full tension is flat", {kTcb, 1}, {kTcb, 1, 0, 0}, 5, 7 - -3 * 2 / 8.0},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, firstKey, secondKey, fHalf, fTwo] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        KeyAttribute first = c.first;
-        KeyAttribute second = c.second;
-        KeyAttribute third = c.second;
-        if (c.first.nFlags == kTcb)
+        SCOPED_TRACE(szLabel);
+        KeyAttribute first = firstKey;
+        KeyAttribute second = secondKey;
+        KeyAttribute third = second;
+        if (first.nFlags == kTcb)
             first.nWeights = second.nWeights = third.nWeights = 0; // the bias stands here
-        if (c.first.nFlags == kTcb)
+        if (first.nFlags == kTcb)
             third = {kTcb, 0, 0, 0, 1};
         OneCurve curve({0, kSecond, 3 * kSecond}, {0, 10, 4}, {first, second, third});
-        EXPECT_NEAR(curve.At(0.5), c.fHalf, 2e-6);
-        EXPECT_NEAR(curve.At(2.0), c.fTwo, 2e-6);
-        EXPECT_EQ(curve.At(0.0), c.first.nFlags == kStepNext ? 0.0 : 0.0);
+        EXPECT_NEAR(curve.At(0.5), fHalf, 2e-6);
+        EXPECT_NEAR(curve.At(2.0), fTwo, 2e-6);
+        EXPECT_EQ(curve.At(0.0), 0.0);
         EXPECT_EQ(curve.At(1.0), 10.0);
         EXPECT_EQ(curve.At(3.0), 4.0);
         EXPECT_EQ(curve.At(-2.0), 0.0);
@@ -132,14 +125,10 @@ TEST(Curve, WeightedSpansSolveForTime)
 TEST(Curve, Extrapolation)
 {
     // 0, 10, 4 at 1, 2, 3 seconds, linear.
-    const struct
-    {
-        const char* szLabel;
-        Extrapolation how;
-        double fBefore; ///< at -0.5: one and a half seconds early
-        double fAfter;  ///< at 3.5
-        double fLate;   ///< at 7.25
-    } cases[] = {
+    // fBefore: at -0.5: one and a half seconds early
+    // fAfter: at 3.5
+    // fLate: at 7.25
+    const std::tuple<const char*, Extrapolation, double, double, double> cases[] = {
         {"constant", {'C', -1}, 0, 4, 4},
         {"slope", {'K', -1}, -15, 4 - 3, 4 - 6 * 4.25},
         {"repeat", {'R', -1}, 5, 5, 2.5},
@@ -151,13 +140,13 @@ TEST(Curve, Extrapolation)
         {"repeat twice with offset", {'A', 2}, 1, 9, 4 + 8},
         {"unknown is constant", {'Z', -1}, 0, 4, 4},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, how, fBefore, fAfter, fLate] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        OneCurve curve({kSecond, 2 * kSecond, 3 * kSecond}, {0, 10, 4}, {}, c.how, c.how);
-        EXPECT_NEAR(curve.At(-0.5), c.fBefore, 1e-6);
-        EXPECT_NEAR(curve.At(3.5), c.fAfter, 1e-6);
-        EXPECT_NEAR(curve.At(7.25), c.fLate, 1e-6);
+        SCOPED_TRACE(szLabel);
+        OneCurve curve({kSecond, 2 * kSecond, 3 * kSecond}, {0, 10, 4}, {}, how, how);
+        EXPECT_NEAR(curve.At(-0.5), fBefore, 1e-6);
+        EXPECT_NEAR(curve.At(3.5), fAfter, 1e-6);
+        EXPECT_NEAR(curve.At(7.25), fLate, 1e-6);
         EXPECT_EQ(curve.At(1.0), 0.0);
         EXPECT_EQ(curve.At(3.0), 4.0);
     }

@@ -91,27 +91,20 @@ private:
             return;
         case 'C':
         case 'Z':
-            Number<uint8_t>(static_cast<uint8_t>(value.i));
-            return;
+            return Number<uint8_t>(static_cast<uint8_t>(value.i));
         case 'Y':
-            Number<int16_t>(static_cast<int16_t>(value.i));
-            return;
+            return Number<int16_t>(static_cast<int16_t>(value.i));
         case 'I':
-            Number<int32_t>(static_cast<int32_t>(value.i));
-            return;
+            return Number<int32_t>(static_cast<int32_t>(value.i));
         case 'L':
-            Number<int64_t>(value.i);
-            return;
+            return Number<int64_t>(value.i);
         case 'F':
-            Number<float>(static_cast<float>(value.d));
-            return;
+            return Number<float>(static_cast<float>(value.d));
         case 'D':
-            Number<double>(value.d);
-            return;
+            return Number<double>(value.d);
         case 'S':
         case 'R':
-            WriteText(value.s);
-            return;
+            return WriteText(value.s);
         default:
             break;
         }

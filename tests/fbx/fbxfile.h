@@ -21,43 +21,19 @@ struct Value
     std::vector<double> numbers;
 };
 
-inline Value I(int64_t n)
-{
-    return {'I', n, 0.0, {}, {}, {}};
-}
-inline Value L(int64_t n)
-{
-    return {'L', n, 0.0, {}, {}, {}};
-}
-inline Value D(double f)
-{
-    return {'D', 0, f, {}, {}, {}};
-}
-inline Value S(std::string s)
-{
-    return {'S', 0, 0.0, std::move(s), {}, {}};
-}
+inline constexpr auto I = [](int64_t n) { return Value{'I', n, 0.0, {}, {}, {}}; };
+inline constexpr auto L = [](int64_t n) { return Value{'L', n, 0.0, {}, {}, {}}; };
+inline constexpr auto D = [](double f) { return Value{'D', 0, f, {}, {}, {}}; };
+inline constexpr auto S = [](std::string s) { return Value{'S', 0, 0.0, std::move(s), {}, {}}; };
 /// An object's name with its class, which text and binary files write differently.
 inline Value Name(const std::string& sName, const std::string& sClass)
 {
     return {'N', 0, 0.0, sName + '\x01' + sClass, {}, {}};
 }
-inline Value Ints(std::vector<int64_t> v)
-{
-    return {'i', 0, 0.0, {}, std::move(v), {}};
-}
-inline Value Longs(std::vector<int64_t> v)
-{
-    return {'l', 0, 0.0, {}, std::move(v), {}};
-}
-inline Value Floats(std::vector<double> v)
-{
-    return {'f', 0, 0.0, {}, {}, std::move(v)};
-}
-inline Value Doubles(std::vector<double> v)
-{
-    return {'d', 0, 0.0, {}, {}, std::move(v)};
-}
+inline constexpr auto Ints = [](std::vector<int64_t> v) { return Value{'i', 0, 0.0, {}, std::move(v), {}}; };
+inline constexpr auto Longs = [](std::vector<int64_t> v) { return Value{'l', 0, 0.0, {}, std::move(v), {}}; };
+inline constexpr auto Floats = [](std::vector<double> v) { return Value{'f', 0, 0.0, {}, {}, std::move(v)}; };
+inline constexpr auto Doubles = [](std::vector<double> v) { return Value{'d', 0, 0.0, {}, {}, std::move(v)}; };
 
 struct Record
 {

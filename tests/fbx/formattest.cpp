@@ -1,10 +1,5 @@
 #include "tests/fbx/loadscene.h"
-#include "tests/fbx/samplescenes.h"
-
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
+#include "tests/support/tempfolder.h"
 
 namespace
 {
@@ -57,50 +52,44 @@ std::string Describe(FbxScene& scene)
 
 TEST(Format, AllKindsOfFilesGiveOneScene)
 {
-    const Scene rich = RichScene();
-    LoadedScene plain(rich.Write());
+    const std::string sPlain = CorpusFile("binary/rich7400"), sWide = CorpusFile("binary/rich7500deflated");
+    LoadedScene plain(sPlain);
     ASSERT_TRUE(plain.IsLoaded()) << plain.Error();
     ASSERT_EQ(plain->GetNodeCount(), 4u);
     const std::string sExpected = Describe(*plain.Get());
-    const struct
-    {
-        const char* szLabel;
-        Format format;
-    } cases[] = {
-        {"7.1", {7100, false, false, false}},        {"7.7", {7700, false, false, false}},
-        {"big endian", {7400, false, true, false}},  {"7.5 big endian, deflated", {7500, false, true, true}},
-        {"deflated", {7400, false, false, true}},    {"text", {7400, true, false, false}},
-        {"text of 7.7", {7700, true, false, false}},
+    const std::tuple<const char*, std::string, int> cases[] = {
+        {"7.1", WithVersion(sPlain, 7100), 7100},
+        {"7.7", WithVersion(sWide, 7700), 7700},
+        {"deflated", sWide, 7500},
+        {"big endian", CorpusFile("binary/rich7400big"), 7400},
+        {"7.5 big endian, deflated", CorpusFile("binary/rich7500bigdeflated"), 7500},
+        {"text", CorpusFile("text/rich7400"), 7400},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, sFile, nVersion] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        LoadedScene scene(rich.Write(c.format));
+        SCOPED_TRACE(szLabel);
+        LoadedScene scene(sFile);
         ASSERT_TRUE(scene.IsLoaded()) << scene.Error();
-        EXPECT_EQ(scene.Version(), c.format.nVersion);
+        EXPECT_EQ(scene.Version(), nVersion);
         EXPECT_EQ(Describe(*scene.Get()), sExpected);
     }
 }
 
 TEST(Format, FilesOnDisk)
 {
-    char szName[] = "/tmp/fbxtestXXXXXX";
-    const int nFile = mkstemp(szName);
-    ASSERT_GE(nFile, 0);
-    ::close(nFile);
-    std::ofstream(szName, std::ios::binary) << RichScene().Write();
+    const ZTempFolder folder;
+    const std::string sName = folder.Write("rich.fbx", CorpusFile("binary/rich7400"));
     FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxImporter* pImporter = FbxImporter::Create(pManager, "");
     FbxScene* pScene = FbxScene::Create(pManager, "");
-    EXPECT_TRUE(pImporter->Initialize(szName, -1, nullptr)) << pImporter->GetErrorText();
+    EXPECT_TRUE(pImporter->Initialize(sName.c_str(), -1, nullptr)) << pImporter->GetErrorText();
     EXPECT_TRUE(pImporter->IsBinary() && !pImporter->IsBigEndian() && pImporter->IsFBX());
     EXPECT_TRUE(pImporter->Import(pScene)) << pImporter->GetErrorText();
     EXPECT_EQ(pScene->GetNodeCount(), 4u);
     EXPECT_FALSE(pImporter->Import(pScene)) << "a file is read once";
-    std::remove(szName);
-    for (const char* szPath : {static_cast<const char*>(szName), "/tmp", ""})
+    for (const std::string& sPath : {sName + "x", folder.Path(), std::string()})
     {
-        EXPECT_FALSE(pImporter->Initialize(szPath, -1, nullptr)) << szPath;
+        EXPECT_FALSE(pImporter->Initialize(sPath.c_str(), -1, nullptr)) << sPath;
         EXPECT_STRNE(pImporter->GetErrorText(), "");
         EXPECT_FALSE(pImporter->IsFBX());
     }
@@ -110,7 +99,7 @@ TEST(Format, FilesOnDisk)
 
 TEST(Format, AnimationCanBeLeftOut)
 {
-    const std::string sFile = RichScene().Write();
+    const std::string sFile = CorpusFile("binary/rich7400");
     FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
     FbxIOSettings* pSettings = FbxIOSettings::Create(pManager, "IOSRoot");
     pSettings->SetBoolProp("Import|AdvOptGrp|FileFormat|Fbx|Animation", false);

@@ -1,8 +1,7 @@
 #include "tests/fbx/loadscene.h"
+#include "tests/support/tempfolder.h"
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 namespace
 {
@@ -34,34 +33,16 @@ std::string LargeScene(const Format& format)
     return scene.Write(format);
 }
 
-class Input : public ::testing::Test
+TEST(Input, LargeFilesAreMapped)
 {
-protected:
-    Input()
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("fbxinput" + std::to_string(reinterpret_cast<uintptr_t>(this)) + ".fbx"))
-    {
-    }
-    ~Input() override
-    {
-        std::error_code error;
-        std::filesystem::remove(m_path, error);
-    }
-    void Store(const std::string& sBytes) { std::ofstream(m_path, std::ios::binary) << sBytes; }
-
-    std::filesystem::path m_path;
-};
-
-TEST_F(Input, LargeFilesAreMapped)
-{
+    const ZTempFolder folder;
     for (const Format& format : {Format{7400}, Format{7500, false, true, false}, Format{7400, true}})
     {
-        const std::string sFile = LargeScene(format);
-        Store(sFile);
+        const std::string sPath = folder.Write("large.fbx", LargeScene(format));
         FbxManager* pManager = FbxManager::Create(&FbxMakeEvaluator);
         FbxScene* pScene = FbxScene::Create(pManager, "");
         FbxImporter* pImporter = FbxImporter::Create(pManager, "");
-        ASSERT_TRUE(pImporter->Initialize(m_path.c_str(), -1, nullptr)) << pImporter->GetErrorText();
+        ASSERT_TRUE(pImporter->Initialize(sPath.c_str(), -1, nullptr)) << pImporter->GetErrorText();
         ASSERT_TRUE(pImporter->Import(pScene)) << pImporter->GetErrorText();
         for (const char* szName : {"a", "bb"})
             EXPECT_EQ(pScene->FindNodeByName(szName)->EvaluateGlobalTransform(FbxTime::FromSeconds(3000.0)).t.x,

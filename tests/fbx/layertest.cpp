@@ -70,14 +70,7 @@ private:
 
 TEST(Layer, Modes)
 {
-    const struct
-    {
-        const char* szLabel;
-        LayerSettings settings;
-        double fX;
-        double fDegrees;
-        double fScale;
-    } cases[] = {
+    const std::tuple<const char*, LayerSettings, double, double, double> cases[] = {
         {"additive", {}, 11, 90, 8},
         {"additive by half", {50}, 6, 60, 4},
         {"additive, channels on their own", {50, 0, 1, 1}, 6, 60, 4},
@@ -91,14 +84,14 @@ TEST(Layer, Modes)
         {"weightless", {0}, 1, 30, 2},
         {"alone, the base is not heard", {100, 0, 1, 1, false, true}, 10, 60, 5},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, settings, fX, fDegrees, fScale] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        TwoLayers scene(c.settings);
+        SCOPED_TRACE(szLabel);
+        TwoLayers scene(settings);
         const FbxTransform transform = scene.At(0.5);
-        EXPECT_NEAR(transform.t.x, c.fX, 1e-9);
-        EXPECT_TRUE(Near(transform.q, FbxQuaternion::FromEuler({0, 0, c.fDegrees}), 1e-12));
-        EXPECT_TRUE(Near(transform.s, {c.fScale, c.fScale, c.fScale}, 1e-9));
+        EXPECT_NEAR(transform.t.x, fX, 1e-9);
+        EXPECT_TRUE(Near(transform.q, FbxQuaternion::FromEuler({0, 0, fDegrees}), 1e-12));
+        EXPECT_TRUE(Near(transform.s, {fScale, fScale, fScale}, 1e-9));
     }
 }
 

@@ -9,8 +9,24 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
+
+/// A file of the fuzzers' corpus. "rich" is one scene that holds something of everything, in every kind of file; "old"
+/// is an arm and a camera as version 6 wrote them.
+inline std::string CorpusFile(const std::string& sName)
+{
+    std::ifstream in(Z_SOURCE_DIR "/fuzz/fbx/corpus/" + sName, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// A binary file in little-endian order that says to be of another version.
+inline std::string WithVersion(std::string sFile, uint32_t nVersion)
+{
+    return sFile.replace(23, 4, reinterpret_cast<const char*>(&nVersion), 4);
+}
 
 /// A scene from bytes in memory, that ends with its manager.
 class LoadedScene

@@ -95,13 +95,7 @@ TEST(Math, EulerAnglesComeBack)
 TEST(Math, Decomposition)
 {
     const FbxQuaternion q = FbxQuaternion::FromEuler({20, -50, 110});
-    const struct
-    {
-        const char* szLabel;
-        FbxVector3 scale;
-        FbxVector3 expected;
-        FbxQuaternion turn;
-    } cases[] = {
+    const std::tuple<const char*, FbxVector3, FbxVector3, FbxQuaternion> cases[] = {
         {"plain", {2, 3, 4}, {2, 3, 4}, {0, 0, 0, 1}},
         {"one mirrored axis turns the others about", {10, -10, 10}, {-10, -10, -10}, {0, 1, 0, 0}},
         {"two make a half turn", {-1, -2, 3}, {1, 2, 3}, {0, 0, 1, 0}},
@@ -109,28 +103,28 @@ TEST(Math, Decomposition)
         {"zero stays zero", {0, 2, 3}, {0, 2, 3}, {0, 0, 0, 1}},
         {"all zero", {0, 0, 0}, {0, 0, 0}, {0, 0, 0, 1}},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, written, expected, turn] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
+        SCOPED_TRACE(szLabel);
         FbxTransform from;
         from.t = {5, 6, 7};
         from.q = q;
-        from.s = c.scale;
+        from.s = written;
         const FbxMatrix4 matrix = FbxMatrix4::FromTransform(from);
         FbxTransform to;
         matrix.Decompose(to);
         EXPECT_TRUE(Near(to.t, from.t, 0.0));
-        EXPECT_TRUE(Near(to.s, c.expected, 1e-14));
-        const bool bDefined = c.scale.x != 0.0 || c.scale.y != 0.0;
-        EXPECT_TRUE(!bDefined || Near(to.q, q * c.turn, 1e-14));
+        EXPECT_TRUE(Near(to.s, expected, 1e-14));
+        const bool bDefined = written.x != 0.0 || written.y != 0.0;
+        EXPECT_TRUE(!bDefined || Near(to.q, q * turn, 1e-14));
         EXPECT_TRUE(Near(FbxMatrix4::FromTransform(to), matrix, 1e-13));
 
         FbxQuaternion normal = from.q;
-        FbxVector3 scale = c.scale;
+        FbxVector3 scale = written;
         FbxNormaliseSigns(normal, scale);
-        EXPECT_TRUE(Near(scale, c.expected, 0.0));
+        EXPECT_TRUE(Near(scale, expected, 0.0));
         EXPECT_FALSE(std::signbit(scale.x) && scale.x == 0.0);
-        EXPECT_TRUE(Near(normal, q * c.turn, 1e-15));
+        EXPECT_TRUE(Near(normal, q * turn, 1e-15));
     }
 
     // Sheared: the first axis keeps its direction, scales are the lengths of the axes.

@@ -4,199 +4,100 @@
 #include "fbx/file/fbxdocument.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
 
-/// Compares trees of records to the last bit. Knows the tree and nothing of the writers.
-class SameTree
+/// A tree of records as lines, one a record, and what two trees differ in. Knows the tree and nothing of the writers.
+/// bAcross: one of them has been in a file of the other kind. Then numbers that are no integers are compared as 32-bit
+/// floats, words as letters, names of objects by their parts; what text files have no record of is left out.
+class TreeText
 {
 public:
-    /// bAcross: one of them has been in a file of the other kind, so numbers are compared as numbers, whatever their
-    /// width, words as letters, and names of objects by their parts.
-    SameTree(const SFbxRecordTree& a, size_t nBytesA, const SFbxRecordTree& b, size_t nBytesB, bool bAcross)
-        : m_a(nBytesA, a.bBigEndian), m_b(nBytesB, b.bBigEndian), m_bAcross(bAcross), m_bText(!a.bBinary)
+    TreeText(const SFbxRecordTree& tree, size_t nBytes, bool bAcross)
+        : m_arrays(nBytes, tree.bBigEndian), m_bAcross(bAcross), m_bText(!tree.bBinary)
     {
-        Compare(a.root, b.root);
+        std::vector<std::pair<const SFbxRecord*, size_t>> pending{{&tree.root, 0}};
+        while (!pending.empty())
+        {
+            const auto [pRecord, nDepth] = pending.back();
+            pending.pop_back();
+            std::string sLine = std::to_string(nDepth) + std::string(pRecord->Name());
+            sLine += pRecord->bBlock || pRecord->pChild ? " {" : "";
+            for (uint32_t n = 0; n < pRecord->nValues; ++n)
+                sLine += ' ' + TextOf(pRecord->pValues[n], pRecord->Is("KeyAttrDataFloat"));
+            m_lines.push_back(sLine);
+            for (const SFbxRecord* p = pRecord->pChild; p; p = p->pNext)
+                if (!bAcross || !(p->Is("FileId") || p->Is("CreationTime") || p->Is("FBXVersion")))
+                    pending.emplace_back(p, nDepth + 1);
+        }
+    }
+    /// Empty when they are the same.
+    std::string Difference(const TreeText& other) const
+    {
+        for (size_t n = 0; n < std::max(m_lines.size(), other.m_lines.size()); ++n)
+            if (n >= m_lines.size() || n >= other.m_lines.size() || m_lines[n] != other.m_lines[n])
+                return (n < m_lines.size() ? m_lines[n] : "none") + "\n" +
+                       (n < other.m_lines.size() ? other.m_lines[n] : "none");
+        return {};
     }
 
-    /// Empty when they are the same; else the place and what is different there.
-    const std::string& Difference() const { return m_sDifference; }
+    const std::vector<std::string>& Lines() const { return m_lines; }
 
 private:
-    struct SNumbers
+    std::string Real(double f) const
     {
-        std::vector<double> reals; ///< integers too where they are below 2^53
-        std::vector<int64_t> integers;
-        bool bFloat = false;
-        bool bIntegers = true;
-    };
-
-    void Compare(const SFbxRecord& rootA, const SFbxRecord& rootB)
+        char text[40];
+        if (m_bAcross && std::abs(f) < 16777216.0 && f == std::floor(f))
+            return std::to_string(static_cast<int64_t>(f));
+        if (std::isnan(f) && (m_bAcross || m_bText))
+            return "nan";
+        std::snprintf(text, sizeof text, m_bAcross ? "%.9g" : "%a",
+                      m_bAcross ? static_cast<double>(static_cast<float>(f)) : f);
+        return text;
+    }
+    std::string TextOf(const SFbxValue& value, bool bBits)
     {
-        std::vector<std::pair<const SFbxRecord*, const SFbxRecord*>> pending{{&rootA, &rootB}};
-        while (!pending.empty() && m_sDifference.empty())
+        if (value.type == 'U')
+            return std::string(value.p, value.n);
+        if (!value.IsArray() && m_bAcross)
         {
-            const auto [pA, pB] = pending.back();
-            pending.pop_back();
-            CompareOne(*pA, *pB);
-            const SFbxRecord* p = Known(pA->pChild);
-            const SFbxRecord* q = Known(pB->pChild);
-            for (; p && q; p = Known(p->pNext), q = Known(q->pNext))
-                pending.emplace_back(p, q);
-            if (p || q)
-                m_sDifference = std::string(pA->Name()) + ": not the same number of records";
+            const std::string sText(value.AsText());
+            const size_t nAt = sText.find(std::string("\0\1", 2));
+            return value.type == 'I'          ? std::to_string(value.i)
+                   : value.type == 'D'        ? Real(value.d)
+                   : value.type == 'W'        ? std::to_string(*value.p)
+                   : nAt == std::string::npos ? sText
+                                              : sText.substr(nAt + 2) + "::" + sText.substr(0, nAt);
         }
-    }
-
-    /// Text files have no such records.
-    const SFbxRecord* Known(const SFbxRecord* p) const
-    {
-        while (m_bAcross && p && (p->Is("FileId") || p->Is("CreationTime") || p->Is("FBXVersion")))
-            p = p->pNext;
-        return p;
-    }
-
-    void CompareOne(const SFbxRecord& a, const SFbxRecord& b)
-    {
-        const auto fail = [&](const std::string& sWhat)
-        { m_sDifference = std::string(a.Name()) + " (" + std::string(a.Text(0)) + "): " + sWhat; };
-        if (a.Name() != b.Name() || (a.bBlock || a.pChild) != (b.bBlock || b.pChild) || a.nValues != b.nValues)
-            return fail("another name, block or number of values: " + std::string(b.Name()));
-        for (uint32_t n = 0; n < a.nValues; ++n)
-            if (!Same(a, a.pValues[n], b.pValues[n]))
-                return fail("value " + std::to_string(n) + " of type " + a.pValues[n].type + " and " +
-                            b.pValues[n].type + ", written " + std::to_string(a.pValues[n].letter) + " and " +
-                            std::to_string(b.pValues[n].letter));
-    }
-
-    bool Same(const SFbxRecord& record, const SFbxValue& a, const SFbxValue& b)
-    {
-        if (m_bAcross)
-            return SameAcross(record, a, b);
-        const bool bEmptyArrays = a.IsArray() && b.IsArray() && a.n == 0 && b.n == 0;
-        if ((a.type != b.type && !(bEmptyArrays && m_bText)) || (!a.bNative && a.letter != b.letter))
-            return false;
-        if (a.IsArray())
-            return SameArray(a, b);
-        if (a.type == 'D')
-            return std::memcmp(&a.d, &b.d, 8) == 0 || (m_bText && std::isnan(a.d) && std::isnan(b.d));
-        if (a.type == 'U')
-            return std::string_view(a.p, a.n) == std::string_view(b.p, b.n);
-        return a.type == 'I' ? a.i == b.i : a.AsText() == b.AsText();
-    }
-
-    bool SameArray(const SFbxValue& a, const SFbxValue& b)
-    {
-        if (a.n != b.n)
-            return false;
-        const char* p = m_a.Decode(a);
-        const char* q = m_b.Decode(b);
-        if (!p || !q)
-            return !p == !q; // damaged bytes are handed on
-        const size_t nElement = FbxElementSize(a.type);
-        for (uint32_t n = 0; n < a.n; ++n)
-        {
-            double f, g;
-            if (std::memcmp(p + n * nElement, q + n * nElement, nElement) == 0)
-                continue;
-            if (!m_bText || a.type != 'd')
-                return false;
-            std::memcpy(&f, p + n * nElement, 8);
-            std::memcpy(&g, q + n * nElement, 8);
-            if (!std::isnan(f) || !std::isnan(g))
-                return false;
-        }
-        return true;
-    }
-
-    static SNumbers NumbersOf(FbxArrayBytes& arrays, const SFbxRecord& record, const SFbxValue& value)
-    {
-        SNumbers numbers;
-        const auto integer = [&numbers](int64_t n)
-        {
-            numbers.integers.push_back(n);
-            numbers.reals.push_back(static_cast<double>(n));
-        };
-        const auto real = [&numbers](double f)
-        {
-            numbers.bIntegers = false;
-            numbers.reals.push_back(f);
-        };
-        if (value.type == 'I')
-            integer(value.i);
-        else if (value.type == 'D')
-            real(value.d);
-        else if (value.type == 'W')
-            integer(*value.p);
-        numbers.bFloat = value.letter == 'F' || value.type == 'f';
+        std::string s = m_bAcross || value.bNative ? "" : std::string(1, value.letter);
         if (!value.IsArray())
-            return numbers;
-        const char* p = arrays.Decode(value);
-        const bool bBits = record.Is("KeyAttrDataFloat");
-        for (uint32_t n = 0; p && n < value.n; ++n)
+            return s + value.type +
+                   (value.type == 'I'   ? std::to_string(value.i)
+                    : value.type == 'D' ? Real(value.d)
+                                        : std::string(value.AsText()));
+        s += '*' + std::to_string(value.n) + (m_bAcross || value.n == 0 ? ' ' : value.type);
+        const char* p = m_arrays.Decode(value);
+        if (!p || (m_bAcross && bBits)) // damaged bytes are handed on; words among numbers are the scene's to tell
+            return s;
+        for (uint32_t n = 0; n < value.n; ++n, p += FbxElementSize(value.type))
         {
-            int32_t nWord = 0;
-            int64_t nLong = 0;
+            int64_t nWord = value.type == 'b' ? static_cast<uint8_t>(*p) : 0;
             double f = 0.0;
-            const size_t nElement = FbxElementSize(value.type);
-            if (nElement == 4)
-                std::memcpy(&nWord, p + n * size_t(4), 4);
-            else if (nElement == 8)
-                std::memcpy(&nLong, p + n * size_t(8), 8), std::memcpy(&f, &nLong, 8);
-            if (value.type == 'i' || (value.type == 'f' && bBits))
-                integer(nWord);
-            else if (value.type == 'f')
-                real(FbxWiden(static_cast<uint32_t>(nWord)));
-            else if (value.type == 'l')
-                integer(bBits ? static_cast<int32_t>(nLong) : nLong);
-            else if (value.type == 'd' && bBits) // words among numbers, as the scene's reader tells them apart
-                integer(std::fabs(f) >= 16777216.0 && std::fabs(f) < 4294967296.0 && f == std::floor(f)
-                            ? static_cast<int32_t>(static_cast<int64_t>(f))
-                            : static_cast<int32_t>(FbxNarrow(f)));
-            else if (value.type == 'd')
-                real(f);
-            else
-                integer(static_cast<uint8_t>(p[n]));
+            float fNarrow = 0.0f;
+            if (value.type == 'l' || value.type == 'd')
+                std::memcpy(&nWord, p, 8), std::memcpy(&f, p, 8);
+            else if (value.type != 'b')
+                std::memcpy(&fNarrow, p, 4), nWord = std::bit_cast<int32_t>(fNarrow), f = static_cast<double>(fNarrow);
+            const bool bReal = value.type == 'd' || value.type == 'f';
+            s += ' ' + (bReal && (m_bAcross || std::isnan(f)) ? Real(f) : std::to_string(nWord));
         }
-        return numbers;
+        return s;
     }
 
-    bool SameAcross(const SFbxRecord& record, const SFbxValue& a, const SFbxValue& b)
-    {
-        if (a.type == 'R' || b.type == 'R')
-            return true; // told by a test of its own
-        if (a.type == 'S' && b.type == 'S')
-            return a.AsText() == b.AsText() || NameOf(a.AsText()) == NameOf(b.AsText());
-        const SNumbers x = NumbersOf(m_a, record, a);
-        const SNumbers y = NumbersOf(m_b, record, b);
-        if (x.bIntegers && y.bIntegers)
-            return x.integers == y.integers;
-        if (x.reals.size() != y.reals.size())
-            return false;
-        for (size_t n = 0; n < x.reals.size(); ++n)
-        {
-            const double f = x.reals[n];
-            const double g = y.reals[n];
-            if (std::isnan(f) && std::isnan(g))
-                continue;
-            if (x.bFloat || y.bFloat ? FbxNarrow(f) != FbxNarrow(g) : std::memcmp(&f, &g, 8) != 0)
-                return false;
-        }
-        return true;
-    }
-
-    static std::string NameOf(std::string_view text)
-    {
-        const size_t nAt = text.find(std::string_view("\0\1", 2));
-        return nAt == std::string_view::npos
-                   ? std::string(text)
-                   : std::string(text.substr(nAt + 2)) + "::" + std::string(text.substr(0, nAt));
-    }
-
-    FbxArrayBytes m_a, m_b;
+    FbxArrayBytes m_arrays;
     bool m_bAcross;
     bool m_bText;
-    std::string m_sDifference;
+    std::vector<std::string> m_lines;
 };

@@ -1,8 +1,10 @@
 #include "tests/fbx/loadscene.h"
+#include "tests/fbx/sametree.h"
 
 #include "fbx/file/fbxrecord.h"
 #include "fbx/file/fbxtextscan.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -46,48 +48,21 @@ TEST(Text, Values)
                               "}\n";
     const Parsed parsed(sText);
     ASSERT_TRUE(parsed.bOk) << parsed.sError;
-    const auto number = [&](const char* szRecord, uint32_t n)
-    {
-        const SFbxRecord* p = parsed.Find(szRecord);
-        return p && p->Value(n) ? p->Value(n)->AsDouble() : -12345.0;
-    };
-    const double numbers[] = {1, -2, 3, 4.5, -1000, 9223372036854775807.0, 0.0, INFINITY, 0.0};
-    for (uint32_t n = 0; n < 9; ++n)
-        EXPECT_EQ(number("Numbers", n), numbers[n]) << n;
-    EXPECT_EQ(parsed.Find("Numbers")->Int(5), INT64_MAX);
-    EXPECT_TRUE(std::signbit(number("Numbers", 8)));
-    EXPECT_TRUE(std::isnan(number("Odd", 0)) && std::isnan(number("Odd", 3)));
-    EXPECT_EQ(number("Odd", 1), -INFINITY);
-    EXPECT_EQ(number("Odd", 2), INFINITY);
-    EXPECT_EQ(number("Odd", 4), INFINITY);
-    EXPECT_EQ(parsed.Find("Texts")->Text(0), "a \"b\" &amp; c");
-    EXPECT_EQ(parsed.Find("Texts")->Text(1), "");
-    EXPECT_EQ(parsed.Find("Texts")->Text(2), "x;y{z}");
-    EXPECT_EQ(parsed.Find("Words")->pValues[1].AsLetter(), 'Y');
-    EXPECT_EQ(parsed.Find("Wrapped")->nValues, 4u);
-    EXPECT_EQ(number("Wrapped", 3), 4.0);
-    EXPECT_EQ(parsed.Find("Empty")->nValues, 0u);
-    EXPECT_EQ(parsed.Find("LeftOut")->Text(0), "late");
-    const SFbxValue& list = *parsed.Find("List")->Value(0);
-    ASSERT_EQ(list.type, 'l');
-    ASSERT_EQ(list.n, 4u);
-    EXPECT_EQ(reinterpret_cast<const int64_t*>(list.p)[3], 4);
-    const SFbxValue& mixed = *parsed.Find("Mixed")->Value(0);
-    ASSERT_EQ(mixed.type, 'd');
-    ASSERT_EQ(mixed.n, 3u) << "the count is not believed";
-    EXPECT_EQ(reinterpret_cast<const double*>(mixed.p)[0], 1.0);
-    EXPECT_EQ(reinterpret_cast<const double*>(mixed.p)[1], 2.5);
-    EXPECT_EQ(parsed.Find("Nothing")->Value(0)->n, 0u);
-    EXPECT_EQ(parsed.Find("Nested")->Find("Inner")->Int(0), 5);
+    std::vector<std::string> lines = TreeText(parsed.tree, sText.size(), true).Lines();
+    std::sort(lines.begin(), lines.end());
+    EXPECT_EQ(lines, (std::vector<std::string>{"0 {", "1Takes {", "2Empty", "2LeftOut late", "2List *4  1 2 3 4",
+                                               "2Mixed *3  1 2.5 -inf", "2Nested { name", "2Nothing *0 ",
+                                               "2Numbers 1 -2 3 4.5 -1000 9223372036854775807 0 inf 0",
+                                               "2Odd nan -inf inf nan inf", "2Texts a \"b\" &amp; c  x;y{z}",
+                                               "2Words 84 89", "2Wrapped 1 2 3 4", "3Inner 5"}));
+    EXPECT_TRUE(std::signbit(parsed.Find("Numbers")->Value(8)->AsDouble()));
+    EXPECT_EQ(parsed.Find("List")->Value(0)->type, 'l');
+    EXPECT_EQ(parsed.Find("Mixed")->Value(0)->type, 'd') << "nor is the count believed";
 }
 
 TEST(Text, Refusals)
 {
-    const struct
-    {
-        const char* szLabel;
-        const char* szText;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"cut off behind its head", "; FBX 7.4.0 project file\n"},
         {"not closed", "Takes: {\n A: 1\n"},
         {"closed twice", "Takes: {\n}\n}\n"},
@@ -99,10 +74,10 @@ TEST(Text, Refusals)
         {"skipped record not closed", "Pictures: {\n A: { \n}\n"},
         {"skipped text not closed", "Pictures: {\n A: \"{ \n}\n"},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, szText] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        const Parsed parsed(c.szText);
+        SCOPED_TRACE(szLabel);
+        const Parsed parsed(szText);
         EXPECT_FALSE(parsed.bOk);
         EXPECT_NE(parsed.sError.find("(in line "), std::string::npos) << parsed.sError;
     }

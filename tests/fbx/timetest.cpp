@@ -7,32 +7,11 @@ namespace
 
 TEST(Time, FrameRates)
 {
-    const struct
-    {
-        int nMode;
-        double fRate;
-    } modes[] = {{0, 30},
-                 {1, 120},
-                 {2, 100},
-                 {3, 60},
-                 {4, 50},
-                 {5, 48},
-                 {6, 30},
-                 {7, 30},
-                 {8, 30000.0 / 1001},
-                 {9, 30000.0 / 1001},
-                 {10, 25},
-                 {11, 24},
-                 {12, 1000},
-                 {13, 24000.0 / 1001},
-                 {14, 17.5},
-                 {15, 96},
-                 {16, 72},
-                 {17, 60000.0 / 1001},
-                 {18, 30},
-                 {-1, 30}};
-    for (const auto& mode : modes)
-        EXPECT_EQ(FbxTime::GetFrameRate(mode.nMode, 17.5), mode.fRate) << mode.nMode;
+    const double rates[] = {30, 120, 100, 60,          50,   48, 30, 30,          30e3 / 1001, 30e3 / 1001,
+                            25, 24,  1e3, 24e3 / 1001, 17.5, 96, 72, 60e3 / 1001, 30};
+    for (int n = 0; n < 19; ++n)
+        EXPECT_EQ(FbxTime::GetFrameRate(n, 17.5), rates[n]) << n;
+    EXPECT_EQ(FbxTime::GetFrameRate(-1, 17.5), 30.0);
     EXPECT_EQ(FbxTime::GetFrameRate(14, -1.0), 30.0);
     EXPECT_EQ(FbxTime::GetFrameRate(14, std::numeric_limits<double>::quiet_NaN()), 30.0);
 }
@@ -56,6 +35,16 @@ TEST(Time, SecondsAndFrames)
             ASSERT_EQ(FbxTime::FromSeconds(static_cast<double>(static_cast<float>(nFrame) / fRate))
                           .GetFrameCount(static_cast<double>(fRate)),
                       nFrame);
+}
+
+TEST(Time, OfAFrame)
+{
+    for (const double fRate : {24.0, 25.0, 30.0, 60.0, 120.0, 30000.0 / 1001.0, 12.5})
+        for (const int64_t n : {-1000000, -1, 0, 1, 29, 123456})
+            EXPECT_EQ(FbxTime::FromFrame(n, fRate).GetFrameCount(fRate), n) << fRate;
+    EXPECT_EQ(FbxTime::FromFrame(INT32_MAX, 30.0).Get(), INT32_MAX * (fbxfile::kSecond / 30));
+    EXPECT_FALSE(FbxTime::FromFrame(INT64_MAX, 30.0).IsInfinite()) << "no frame is without animation";
+    EXPECT_EQ(FbxTime::FromFrame(5, 0.0).Get(), 0);
 }
 
 } // namespace

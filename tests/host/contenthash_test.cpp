@@ -1,5 +1,4 @@
 #include "host/files/contenthash.h"
-#include "tests/host/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -25,18 +24,4 @@ TEST(ContentHash, PiecesGiveTheSameAsTheWhole)
             hash.Add(sBytes.data() + n, std::min(nPiece, sBytes.size() - n));
         EXPECT_EQ(hash.Get(), ZContentHash::Of(sBytes)) << nPiece;
     }
-}
-
-TEST(ContentHash, FilesAreReadAgainWhenTheirStampChanges)
-{
-    const ZTempFolder folder;
-    folder.Write("f", "one");
-    ZFileHashes hashes;
-    SFileStamp stamp = StampOf(folder / "f");
-    EXPECT_EQ(hashes.Of(folder / "f", stamp), ZContentHash::Of("one"));
-    folder.Write("f", "another");
-    EXPECT_EQ(hashes.Of(folder / "f", StampOf(folder / "f")), ZContentHash::Of("another"));
-    EXPECT_FALSE(StampOf(folder / "g").bExists);
-    EXPECT_FALSE(StampOf(folder.Path()).bExists) << "a folder is no file";
-    EXPECT_EQ(hashes.Of(folder / "g", {true, 1, 1}), 0u);
 }

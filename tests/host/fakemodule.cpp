@@ -6,9 +6,7 @@
 #include "base/misc/trace.h"
 #include "base/pointers/tcomponentsharedptr.h"
 #include "host/files/resourceids.h"
-#include "resource/_shared/_internal/resourcescandata.h"
 #include "resource/core/iresourcedatabase.h"
-#include "resource/core/iresourcefactory.h"
 #include "resource/core/iresourcepacker.h"
 
 #include <cstdlib>
@@ -114,37 +112,6 @@ private:
     }
 };
 
-class ZFakeScanner final : public TCountedComponent<ZFakeScanner, IResourceFactory>
-{
-public:
-    void* LoadResource(IInputStream*, STypeID*, const ZResourceID&, const ZString&) override { return nullptr; }
-    bool ScanResource(const ZResourceID& id, IInputStream* pStream, SResourceScanData& result) override
-    {
-        std::istringstream lines(ReadAll(pStream));
-        for (std::string sKind, sName; lines >> sKind >> sName;)
-        {
-            if (sKind == "abort")
-                std::abort();
-            if (sKind == "fail")
-            {
-                m_sError = ToZString(sName);
-                return false;
-            }
-            if (sKind != "take" && sKind != "rig")
-                continue;
-            SSubResourceScanData entry;
-            entry.resourceID = id.ReplaceRootParameters(ToZString('/' + sName + '.' + sKind));
-            entry.sourceResourceID = id;
-            result.subResources.Add(std::move(entry));
-        }
-        return true;
-    }
-    ZString GetLastErrorMessage() const override { return m_sError; }
-
-private:
-    ZString m_sError;
-};
-
 class ZFakeModule final : public ZSimpleModuleBase
 {
 public:
@@ -153,7 +120,6 @@ public:
     {
         RegisterComponent<TComponentInfo<ZFakePacker, IResourcePacker>>("AnimationPacker");
         RegisterComponent<TComponentInfo<ZFakePacker, IResourcePacker>>("RigPacker");
-        RegisterComponent<TComponentInfo<ZFakeScanner, IResourceFactory>>("AnimationScanner");
     }
 };
 

@@ -4,7 +4,7 @@
 #include "host/files/packedfile.h"
 #include "host/module/hostmodule.h"
 #include "host/text/hosterror.h"
-#include "tests/host/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -66,8 +66,7 @@ protected:
     void WritePacked(const std::string& sPath, uint32_t nCode, const T& object,
                      std::initializer_list<ZString> references)
     {
-        const TArray<uint8_t> bytes = SerializeObject(object, eEndian_Little);
-        Write(sPath, nCode, bytes, references);
+        Write(sPath, nCode, SerializeObject(object, eEndian_Little), references);
     }
     void Write(const std::string& sPath, uint32_t nCode, const TArray<uint8_t>& bytes,
                std::initializer_list<ZString> references)
@@ -126,22 +125,9 @@ TEST_F(InspectTest, ShowsAnimationRigAndFrames)
     const SShown shown = Inspect("assembly:/a.fbx?/wave.take", {1, 0});
     ASSERT_EQ(shown.nExitCode, eExit_Done) << shown.sError;
     const auto json = nlohmann::json::parse(shown.sOut);
-    EXPECT_EQ(json["type"], "ARTY");
-    EXPECT_EQ(json["platform"], "pc");
-    EXPECT_EQ(json["references"][0]["id"], RIG_ID);
-    EXPECT_EQ(json["animation"]["trackGroups"][2]["bones"], nlohmann::json::parse("[2]"));
     EXPECT_EQ(json["animation"]["properties"][0]["keys"], nlohmann::json::parse("[[1,2],[3,4]]"));
     EXPECT_EQ(json["frames"][0]["frame"], 1);
-    const auto& hand = json["frames"][0]["bones"][2];
-    EXPECT_EQ(hand["name"], "hand");
-    EXPECT_EQ(hand["local"]["t"], nlohmann::json::parse("[0.75,2,0]"));
-    EXPECT_EQ(hand["character"]["t"], nlohmann::json::parse("[1.75,2,0]"));
-
-    const auto rigJson = nlohmann::json::parse(Inspect(RIG_ID).sOut)["rig"];
-    EXPECT_EQ(rigJson["bones"][0]["parent"], -1);
-    EXPECT_EQ(rigJson["bones"][2]["parent"], 1);
-    EXPECT_EQ(rigJson["bones"][2]["uid"], 33);
-
+    EXPECT_EQ(json["frames"][0]["bones"][2]["character"]["t"], nlohmann::json::parse("[1.75,2,0]"));
     EXPECT_NE(Inspect(folder / sAnimationPath, {0}, false).sOut.find("hand"), std::string::npos);
     EXPECT_NE(Inspect(RIG_ID, {}, false).sOut.find("    hand"), std::string::npos) << "indented below its parents";
     EXPECT_EQ(Inspect(folder / sAnimationPath, {2}).nExitCode, eExit_AssetsFailed) << "no such frame";
@@ -212,7 +198,7 @@ TEST_F(InspectTest, NoPrefixAndNoDamageDoesHarm)
             {
                 const SShown shown = Inspect(folder / "damaged", {0}, bJson);
                 EXPECT_LE(shown.nExitCode, eExit_AssetsFailed) << n;
-                EXPECT_EQ(shown.sOut.empty(), shown.nExitCode != eExit_Done && !bJson);
+                EXPECT_EQ(shown.sOut.empty(), shown.nExitCode != eExit_Done);
             }
         }
     }

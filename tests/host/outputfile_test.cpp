@@ -1,5 +1,5 @@
 #include "host/files/outputfile.h"
-#include "tests/host/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <gtest/gtest.h>
 

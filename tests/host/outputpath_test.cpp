@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
+#include <sstream>
 #include <vector>
 
 using namespace Host;
@@ -14,6 +16,12 @@ namespace
 std::string Place(const std::string& sId)
 {
     return OutputPathOf(ToId(sId));
+}
+
+std::vector<std::string> Words(const std::string& sText)
+{
+    std::istringstream words(sText);
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 } // namespace
@@ -38,57 +46,27 @@ TEST(OutputPath, OnlyWhatCanBePackedHasAPlace)
 /// Identifiers that look alike: each has a place of its own, none is a folder of another, and none leads out.
 TEST(OutputPath, NoTwoShareAPlace)
 {
-    const std::vector<std::string> sources = {"assembly:/a/b.fbx",
-                                              "assembly:/a/b.fbx?",
-                                              "assembly:/a/b.fbx?/",
-                                              "assembly:/a/b.fbx?//",
-                                              "assembly:/a/b.fbx?walk",
-                                              "assembly:/a/b.fbx?/walk",
-                                              "assembly:/a/b.fbx?//walk",
-                                              "assembly:/a/b.fbx/walk",
-                                              "assembly:/a//b.fbx?/walk",
-                                              "assembly:/a/b.fbx?/@",
-                                              "assembly:/a/b.fbx/@",
-                                              "assembly:/a/b.fbx/@.animation",
-                                              "assembly:/a/b.fbx?/@.animation",
-                                              "assembly:/a/b.fbx?/walk.animation",
-                                              "assembly:/a/b.fbx/walk.animation/x",
-                                              "assembly:/a/b.fbx?/walk.animation/x",
-                                              "assembly:/a/b.fbx?/walk%",
-                                              "assembly:/a/b.fbx?/walk%25",
-                                              "assembly:/a/b.fbx?/walk(noevents)",
-                                              "assembly:/a/b.fbx?/%-walk",
-                                              "assembly:/a/../b.fbx?/walk",
-                                              "assembly:/../b.fbx?/walk",
-                                              "assembly:/./b.fbx?/walk",
-                                              "assembly:/.b.fbx?/walk",
-                                              "assembly:/b.fbx?/walk",
-                                              "assembly:/b.fbx?/walk.",
-                                              "assembly:/b.fbx?/walk ",
-                                              "other:/a/b.fbx?/walk",
-                                              "assembly:/other/a/b.fbx?/walk",
-                                              "assembly:/%=other/a/b.fbx?/walk",
-                                              "<assembly:/a/b.fbx?/walk>.pc.animationrig",
-                                              "<assembly:/a/b.fbx?/walk>.ps3.animationrig",
-                                              "<assembly:/a/b.fbx?/walk>(p).pc.animationrig",
-                                              "<assembly:/a/b.fbx?/walk.animationrig>.pc.animationrig",
-                                              "assembly:/a/b.fbx?/walk.animationrig",
-                                              "assembly:/a/b.fbx?/walk.animationrig%=ps3",
-                                              "assembly:/" + std::string(300, 'x') + "?/walk",
-                                              "assembly:/" + std::string(301, 'x') + "?/walk",
-                                              "assembly:/a?/" + std::string(400, '%'),
-                                              "assembly:/a?/" + std::string(401, '%')};
-    const std::vector<std::string> parameters = {"",
-                                                 "(noevents)",
-                                                 "(a|b)",
-                                                 "(a+b)",
-                                                 "(a%7cb)",
-                                                 "(|)",
-                                                 "(a|)",
-                                                 "(|a)",
-                                                 "(<assembly:/r>(x|y).pc.animationrig)",
-                                                 "(" + std::string(90, 'p') + ")",
-                                                 "(" + std::string(91, 'p') + ")"};
+    std::vector<std::string> sources = Words(
+        "a/b.fbx a/b.fbx? a/b.fbx?/ a/b.fbx?// a/b.fbx?walk a/b.fbx?/walk a/b.fbx?//walk a/b.fbx/walk a//b.fbx?/walk "
+        "a/b.fbx?/@ a/b.fbx/@ a/b.fbx/@.animation a/b.fbx?/@.animation a/b.fbx?/walk.animation "
+        "a/b.fbx/walk.animation/x a/b.fbx?/walk.animation/x a/b.fbx?/walk% a/b.fbx?/walk%25 a/b.fbx?/walk(noevents) "
+        "a/b.fbx?/%-walk a/../b.fbx?/walk ../b.fbx?/walk ./b.fbx?/walk .b.fbx?/walk b.fbx?/walk b.fbx?/walk. "
+        "other/a/b.fbx?/walk %=other/a/b.fbx?/walk a/b.fbx?/walk.animationrig a/b.fbx?/walk.animationrig%=ps3");
+    for (std::string& sSource : sources)
+        sSource.insert(0, "assembly:/");
+    for (const char* szMore :
+         {"assembly:/b.fbx?/walk ", "other:/a/b.fbx?/walk", "<assembly:/a/b.fbx?/walk>.pc.animationrig",
+          "<assembly:/a/b.fbx?/walk>.ps3.animationrig", "<assembly:/a/b.fbx?/walk>(p).pc.animationrig",
+          "<assembly:/a/b.fbx?/walk.animationrig>.pc.animationrig"})
+        sources.push_back(szMore);
+    for (const size_t nLength : {300u, 301u})
+        sources.push_back("assembly:/" + std::string(nLength, 'x') + "?/walk");
+    for (const size_t nLength : {400u, 401u})
+        sources.push_back("assembly:/a?/" + std::string(nLength, '%'));
+    std::vector<std::string> parameters = Words("(noevents) (a|b) (a+b) (a%7cb) (|) (a|) (|a) "
+                                                "(<assembly:/r>(x|y).pc.animationrig)");
+    for (const std::string& sMore : {std::string(), "(" + std::string(90, 'p') + ")", "(" + std::string(91, 'p') + ")"})
+        parameters.push_back(sMore);
     std::map<std::string, std::string> places;
     for (const std::string& sSource : sources)
         for (const std::string& sParameters : parameters)

@@ -27,33 +27,27 @@ bool Holds(std::string_view text)
 
 TEST(QueryPattern, WholeTextInAnyCase)
 {
-    const struct
-    {
-        std::string_view text, pattern;
-        bool bMatches;
-    } cases[] = {
-        {"walk", "WALK", true},
-        {"walk", "wal", false},
-        {"walk", "*", true},
-        {"", "*", true},
-        {"", "?", false},
-        {"walk", "w?l?", true},
-        {"walk", "*k*", true},
-        {"walk", "*a*l*", true},
-        {"walk", "*l*a*", false},
-        {"walk", "[v-x]*", true},
-        {"walk", "[!v-x]*", false},
-        {"wal-", "wal[k-]", true},
-        {"walk", "[W]alk", true},
-        {"a]b", "a[]]b", true},
-        {"a[b", "a[b", true},
-        {"aab", "*ab", true},
-        {"walk/run", "walk*", true},
-        {"a.b", "a?b", true},
-        {"ab", "a**b*", true},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(MatchesPattern(c.text, c.pattern), c.bMatches) << c.text << " like " << c.pattern;
+    const std::tuple<std::string_view, std::string_view, bool> cases[] = {{"walk", "WALK", true},
+                                                                          {"walk", "wal", false},
+                                                                          {"walk", "*", true},
+                                                                          {"", "*", true},
+                                                                          {"", "?", false},
+                                                                          {"walk", "w?l?", true},
+                                                                          {"walk", "*k*", true},
+                                                                          {"walk", "*a*l*", true},
+                                                                          {"walk", "*l*a*", false},
+                                                                          {"walk", "[v-x]*", true},
+                                                                          {"walk", "[!v-x]*", false},
+                                                                          {"wal-", "wal[k-]", true},
+                                                                          {"walk", "[W]alk", true},
+                                                                          {"a]b", "a[]]b", true},
+                                                                          {"a[b", "a[b", true},
+                                                                          {"aab", "*ab", true},
+                                                                          {"walk/run", "walk*", true},
+                                                                          {"a.b", "a?b", true},
+                                                                          {"ab", "a**b*", true}};
+    for (const auto& [text, pattern, bMatches] : cases)
+        EXPECT_EQ(MatchesPattern(text, pattern), bMatches) << text << " like " << pattern;
     // Stars that could share the text out in a great many ways.
     const std::string sLong(20000, 'a');
     std::string sPattern;

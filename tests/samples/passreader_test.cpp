@@ -1,8 +1,6 @@
 #include "samples/effectcompiler/passreader.h"
 
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -28,11 +26,7 @@ std::string PassesOf(const std::string& sText)
 
 TEST(PassReader, PassesAndTheirSettings)
 {
-    const struct
-    {
-        const char* szText;
-        const char* szPasses;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {" }", " }"},
         {"pass P0 { } pass { } }rest", "P0{}{} }rest"},
         {"pass P { VertexShader = compile vs_2_0 Main( a,\n\t b ); ZEnable=true;; }}",
@@ -44,8 +38,8 @@ TEST(PassReader, PassesAndTheirSettings)
          "P{VertexShader=asm { vs_1_1 mov o, v; }|Name=\"a;  b\"|} }"},
         {"\n#line 3 \"a.fxh\"\npass P {\n#line 9 \"b.fxh\"\nA = 1;\n}\n}", "P{A=1|} }"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(PassesOf(c.szText), c.szPasses) << c.szText;
+    for (const auto& [szText, szPasses] : cases)
+        EXPECT_EQ(PassesOf(szText), szPasses) << szText;
     for (const char* szText : {"shader", "pass P", "pass P { A = 1 }", "pass P { A; }", "pass P { A = 1;",
                                "pass P { A = (", "pass P < a", "pass P { = { }"})
         EXPECT_THROW(PassesOf(szText), zhalt_exception) << szText;

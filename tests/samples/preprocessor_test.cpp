@@ -15,7 +15,7 @@ namespace
 
 TEST(Preprocessor, MacrosLinesAndMessages)
 {
-    const ZTemporaryFolder folder;
+    const ZTempFolder folder;
     folder.Write("late.fxh", "late\n");
     const auto run = [&](std::string_view flat) {
         return PreprocessEffect(flat, {folder.Path()}, {{"N", "7"}, {"EMPTY", ""}}, folder.Path());
@@ -38,7 +38,7 @@ TEST(Preprocessor, MacrosLinesAndMessages)
     EXPECT_TRUE(run("#line 8 \"f.fxh\"\n#if (\n#endif\n").error.starts_with("f.fxh:8: "));
     EXPECT_EQ(run("#line 4 \"f.fxh\"\n\n#if 1\n\n").error, "f.fxh:5: unterminated #if");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1) << "nothing is left behind";
-    EXPECT_NE(PreprocessEffect("", {}, {}, folder.Path("none")).error.find("no temporary folder can be made"),
+    EXPECT_NE(PreprocessEffect("", {}, {}, folder / "none").error.find("no temporary folder can be made"),
               std::string::npos);
 }
 
@@ -55,9 +55,9 @@ TEST(Preprocessor, ItsAbsenceIsTold)
 
 TEST(ChildProcess, EveryEnd)
 {
-    const ZTemporaryFolder folder;
-    const std::string sOut = folder.Path("out");
-    const std::string sError = folder.Path("error");
+    const ZTempFolder folder;
+    const std::string sOut = folder / "out";
+    const std::string sError = folder / "error";
     const std::string sShell = FindProgram("sh");
     ASSERT_FALSE(sShell.empty());
     const auto run = [&](const char* szScript, double fSeconds = 20.0)
@@ -71,7 +71,7 @@ TEST(ChildProcess, EveryEnd)
     const SProcessEnd killed = run("kill -9 $$");
     EXPECT_EQ(killed.eKind, SProcessEnd::eKilled);
     EXPECT_EQ(killed.nCode, SIGKILL);
-    EXPECT_EQ(RunProcess(folder.Path("none"), {}, sOut, sError, {}).eKind, SProcessEnd::eNotStarted);
+    EXPECT_EQ(RunProcess(folder / "none", {}, sOut, sError, {}).eKind, SProcessEnd::eNotStarted);
 
     // The child of the child goes, too: it would hold the file open and write to it after a second.
     const auto start = std::chrono::steady_clock::now();
@@ -86,7 +86,7 @@ TEST(ChildProcess, EveryEnd)
 
 TEST(SampleEffectCompiler, GivesAListingOfWhatItFound)
 {
-    const ZTemporaryFolder folder;
+    const ZTempFolder folder;
     const std::string inner = folder.Write("shared/inner.fxh", "#define FILTER ANISOTROPIC\nshared float4 g_Inner;\n");
     IFXCompiler* pCompiler = new ZSampleEffectCompiler;
     pCompiler->SetTempFolderPath(ZString::FromView(folder.Path()));

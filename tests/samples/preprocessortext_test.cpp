@@ -12,11 +12,7 @@ constexpr const char HEAD[] = "#line 1 \"sourcefile\"\n";
 
 TEST(PreprocessorText, DirectivesGetLinesOfTheirOwn)
 {
-    const struct
-    {
-        const char* szFlat;
-        const char* szPrepared;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"a;#line 3 \"x\\y\"\n#line 4 <z>\n", "a;\n#line 3 \"x\\\\y\"\n#line 4 \"z\"\n"},
         {"\xef\xbb\xbf#if 1\n#endif#line 9 \"w\"\n\xef\xbb\xbf", "#if 1\n#endif\n#line 9 \"w\"\n"},
         {"#define A \\#line 9 \"w\"\nb", "#define A \\\n\n#line 9 \"w\"\nb"},
@@ -24,8 +20,8 @@ TEST(PreprocessorText, DirectivesGetLinesOfTheirOwn)
         {"# include <x\\y.fxh>\n#include MACRO\n", "#include <x/y.fxh>\n#include MACRO\n"},
         {"\"/*\" # include \"s\\x\"\n// # include \"s\\x\"\n", "\"/*\" # include \"s\\x\"\n// # include \"s\\x\"\n"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(PrepareFlatSource(c.szFlat), std::string(HEAD) + c.szPrepared);
+    for (const auto& [szFlat, szPrepared] : cases)
+        EXPECT_EQ(PrepareFlatSource(szFlat), std::string(HEAD) + szPrepared);
 }
 
 TEST(PreprocessorText, PlacesAreToldAgainBehindWhatMayBeSkipped)
@@ -71,10 +67,10 @@ TEST(PreprocessorText, NothingMultiplies)
 
 TEST(PreprocessorText, IncludesWithBlanksAreLookedForBesideTheirFile)
 {
-    const ZTemporaryFolder folder;
+    const ZTempFolder folder;
     const std::string beside = folder.Write("a/sub/x.fxh", "");
-    EXPECT_EQ(PrepareFlatSource("#line 5 \"" + folder.Path("a/y.fxh") + "\"\n #\tinclude <sub\\x.fxh> // x\n"),
-              std::string(HEAD) + "#line 5 \"" + folder.Path("a/y.fxh") + "\"\n #include \"" + beside + "\" // x\n");
+    EXPECT_EQ(PrepareFlatSource("#line 5 \"" + (folder / "a/y.fxh") + "\"\n #\tinclude <sub\\x.fxh> // x\n"),
+              std::string(HEAD) + "#line 5 \"" + (folder / "a/y.fxh") + "\"\n #include \"" + beside + "\" // x\n");
 }
 
 } // namespace

@@ -117,9 +117,7 @@ bool ZMemoryResourceDatabase::Find(const ZResourceID& id, TBytes& bytes) const
         return false;
     if (const ZResourceID root = id.GetRoot(); !(root == id))
         return Find(root, bytes);
-    ZString path = m_folder.IsEmpty() ? ZString() : m_folder + "/" + id.ToString().Substring(10);
-    if (const ZString* pPath = m_files.Find(id))
-        path = *pPath;
+    const ZString path = m_folder.IsEmpty() ? ZString() : m_folder + "/" + id.ToString().Substring(10);
     std::error_code error;
     if (path.IsEmpty() || !std::filesystem::is_regular_file(path.ToCString(), error))
         return false;
@@ -133,7 +131,6 @@ bool ZMemoryResourceDatabase::Find(const ZResourceID& id, TBytes& bytes) const
 void ZMemoryResourceDatabase::AddSourceDependency(const ZResourceID& id)
 {
     Record("AddSourceDependency", id);
-    m_dependencies.Add(id);
 }
 
 void* ZMemoryResourceDatabase::OpenInputStream(const ZResourceID& id, STypeID* pInterface, int, int)
@@ -165,17 +162,14 @@ SResourceInfo ZMemoryResourceDatabase::QuerySourceResource(const ZResourceID& id
 ZFilePath ZMemoryResourceDatabase::GetResourceFilePath(const ZResourceID& id)
 {
     Record("GetResourceFilePath", id);
-    const ZResourceID root = id.GetRoot();
-    if (const ZString* pPath = m_files.Find(root))
-        return ZFilePath(*pPath);
-    return m_folder.IsEmpty() ? ZFilePath() : ZFilePath(m_folder + "/" + root.ToString().Substring(10));
+    return m_folder.IsEmpty() ? ZFilePath() : ZFilePath(m_folder + "/" + id.GetRoot().ToString().Substring(10));
 }
 
 bool ZMemoryResourceDatabase::BeginResourceUpdate(const ZResourceID& id, int)
 {
     Record("BeginResourceUpdate", id);
-    m_nOpenUpdates += m_bUpdateAnswer ? 1 : 0;
-    return m_bUpdateAnswer;
+    ++m_nOpenUpdates;
+    return true;
 }
 
 void ZMemoryResourceDatabase::EndResourceUpdate(int)

@@ -34,26 +34,19 @@ public:
     /// A source or a packed resource. Opening a sub-resource opens its root when it is not there itself.
     void AddSource(const ZResourceID& id, const TBytes& bytes) { m_sources[id] = bytes; }
     void AddSource(const ZResourceID& id, const ZString& text);
-    /// A source that stands on disk, for readers that ask for the path.
-    void AddFile(const ZResourceID& id, const ZString& path) { m_files[id] = path; }
     /// assembly:/ is this folder, for what has not been added otherwise.
     void Mount(const ZString& folder) { m_folder = folder; }
     void SetMaker(const FMaker& maker) { m_maker = maker; }
     void SetLoader(const FLoader& loader) { m_loader = loader; }
     void SetOutputFault(EOutputFault eFault) { m_eOutputFault = eFault; }
-    /// What BeginResourceUpdate answers; true at first.
-    void SetUpdateAnswer(bool bAnswer) { m_bUpdateAnswer = bAnswer; }
-
     /// Resources whose output stream has been released, by identifier.
     const TMap<ZResourceID, TBytes>& Outputs() const { return m_outputs; }
     /// The bytes of one output; none when it was not written.
     TBytes Output(const ZResourceID& id) const;
     /// Updates begun and not ended.
     uint32_t OpenUpdates() const { return m_nOpenUpdates; }
-    /// One line a call: "OpenInputStream assembly:/a.fbx".
-    const TArray<ZString>& Calls() const { return m_calls; }
+    /// Calls that begin so: "OpenInputStream assembly:/a.fbx".
     uint32_t CountCalls(const ZString& start) const;
-    const TArray<ZResourceID>& Dependencies() const { return m_dependencies; }
 
     void AddSourceDependency(const ZResourceID& id) override;
     void* OpenInputStream(const ZResourceID& id, STypeID* pInterface, int nFlags, int nMask) override;
@@ -73,13 +66,10 @@ private:
     IResourceDatabase* m_pOuter;
     TMap<ZResourceID, TBytes> m_sources;
     TMap<ZResourceID, TBytes> m_outputs;
-    TMap<ZResourceID, ZString> m_files;
     ZString m_folder;
     FMaker m_maker;
     FLoader m_loader;
     TArray<ZString> m_calls;
-    TArray<ZResourceID> m_dependencies;
     uint32_t m_nOpenUpdates = 0;
     EOutputFault m_eOutputFault = EOutputFault::eNone;
-    bool m_bUpdateAnswer = true;
 };

@@ -10,12 +10,11 @@ namespace
 {
 
 TMap<ZString, ZString> g_options;
-bool g_bContextAnswer = true;
 
 class ZTestPackerUtility final : public TCountedComponent<ZTestPackerUtility, IPackerUtility>
 {
 public:
-    bool SetContext(IResourcePackerContext*) override { return g_bContextAnswer; }
+    bool SetContext(IResourcePackerContext*) override { return true; }
     bool GetOption(const ZString& name, ZString& value) override
     {
         const ZString* pValue = g_options.Find(name);
@@ -56,22 +55,11 @@ ZPackerHost::ZPackerHost(const ZString& platform)
 {
     ImportModules();
     g_options.Clear();
-    g_bContextAnswer = true;
     if (!platform.IsEmpty())
-        SetOption("t", platform);
+        g_options["t"] = platform;
 }
 
 ZPackerHost::~ZPackerHost()
 {
     g_options.Clear();
-}
-
-void ZPackerHost::SetOption(const ZString& name, const ZString& value)
-{
-    g_options[name] = value;
-}
-
-void ZPackerHost::SetContextAnswer(bool bAnswer)
-{
-    g_bContextAnswer = bAnswer;
 }

@@ -32,10 +32,6 @@ public:
     ZPackerHost& operator=(const ZPackerHost&) = delete;
     ~ZPackerHost();
 
-    void SetOption(const ZString& name, const ZString& value);
-    /// What the utility's SetContext answers; true at first.
-    void SetContextAnswer(bool bAnswer);
-
     ZMemoryResourceDatabase& Database() { return m_database; }
     const ZMemoryResourceDatabase& Database() const { return m_database; }
     ZRecordingContext& Context() { return m_context; }

@@ -1,16 +1,14 @@
 #pragma once
 
 #include "base/component/componentbase.h"
+
 #include "resource/_shared/fxcompilerbase.h"
 #include "resource/_shared/fxflattener.h"
+#include "tests/support/tempfolder.h"
+#include "tests/support/testing.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
-#include <string>
-#include <vector>
 
 /// A compiler whose preprocessor changes nothing and whose effect is just an object that can be counted.
 class ZPlainCompiler : public ZFXCompilerBase
@@ -75,36 +73,6 @@ protected:
         if (m_onTechnique)
             m_onTechnique(technique);
     }
-};
-
-/// A folder of its own below the system's temporary one, gone with the scope.
-class ZTemporaryFolder
-{
-public:
-    ZTemporaryFolder()
-    {
-        std::string sPattern = (std::filesystem::temp_directory_path() / "effect-test-XXXXXX").string();
-        m_path = ::mkdtemp(sPattern.data());
-    }
-    ZTemporaryFolder(const ZTemporaryFolder&) = delete;
-    ZTemporaryFolder& operator=(const ZTemporaryFolder&) = delete;
-    ~ZTemporaryFolder()
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_path, error);
-    }
-
-    std::string Write(const std::string& sName, const std::string& sText) const
-    {
-        const std::filesystem::path path = m_path / sName;
-        std::filesystem::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << sText;
-        return path.string();
-    }
-    std::string Path(const std::string& sName = {}) const { return sName.empty() ? m_path : m_path / sName; }
-
-private:
-    std::filesystem::path m_path;
 };
 
 using TEffectFiles = std::map<std::string, std::string>;

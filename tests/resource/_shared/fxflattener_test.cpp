@@ -1,11 +1,9 @@
 #include "base/misc/memory.h"
+
 #include "resource/_shared/fxfilenames.h"
 #include "tests/resource/_shared/effectfixtures.h"
-#include "tests/resource/_shared/plainflattening.h"
-#include "tests/support/printing.h"
+#include "tests/support/testing.h"
 
-#include <gtest/gtest.h>
-#include <random>
 #include <sys/stat.h>
 
 namespace
@@ -54,12 +52,7 @@ TEST(FXFlattener, PutsFilesInWithTheirLines)
                                 {"/fx/c.fxh", "the wrong one"},
                                 {"/fx/empty", ""},
                                 {"/other/x.fxh", "x\n"}};
-    const struct
-    {
-        const char* szLabel;
-        const char* szSource;
-        const char* szFlat;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"no include: as it is", "#define A\n#pragma once\n a # b\n", "#define A\n#pragma once\n a # b\n"},
         {"nothing", "", ""},
         {"counter: the line behind the directive keeps its number", "one\n#include \"empty\"\nthree\n",
@@ -76,24 +69,16 @@ TEST(FXFlattener, PutsFilesInWithTheirLines)
         {"no such keyword", "# include \"nothing\"\n#includes \"nothing\"\n",
          "# include \"nothing\"\n#includes \"nothing\"\n"},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, szSource, szFlat] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        const SFlattened result = Flatten(c.szSource, {"/fx"}, files);
+        SCOPED_TRACE(szLabel);
+        const SFlattened result = Flatten(szSource, {"/fx"}, files);
         EXPECT_TRUE(result.bGood) << result.error;
-        EXPECT_EQ(result.flat, c.szFlat);
-        EXPECT_EQ(FlattenPlainly(c.szSource, {"/fx"}, files, 100).flat, c.szFlat);
+        EXPECT_EQ(result.flat, szFlat);
     }
 }
 
-TEST(FXFlattener, TheSameFileTwiceIsPutInAndToldTwice)
-{
-    const TEffectFiles files = {{"d/a", "#include \"b\"\n"}, {"d/b", "b"}};
-    EXPECT_EQ(Flatten("#include \"a\"\n#include \"b\"\n#include \"a\"", {"", "d"}, files).found,
-              (std::vector<std::string>{"d/a", "d/b", "d/b", "d/a", "d/b"}));
-}
-
-TEST(FXFlattener, AFileThatIsNotFoundIsToldWithTheFolders)
+TEST(FXFlattener, FilesAreTold)
 {
     EXPECT_EQ(Flatten("#include <x>", {"/a", "b"}, {}).error,
               "Could not find file 'x' while looking into following directories: /a, b");
@@ -101,69 +86,12 @@ TEST(FXFlattener, AFileThatIsNotFoundIsToldWithTheFolders)
               "Could not find file 'x' while looking into following directories: no valid directories found");
     EXPECT_EQ(Flatten("#line 1 \"/m/n.fx\"\n#include <x>", {"b"}, {}).error,
               "Could not find file 'x' while looking into following directories: /m, b");
+    EXPECT_EQ(Flatten("#include \"a\"\n#include \"b\"\n#include \"a\"", {"", "d"},
+                      {{"d/a", "#include \"b\"\n"}, {"d/b", "b"}})
+                  .found,
+              (std::vector<std::string>{"d/a", "d/b", "d/b", "d/a", "d/b"}));
     for (const char* szText : {"#include x", "#include \"x", "#include ", "#line 1 x\n", "#line 1\n", "#line 5 \"x"})
         EXPECT_TRUE(Flatten(szText, {}, {}).bMalformed) << szText;
-}
-
-/// Sources out of pieces that fit together badly: what ends must come out as in the plain way, byte for byte.
-TEST(FXFlattener, AgreesWithThePlainWayOnRandomSources)
-{
-    const std::string_view pieces[] = {"#include \"a\"",
-                                       "#include \"b\"\n",
-                                       "#include <s/c>\n",
-                                       "#include \"d\"",
-                                       "#INCLUDE\n\"a\"",
-                                       "#line 7 \"s/x\"\n",
-                                       "#line 3 \"y\"",
-                                       "#line 9\n\"z\"\n",
-                                       "#define Q",
-                                       "// ",
-                                       "\n",
-                                       "\r\n",
-                                       "float4 x;",
-                                       "#",
-                                       "#incl",
-                                       "ude \"c\"",
-                                       "\"",
-                                       ">",
-                                       "#include \"",
-                                       " ",
-                                       "#line 5 \"",
-                                       "#line 0 \"s/zero\"\n",
-                                       "#pragma x\n"};
-    std::mt19937 random(20240611);
-    const auto text = [&](size_t nMost)
-    {
-        std::string result;
-        for (size_t n = random() % nMost; n > 0; --n)
-            result += pieces[random() % std::size(pieces)];
-        return result;
-    };
-    size_t nEnds[4] = {};
-    size_t nSplices = 0;
-    for (int nRound = 0; nRound < 20000; ++nRound)
-    {
-        const TEffectFiles files = {{"i/a", text(4)}, {"i/b", text(6)}, {"i/s/c", text(4)}, {"s/c", text(3)},
-                                    {"s/a", text(2)}, {"i/d", ""},      {"./c", "c"}};
-        const std::string source = text(12);
-        // Below the depth that stops the other, and short enough to wait for.
-        const SPlainFlattening plain = FlattenPlainly(source, {"i", "."}, files, 200);
-        ++nEnds[plain.eEnd];
-        if (plain.eEnd == SPlainFlattening::eStopped)
-            continue;
-        const SFlattened result = Flatten(source, {"i", "."}, files);
-        ASSERT_EQ(result.bMalformed, plain.eEnd == SPlainFlattening::eMalformed) << source;
-        ASSERT_EQ(result.found, plain.found) << source;
-        if (plain.eEnd == SPlainFlattening::eDone)
-        {
-            ASSERT_TRUE(result.bGood) << result.error;
-            ASSERT_EQ(result.flat, plain.flat) << source;
-        }
-        nSplices += plain.found.size();
-    }
-    for (const size_t nCount : nEnds)
-        EXPECT_GT(nCount, 200u) << "every kind of end is met";
-    EXPECT_GT(nSplices, 10000u);
 }
 
 TEST(FXFlattener, RunawaysAreStopped)
@@ -203,20 +131,34 @@ TEST(FXFlattener, RunawaysAreStopped)
     EXPECT_LT(wide.flat.size(), ZFXFlattener::MAX_SPLICED + 100);
 }
 
+/// Files that flattening puts in, from where they lie in the folder.
+std::string FoundOnDisk(const std::string& sSource, const ZTempFolder& folder, std::initializer_list<const char*> names,
+                        const ZFXFlattener::FFindAnyCase& find = {})
+{
+    TArray<ZString> directories;
+    for (const char* szName : names)
+        directories.Add(ZString::FromView(folder / szName));
+    std::string sFound;
+    ZFXFlattener flattener(sSource.data(), sSource.size(), directories, &ZFXFlattener::ReadFromDisk, find);
+    EXPECT_TRUE(flattener.Run([&](const ZString& path)
+                              { sFound += path.ToCString() + folder.Path().size() + 1 + std::string(" "); }));
+    return sFound;
+}
+
 TEST(FXFlattener, OnDiskOnlyRegularFilesCount)
 {
-    const ZTemporaryFolder folder;
+    const ZTempFolder folder;
     folder.Write("first/x/inside", "");
     folder.Write("second/x", "two");
     folder.Write("second/empty", "");
     folder.Write("third/empty", "not this one");
-    ASSERT_EQ(::mkfifo(folder.Path("first/pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((folder / "first/pipe").c_str(), 0600), 0);
 
     std::vector<char> bytes;
     const auto read = [&](const std::string& path, size_t nMost)
     {
         bytes.clear();
-        return ZFXFlattener::ReadFromDisk(ZString::FromView(folder.Path(path)), nMost, bytes);
+        return ZFXFlattener::ReadFromDisk(ZString::FromView(folder / path), nMost, bytes);
     };
     EXPECT_FALSE(read("first/x", 9)) << "a folder";
     EXPECT_FALSE(read("first/pipe", 9)) << "and nobody writes to it";
@@ -225,19 +167,13 @@ TEST(FXFlattener, OnDiskOnlyRegularFilesCount)
     EXPECT_TRUE(read("second/x", 2));
     EXPECT_EQ(bytes.size(), 2u);
 
-    TArray<ZString> directories;
-    for (const char* szName : {"first", "second", "third"})
-        directories.Add(ZString::FromView(folder.Path(szName)));
-    const std::string source = "#include \"x\"#include \"empty\"";
-    ZFXFlattener flattener(source.data(), source.size(), directories, &ZFXFlattener::ReadFromDisk);
-    std::vector<std::string> found;
-    ASSERT_TRUE(flattener.Run([&](const ZString& path) { found.emplace_back(path.View()); }));
-    EXPECT_EQ(found, (std::vector<std::string>{folder.Path("second") + "/x", folder.Path("second") + "/empty"}));
+    EXPECT_EQ(FoundOnDisk("#include \"x\"#include \"empty\"", folder, {"first", "second", "third"}),
+              "second/x second/empty ");
 }
 
 TEST(FXFlattener, CaseCountsOnlyWhenItChooses)
 {
-    const ZTemporaryFolder folder;
+    const ZTempFolder folder;
     folder.Write("one/Sub/Deep.fxh", "deep");
     folder.Write("one/Two.fxh", "Two");
     folder.Write("two/two.fxh", "two");
@@ -246,7 +182,7 @@ TEST(FXFlattener, CaseCountsOnlyWhenItChooses)
     ZFXFileNames names;
     const auto find = [&](const std::string& path)
     {
-        const std::string found(names.Find(ZString::FromView(folder.Path(path))).View());
+        const std::string found(names.Find(ZString::FromView(folder / path)).View());
         return found.empty() ? found : found.substr(folder.Path().size() + 1);
     };
     EXPECT_EQ(find("ONE/sub/../SUB/deep.FXH"), "one/Sub/../Sub/Deep.fxh");
@@ -255,14 +191,9 @@ TEST(FXFlattener, CaseCountsOnlyWhenItChooses)
     EXPECT_EQ(find("one/two.fxh/x"), "");
     EXPECT_EQ(find(std::string(100000, '/') + "x"), "");
 
-    const TArray<ZString> directories = {ZString::FromView(folder.Path("one")), ZString::FromView(folder.Path("two"))};
-    const std::string source = "#include \"two.fxh\"\n#include \"TWO.fxh\"\n#include \"sub\\DEEP.fxh\"\n";
-    ZFXFlattener flattener(source.data(), source.size(), directories, &ZFXFlattener::ReadFromDisk,
-                           [&](const ZString& path) { return names.Find(path); });
-    std::vector<std::string> found;
-    ASSERT_TRUE(flattener.Run([&](const ZString& path) { found.emplace_back(path.View()); }));
-    EXPECT_EQ(found, (std::vector<std::string>{folder.Path("two/two.fxh"), folder.Path("one/Two.fxh"),
-                                               folder.Path("one/Sub/Deep.fxh")}));
+    EXPECT_EQ(FoundOnDisk("#include \"two.fxh\"\n#include \"TWO.fxh\"\n#include \"sub\\DEEP.fxh\"\n", folder,
+                          {"one", "two"}, [&](const ZString& path) { return names.Find(path); }),
+              "two/two.fxh one/Two.fxh one/Sub/Deep.fxh ");
 }
 
 } // namespace

@@ -1,82 +1,58 @@
 #include "tests/resource/_shared/effectfixtures.h"
-#include "tests/support/asserttrap.h"
-#include "tests/support/tracerecorder.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
+#include "tests/support/testing.h"
 
 namespace
 {
 
-std::string SharedOf(const ZPlainCompiler& compiler)
+/// What was collected, by name: shared parameters, samplers, techniques.
+std::string Collected(const ZPlainCompiler& compiler)
 {
-    std::string text;
+    std::string sText;
     for (const ZString& name : compiler.GetSharedParameters())
-        text += std::string(name.View()) + ' ';
-    return text;
-}
-
-std::string TechniquesOf(const ZPlainCompiler& compiler)
-{
-    std::string text;
-    for (const SFXTechnique& technique : compiler.GetTechniques())
-        text += std::string(technique.name.View()) + ' ';
-    return text;
-}
-
-std::string SamplersOf(const ZPlainCompiler& compiler)
-{
-    std::string text;
+        sText += std::string(name.View()) + ' ';
+    sText += "| ";
     for (const auto& [name, sampler] : compiler.GetSamplers())
-    {
-        EXPECT_TRUE(sampler.name == name);
-        text += std::string(name.View()) + ' ';
-    }
-    return text;
+        sText += std::string((sampler.name == name ? name : "another").View()) + ' ';
+    sText += "| ";
+    for (const SFXTechnique& technique : compiler.GetTechniques())
+        sText += std::string(technique.name.View()) + ' ';
+    return sText;
 }
 
 TEST(FXReflection, WhatIsCollectedAndWhatIsNot)
 {
-    const struct
-    {
-        const char* szLabel;
-        const char* szText;
-        const char* szShared;
-        const char* szSamplers;
-        const char* szTechniques;
-    } cases[] = {
-        {"nothing", "", "", "", ""},
-        {"shared", "shared float4x4 g_World : register(c0);\nshared  float g_Time[3];", "g_World g_Time ", "", ""},
-        {"only its first letter has a case", "sHARED float a; Shared float b; SHARED float c;", "a ", "", ""},
-        {"the second word is the name", "shared const float x;", "float ", "", ""},
-        {"a shared sampler has its name for a type", "shared sampler samplerA { }; float x;", "samplerA ", "samplerA ",
-         ""},
-        {"samplers in any case", "sampler a{}; Sampler b{}; SAMPLERSTATE c {}; SamplerState d {};", "", "a b c d ", ""},
-        {"with a register", "sampler s : register ( s0 ) { };", "", "s ", ""},
-        {"without a body no trace", "sampler s : register(s0); float4 f(sampler t, SamplerState u) { }", "", "", ""},
-        {"longer words are other words", "sampler2D a{}; sampler_state{}; mysampler b{}; 3sampler c{};", "", "", ""},
-        {"a keyword at the very end", "float x;sampler", "", "", ""},
-        {"and one that ends the text too early", "shared", "", "", ""},
-        {"techniques", "technique A { pass P { } } Technique B {} technique11 C {} TECHNIQUE D {} technique10 E {}", "",
-         "", "A C "},
-        {"with something before the brace", "technique A < string s; > { }", "", "", ""},
-        {"without a name", "technique { }", "", "", " "},
-        {"inside of other words", "float techniques; unshared x; x.sampler y; (shared z w)", "w ", "", ""},
-        {"file names are no text", "#line 1 \"/shared/sampler.fxh\"\nfloat x;\n#line 2 \"technique a { }\"\n", "", "",
-         ""},
-        {"a #line that is none is", "#line shared float x;", "x ", "", ""},
-        {"bytes beyond ASCII and zeros", "\xef\xbb\xbfsampler a{};\xc3\xa4 shared b c;", "c ", "a ", ""},
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"nothing", "", "| | "},
+        {"shared", "shared float4x4 g_World : register(c0);\nshared  float g_Time[3];", "g_World g_Time | | "},
+        {"only its first letter has a case", "sHARED float a; Shared float b; SHARED float c;", "a | | "},
+        {"the second word is the name", "shared const float x;", "float | | "},
+        {"a shared sampler has its name for a type", "shared sampler samplerA { }; float x;", "samplerA | samplerA | "},
+        {"samplers in any case", "sampler a{}; Sampler b{}; SAMPLERSTATE c {}; SamplerState d {};", "| a b c d | "},
+        {"with a register", "sampler s : register ( s0 ) { };", "| s | "},
+        {"without a body no trace", "sampler s : register(s0); float4 f(sampler t, SamplerState u) { }", "| | "},
+        {"longer words are other words", "sampler2D a{}; sampler_state{}; mysampler b{}; 3sampler c{};", "| | "},
+        {"a keyword at the very end", "float x;sampler", "| | "},
+        {"and one that ends the text too early", "shared", "| | "},
+        {"techniques", "technique A { pass P { } } Technique B {} technique11 C {} TECHNIQUE D {}", "| | A C "},
+        {"with something before the brace", "technique A < string s; > { }", "| | "},
+        {"without a name", "technique { }", "| |  "},
+        {"inside of other words", "float techniques; unshared x; x.sampler y; (shared z w)", "w | | "},
+        {"file names are no text", "#line 1 \"/shared/sampler.fxh\"\nfloat x;\n#line 2 \"technique a { }\"\n", "| | "},
+        {"a #line that is none is", "#line shared float x;", "x | | "},
+        {"bytes beyond ASCII and zeros", "\xef\xbb\xbfsampler a{};\xc3\xa4 shared b c;", "c | a | "},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, szText, szCollected] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
         ZPlainCompiler compiler;
-        EXPECT_TRUE(compiler.CollectText(c.szText));
-        EXPECT_EQ(SharedOf(compiler), c.szShared);
-        EXPECT_EQ(SamplersOf(compiler), c.szSamplers);
-        EXPECT_EQ(TechniquesOf(compiler), c.szTechniques);
+        EXPECT_TRUE(compiler.CollectText(szText)) << szLabel;
+        EXPECT_EQ(Collected(compiler), szCollected) << szLabel;
     }
+    // A second text makes the shared parameters of the first forgotten, and nothing else.
+    ZPlainCompiler compiler;
+    compiler.CollectText("shared float a; sampler s {}; technique t { }");
+    compiler.CollectText("technique t { }");
+    EXPECT_EQ(Collected(compiler), "| s | t t ");
 }
 
 TEST(FXReflection, SamplerSettings)
@@ -126,29 +102,21 @@ sampler last { Filter = ANISOTROPIC; }; sampler last { texture = plain; };
     EXPECT_EQ(get("wild").maxAnisotropy, 255);
     EXPECT_EQ(get("last").flags, 0) << "a later declaration takes its place";
 
-    const struct
+    std::string sFilters;
+    for (const char* szWord :
+         {"MIN_MAG_MIP_POINT", "MIN_MAG_POINT_MIP_LINEAR", "MIN_POINT_MAG_LINEAR_MIP_POINT", "MIN_POINT_MAG_MIP_LINEAR",
+          "MIN_LINEAR_MAG_MIP_POINT", "MIN_LINEAR_MAG_POINT_MIP_LINEAR", "MIN_MAG_LINEAR_MIP_POINT",
+          "MIN_MAG_MIP_LINEAR", "ANISOTROPIC"})
     {
-        const char* szWord;
-        int nValue;
-    } filters[] = {
-        {"MIN_MAG_MIP_POINT", 0},         {"MIN_MAG_POINT_MIP_LINEAR", 1},  {"MIN_POINT_MAG_LINEAR_MIP_POINT", 4},
-        {"MIN_POINT_MAG_MIP_LINEAR", 5},  {"MIN_LINEAR_MAG_MIP_POINT", 16}, {"MIN_LINEAR_MAG_POINT_MIP_LINEAR", 17},
-        {"MIN_MAG_LINEAR_MIP_POINT", 20}, {"MIN_MAG_MIP_LINEAR", 21},       {"ANISOTROPIC", 85}};
-    for (const auto& c : filters)
-    {
-        compiler.CollectText(std::string("sampler f { Filter=") + c.szWord + ";};");
-        EXPECT_EQ(get("f").filter, c.nValue) << c.szWord;
+        compiler.CollectText(std::string("sampler f { Filter=") + szWord + ";};");
+        sFilters += std::to_string(get("f").filter) + ' ';
     }
+    EXPECT_EQ(sFilters, "0 1 4 5 16 17 20 21 85 ");
 }
 
 TEST(FXReflection, MalformedSamplersNameFileAndLine)
 {
-    const struct
-    {
-        const char* szText;
-        const char* szTrace;
-        const char* szError;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"sampler s { Filter = ANISOTROPIC; }\nfloat x;", "!\"Unexpected token\"",
          "sourcefile:2: sampler 's': expected ';' before 'float'"},
         {"#line 12 \"fx/a.fxh\"\nsampler s\n{\n AddressU = Wrap;\n};", "!\"Unknown address mode\"",
@@ -170,68 +138,15 @@ TEST(FXReflection, MalformedSamplersNameFileAndLine)
         {"\n\ntechnique t { ", "!\"Unexpected token\"",
          "sourcefile:3: technique 't': expected '}' before the end of the text"},
     };
-    for (const auto& c : cases)
+    for (const auto& [szText, szTrace, szError] : cases)
     {
         ZPlainCompiler compiler;
         ZTraceRecorder recorder;
-        EXPECT_THROW(compiler.CollectText(c.szText), zhalt_exception) << c.szText;
-        EXPECT_TRUE(compiler.GetLastError() == c.szError) << compiler.GetLastError().ToCString();
+        EXPECT_THROW(compiler.CollectText(szText), zhalt_exception) << szText;
+        EXPECT_TRUE(compiler.GetLastError() == szError) << compiler.GetLastError().ToCString();
         ASSERT_EQ(recorder.Lines().Size(), 1u);
         EXPECT_TRUE(recorder.Lines()[0].channel == "Error: {0}\n");
-        EXPECT_TRUE(recorder.Lines()[0].text == c.szTrace) << recorder.Lines()[0].text.ToCString();
-    }
-}
-
-TEST(FXReflection, ASecondCollectForgetsSharedParametersOnly)
-{
-    ZPlainCompiler compiler;
-    compiler.CollectText("shared float a; sampler s {}; technique t { }");
-    compiler.CollectText("");
-    EXPECT_EQ(SharedOf(compiler), "");
-    EXPECT_EQ(SamplersOf(compiler), "s ");
-    compiler.CollectText("technique t { }");
-    EXPECT_EQ(TechniquesOf(compiler), "t t ");
-}
-
-TEST(FXReflection, TablesAreIndexedByWhatMayBeNone)
-{
-    const TArray<ZString> names = {"a", "b"};
-    EXPECT_TRUE(FXCompilerUtil::ElementOf(names, 1) == "b");
-    ZAssertTrap trap;
-    EXPECT_THROW(FXCompilerUtil::ElementOf(names, FXCompilerUtil::INVALID_ID), zhalt_exception);
-    ASSERT_EQ(trap.Count(), 2u);
-    EXPECT_EQ(trap.Expressions()[0], "index != INVALID_ID");
-    EXPECT_EQ(trap.Expressions()[1], "nIndex < m_uiCount");
-}
-
-/// Any text ends: with true, or with zhalt_exception and a place.
-TEST(FXReflection, EveryPrefixOfAnEffectIsSurvived)
-{
-    const std::string effect = "#line 3 \"shared/a.fxh\"\nshared float4x4 g_World : register(c0);\n"
-                               "shared sampler samplerA { texture = <g_T>; BorderColor = float4(- 1, 0, 0, 1); };\n"
-                               "SamplerState s : register(s1) { Filter = ANISOTROPIC; MipLODBias = 0.5; };\n"
-                               "technique11 T { pass P { VertexShader = compile vs_5_0 Main(); } }\n";
-    const auto survive = [](std::string_view text)
-    {
-        ZPlainCompiler compiler;
-        try
-        {
-            EXPECT_TRUE(compiler.CollectText(text));
-        }
-        catch (const zhalt_exception&)
-        {
-            EXPECT_NE(compiler.GetLastError().IndexOf(':'), ZString::NOT_FOUND);
-        }
-    };
-    for (size_t n = 0; n <= effect.size(); ++n)
-        survive(effect.substr(0, n));
-    std::mt19937 random(3);
-    for (int nRound = 0; nRound < 5000; ++nRound)
-    {
-        std::string text = effect;
-        for (int n = 0; n < 4; ++n)
-            text[random() % text.size()] = "#{}();=<>\"s \n\0"[random() % 14];
-        survive(text);
+        EXPECT_TRUE(recorder.Lines()[0].text == szTrace) << recorder.Lines()[0].text.ToCString();
     }
 }
 

@@ -36,30 +36,10 @@ SAnimationResourceData Changed(const FChange& change)
 
 } // namespace
 
-TEST(AnimationResourceData, StartsEmptyAtThirtyFrames)
-{
-    const SAnimationResourceData data;
-    EXPECT_TRUE(data.name.IsEmpty());
-    EXPECT_EQ(data.eventTrackReference, -1);
-    EXPECT_EQ(data.rigReference, -1);
-    EXPECT_EQ(data.boneCount, 0);
-    EXPECT_EQ(data.frameRate, 30.0f);
-    EXPECT_EQ(data.frameCount, 0u);
-    EXPECT_EQ(data.sequenceOffset, (SQV{{0, 0, 0, 1}, {0, 0, 0, 1}}));
-    EXPECT_TRUE(data.trackGroups.IsEmpty() && data.properties.IsEmpty());
-    ZString why;
-    EXPECT_TRUE(data.IsConsistent(0, why)) << why.ToCString();
-}
-
 TEST(AnimationResourceData, EqualityIsTheReadBacks)
 {
     const float fNan = std::numeric_limits<float>::quiet_NaN();
-    const struct
-    {
-        const char* szLabel;
-        FChange change;
-        bool bEqual;
-    } cases[] = {
+    const std::tuple<const char*, FChange, bool> cases[] = {
         {"nothing", [](auto&) {}, true},
         {"name", [](auto& d) { d.name = "Clip"; }, false},
         {"events", [](auto& d) { d.eventTrackReference = 0; }, false},
@@ -88,19 +68,15 @@ TEST(AnimationResourceData, EqualityIsTheReadBacks)
         {"property keys", [](auto& d) { d.properties[0].keys.Clear(); }, true},
     };
     const SAnimationResourceData data = Changed([](auto&) {});
-    for (const auto& c : cases)
-        EXPECT_EQ(data == Changed(c.change), c.bEqual) << c.szLabel;
+    for (const auto& [szLabel, change, bEqual] : cases)
+        EXPECT_EQ(data == Changed(change), bEqual) << szLabel;
     const auto nanOffset = Changed([=](auto& d) { d.sequenceOffset.translation.x = fNan; });
     EXPECT_FALSE(nanOffset == nanOffset);
 }
 
 TEST(AnimationResourceData, TellsWhatIsInconsistent)
 {
-    const struct
-    {
-        const char* szWhy;
-        FChange change;
-    } cases[] = {
+    const std::pair<const char*, FChange> cases[] = {
         {"", [](auto&) {}},
         {"a track group has the type 8", [](auto& d) { d.trackGroups[7].type = 8; }},
         {"a track group has the type -1", [](auto& d) { d.trackGroups[0].type = -1; }},
@@ -127,12 +103,12 @@ TEST(AnimationResourceData, TellsWhatIsInconsistent)
         {"keys that do not fit", [](auto& d) { d.properties[0].keys.Clear(); }},
         {"keys that do not fit", [](auto& d) { d.properties[0].keys = ZVariant(1.0f); }},
     };
-    for (const auto& c : cases)
+    for (const auto& [szWhy, change] : cases)
     {
         ZString why;
-        const bool bConsistent = Changed(c.change).IsConsistent(12, why);
-        EXPECT_EQ(bConsistent, c.szWhy[0] == '\0') << c.szWhy;
-        EXPECT_NE(why.IndexOf(ZString::ReferenceCString(c.szWhy)), ZString::NOT_FOUND) << c.szWhy << "\n"
-                                                                                       << why.ToCString();
+        const bool bConsistent = Changed(change).IsConsistent(12, why);
+        EXPECT_EQ(bConsistent, szWhy[0] == '\0') << szWhy;
+        EXPECT_NE(why.IndexOf(ZString::ReferenceCString(szWhy)), ZString::NOT_FOUND) << szWhy << "\n"
+                                                                                     << why.ToCString();
     }
 }

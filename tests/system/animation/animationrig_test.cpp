@@ -8,14 +8,7 @@
 
 TEST(BoneId, NarrowsAndComplains)
 {
-    const struct
-    {
-        const char* szLabel;
-        int64_t nFrom;
-        bool bSigned;
-        uint16_t uiExpected;
-        const char* szExpression;
-    } cases[] = {
+    const std::tuple<const char*, int64_t, bool, uint16_t, const char*> cases[] = {
         {"signed index", 65535, true, 65535, ""},
         {"signed none", -1, true, 65535, ""},
         {"below none", -2, true, 65534, "(id >= 0 && id <= INVALID_ID) || id == -1"},
@@ -25,13 +18,13 @@ TEST(BoneId, NarrowsAndComplains)
         {"beyond", 65536, false, 0, "id <= INVALID_ID || id == INVALID_ID32"},
         {"below none", 4294967294, false, 65534, "id <= INVALID_ID || id == INVALID_ID32"},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, nFrom, bSigned, uiExpected, szExpression] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
+        SCOPED_TRACE(szLabel);
         const ZAssertTrap trap;
-        const SBoneId id = c.bSigned ? SBoneId(static_cast<int32_t>(c.nFrom)) : SBoneId(static_cast<uint32_t>(c.nFrom));
-        EXPECT_EQ(id.m_uiId, c.uiExpected);
-        EXPECT_EQ(trap.FirstExpression(), c.szExpression);
+        const SBoneId id = bSigned ? SBoneId(static_cast<int32_t>(nFrom)) : SBoneId(static_cast<uint32_t>(nFrom));
+        EXPECT_EQ(id.m_uiId, uiExpected);
+        EXPECT_EQ(trap.FirstExpression(), szExpression);
     }
 }
 
@@ -101,7 +94,7 @@ TEST(AnimationRig, TellsWhatIsInconsistent)
         const ZAnimationRig rig(id(c.nTrajectory), {&root, 1}, parents, uids, {pose, c.nPoses}, names);
         ZString why;
         EXPECT_EQ(rig.IsConsistent(why), c.szWhy[0] == '\0');
-        EXPECT_STREQ(why.ToCString(), c.szWhy);
+        EXPECT_EQ(why, c.szWhy);
     }
     ZString why;
     EXPECT_TRUE(ZAnimationRig().IsConsistent(why));

@@ -7,14 +7,6 @@
 namespace
 {
 
-/// A row vector through the matrix of a rotation of the runtime's sense.
-SVector3 TurnByMatrix(const SVector4& v, const SQuaternion& r)
-{
-    const SMatrix43 m = MatrixFromQuaternion(r);
-    return {v.x * m.m[0][0] + v.y * m.m[1][0] + v.z * m.m[2][0], v.x * m.m[0][1] + v.y * m.m[1][1] + v.z * m.m[2][1],
-            v.x * m.m[0][2] + v.y * m.m[1][2] + v.z * m.m[2][2]};
-}
-
 void ExpectNear(const SQV& a, const SQV& b)
 {
     for (int n = 0; n < 4; ++n)
@@ -43,23 +35,6 @@ TEST(AnimPoseBuffer, PosedArm)
     ExpectNear(buffer->Character()[1], {{0.5f, -0.5f, -0.5f, 0.5f}, {5, 2, 0, 1}});
     ExpectNear(buffer->Character()[2], {{0.5f, -0.5f, -0.5f, 0.5f}, {5, 2, -1, 1}});
     ExpectNear(buffer->Local()[1], {{0, -s, 0, s}, {2, 0, 0, 1}});
-}
-
-TEST(AnimPoseBuffer, AgreesWithMatricesAndWithTheProductOfQuaternions)
-{
-    ZRandom random(5);
-    for (int n = 0; n < 1000; ++n)
-    {
-        const auto f = [&random] { return static_cast<float>(random.Signed()); };
-        const SQV local{random.Rotation(), {f(), f(), f(), 7.0f}};
-        const SQV parent{random.Rotation(), {f(), f(), f(), 1.0f}};
-        const SQV result = ToParentsSpace(local, parent);
-        EXPECT_EQ(result.rotation, local.rotation * parent.rotation);
-        const SVector3 turned = TurnByMatrix(local.translation, parent.rotation);
-        ExpectNear(result, {result.rotation,
-                            {parent.translation.x + turned.x, parent.translation.y + turned.y,
-                             parent.translation.z + turned.z, 7.0f}});
-    }
 }
 
 TEST(AnimPoseBuffer, ParentsMayStandBehindTheirChildren)

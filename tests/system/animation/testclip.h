@@ -1,16 +1,14 @@
 #pragma once
 
-#include "base/misc/assert.h"
 #include "system/animation/animationresourcedata.h"
+
 #include "system/animation/animationrig.h"
 #include "tests/support/splitmix.h"
+#include "tests/support/testing.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <string>
-#include <vector>
 
 class ZRandom : public ZSplitMix
 {
@@ -33,29 +31,6 @@ public:
                     static_cast<float>(w * f)};
         }
     }
-};
-
-/// Records failed assertions and lets the program go on.
-class ZAssertTrap
-{
-public:
-    ZAssertTrap() : m_pBefore(SetAssertHandler(&Handle)) { Expressions().clear(); }
-    ~ZAssertTrap() { SetAssertHandler(m_pBefore); }
-    std::string FirstExpression() const { return Expressions().empty() ? "" : Expressions().front(); }
-
-private:
-    static std::vector<std::string>& Expressions()
-    {
-        static std::vector<std::string> s_expressions;
-        return s_expressions;
-    }
-    static bool Handle(const char*, int, const char* szExpression, bool*, const char*, const char*)
-    {
-        Expressions().push_back(szExpression);
-        return true;
-    }
-
-    FAssertHandler m_pBefore;
 };
 
 /// A rig whose bones have these parents (-1: root), each with a bind pose of its own.

@@ -1,21 +1,13 @@
 #include "system/serializer/jsonvalue.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
 
 ZString ErrorOf(const ZString& text)
 {
-    try
-    {
-        const ZJsonValue value(text);
-    }
-    catch (const ZJsonException& e)
-    {
-        return e.Message();
-    }
-    return "parses";
+    return MessageOf<ZJsonException>([&text] { const ZJsonValue value(text); });
 }
 
 TEST(Json, ReadsATakeDescriptionWithAndWithoutCommas)
@@ -35,11 +27,7 @@ TEST(Json, ReadsATakeDescriptionWithAndWithoutCommas)
 
 TEST(Json, SaysWhereAndWhy)
 {
-    const struct
-    {
-        ZString text;
-        ZString error;
-    } cases[] = {
+    const std::pair<ZString, ZString> cases[] = {
         {"", "line 1, column 1: the text ends here"},
         {"{\"a\": ,\n}", "line 1, column 7: unexpected character ','"},
         {"{\"a\": 1,\n \"b\"}", "line 2, column 5: unexpected character '}'"},
@@ -53,10 +41,10 @@ TEST(Json, SaysWhereAndWhy)
         {"1e999", "line 1, column 1: the number does not fit"},
         {"{} x", "line 1, column 4: text stands behind the value"},
     };
-    for (const auto& c : cases)
+    for (const auto& [text, error] : cases)
     {
-        SCOPED_TRACE(c.text.ToCString());
-        EXPECT_STREQ(ErrorOf(c.text).ToCString(), c.error.ToCString());
+        SCOPED_TRACE(text.ToCString());
+        EXPECT_EQ(ErrorOf(text), error);
     }
     ZString deep;
     for (int i = 0; i < 100000; ++i)
@@ -67,19 +55,8 @@ TEST(Json, SaysWhereAndWhy)
 TEST(Json, ConversionsAreStrictUnlessAskedOtherwise)
 {
     const ZJsonValue value(R"({"text": "one", "half": 1.5, "big": 3000000000, "list": [], "no": null})");
-    const auto fails = [](auto function, const ZString& message)
-    {
-        try
-        {
-            function();
-        }
-        catch (const ZJsonException& e)
-        {
-            EXPECT_STREQ(e.Message().ToCString(), message.ToCString());
-            return;
-        }
-        ADD_FAILURE() << message.ToCString();
-    };
+    const auto fails = [](auto function, const char* szMessage)
+    { EXPECT_EQ(MessageOf<ZJsonException>(function), szMessage); };
     fails([&] { value["gone"].AsString(); }, "the key 'gone' is missing");
     fails([&] { value["text"].AsInt32(); }, "expected a number, found a string");
     fails([&] { value["half"].AsInt32(); }, "expected a whole number of 32 bits, found 1.5");

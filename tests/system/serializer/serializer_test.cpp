@@ -5,7 +5,6 @@
 #include "system/serializer/serializedformat.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 namespace
 {
@@ -77,12 +76,10 @@ protected:
         static const TArrayType<uint16_t> s_indices;
         static const TArrayType<SVector3> s_vectors;
         static const TArrayType<ZString> s_names;
-        RegisterType(&s_inner);
-        RegisterType(&s_outer);
-        RegisterType(&s_inners);
-        RegisterType(&s_indices);
-        RegisterType(&s_vectors);
-        RegisterType(&s_names);
+        for (const IType* pType : {static_cast<const IType*>(&s_inner), static_cast<const IType*>(&s_outer),
+                                   static_cast<const IType*>(&s_inners), static_cast<const IType*>(&s_indices),
+                                   static_cast<const IType*>(&s_vectors), static_cast<const IType*>(&s_names)})
+            RegisterType(pType);
     }
 
     static void ExpectEqual(const SOuter& a, const SOuter& b)
@@ -163,7 +160,7 @@ TEST_F(Serializer, TypesNeedTheirDeserializer)
     EXPECT_STREQ(other.Error().ToCString(), "the data are of another type");
 }
 
-TEST_F(Serializer, DamageIsRefusedOrHarmless)
+TEST_F(Serializer, IsReadWholeOrNotAtAll)
 {
     for (const EEndian eEndian : {eEndian_Little, eEndian_Big})
     {
@@ -180,20 +177,6 @@ TEST_F(Serializer, DamageIsRefusedOrHarmless)
             cut.Append(good.GetStart(), n);
             TDeserializedBlock<SOuter> block;
             EXPECT_EQ(DeserializeObject(cut.Ref(), true, block), n >= sizeof head + head.nBlockSize);
-        }
-        std::mt19937 random(0x5eed);
-        for (int i = 0; i < 20000; ++i)
-        {
-            TArray<uint8_t> bad = good;
-            for (int n = 0; n < 3; ++n)
-                bad[random() % bad.Size()] = static_cast<uint8_t>(random() % 5 == 0 ? 0xff : random());
-            TDeserializedBlock<SOuter> block;
-            if (!DeserializeObject(bad.Ref(), true, block))
-                continue;
-            for (const SInner& inner : block.Get()->inners)
-            {
-                EXPECT_LE(inner.text.Length() + inner.indices.Size(), bad.Size());
-            }
         }
     }
 }

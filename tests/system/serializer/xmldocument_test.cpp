@@ -1,22 +1,14 @@
 #include "system/serializer/xmldocument.h"
 
-#include "base/component/componentmanager.h"
-#include "base/pointers/tcomponentsharedptr.h"
 #include "system/serializer/xmlwriter.h"
-#include "tests/support/asserttrap.h"
-#include "tests/support/tracerecorder.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
 
 ZComPtr<IXMLDOMDocument> Load(std::string_view text)
 {
-    ImportSystemIOModule();
-    const TArrayRef<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-    const TComponentScope<IInputStream> stream(CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, bytes));
-    return LoadXMLDocument(stream.Get());
+    return LoadXMLDocument(OpenText(text).Get());
 }
 
 /// Values of an attribute over nodes, each followed by a blank.
@@ -37,16 +29,12 @@ constexpr std::string_view TREE = "<r n='0'>text<c n='1'><a n='2'/><c n='3'><a n
 TEST(XmlDocument, SelectsInDocumentOrder)
 {
     const auto document = Load(TREE);
-    const struct
-    {
-        ZString path;
-        const char* szNames;
-    } cases[] = {
+    const std::pair<ZString, const char*> cases[] = {
         {"/r/c", "1 7 "},      {"//c", "1 3 7 - "}, {"/r/c//a", "2 4 8 "}, {"/r/a", "6 "},
         {"/r/c/c//a", "4 8 "}, {"/x", ""},          {"//c/text()", ""},    {"//b | //a", "2 4 5 6 8 "},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Names(SelectNodes(document, c.path)), c.szNames) << c.path.ToCString();
+    for (const auto& [path, szNames] : cases)
+        EXPECT_EQ(Names(SelectNodes(document, path)), szNames) << path.ToCString();
     ZAssertTrap trap;
     EXPECT_TRUE(SelectNodes(document, "//[").IsEmpty());
     EXPECT_EQ(trap.FirstExpression(), "the XPath expression compiles");
@@ -80,19 +68,6 @@ TEST(XmlDocument, WithoutElementsLoadsAndDamagedDoesNot)
     ASSERT_EQ(trace.Texts().Size(), 1u);
     EXPECT_EQ(trace.Texts()[0], "2 LoadXMLDocument: line 2, column 6: Start-end tags mismatch");
     EXPECT_FALSE(LoadXMLDocument(nullptr));
-}
-
-TEST(XmlDocument, LeavesNothingAllocated)
-{
-    Load(TREE);
-    const size_t nBefore = GetMemoryManager()->LiveBlockCount();
-    {
-        const auto document = Load(TREE);
-        const TXMLNodes nodes = SelectNodes(document, "//a");
-        const auto parent = GetNodeParent(nodes[1]);
-        EXPECT_GT(GetMemoryManager()->LiveBlockCount(), nBefore);
-    }
-    EXPECT_EQ(GetMemoryManager()->LiveBlockCount(), nBefore);
 }
 
 TEST(XmlWriter, WritesWhatTheReaderReads)

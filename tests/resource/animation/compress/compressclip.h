@@ -1,13 +1,12 @@
 #pragma once
 
 #include "base/math/zmath.h"
+
 #include "resource/animation/compress/defaultcompressor.h"
 #include "resource/animation/import/hierarchy.h"
 #include "system/animation/animationrig.h"
 #include "tests/support/splitmix.h"
-
-#include <string>
-#include <vector>
+#include "tests/support/testing.h"
 
 class ZKeyRandom : public ZSplitMix
 {

@@ -3,11 +3,8 @@
 #include "resource/animation/frame/animationexception.h"
 #include "system/animation/animationsampler.h"
 #include "system/animation/quaternioncomp.h"
-#include "system/io/streams.h"
 #include "tests/resource/animation/compress/compressclip.h"
-#include "tests/support/asserttrap.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -40,11 +37,6 @@ const STrackGroup* Group(const SAnimationResourceData& record, int32_t type)
         if (group.type == type)
             return &group;
     return nullptr;
-}
-
-std::vector<uint16_t> Bones(const STrackGroup& group)
-{
-    return {group.boneIndices.begin(), group.boneIndices.end()};
 }
 
 TTurns RandomTurns(ZKeyRandom& random, uint32_t nFrames)
@@ -164,30 +156,29 @@ TEST_F(DefaultCompressor, WhatStandsStillInTheBindPoseCostsNothing)
     EXPECT_EQ(Types(record), (std::vector<int32_t>{0, 1}));
     for (const STrackGroup& group : record.trackGroups)
     {
-        EXPECT_EQ(Bones(group), (std::vector<uint16_t>{0, 1}));
+        EXPECT_TRUE(group.boneIndices == (TArray<uint16_t>{0, 1}));
         EXPECT_TRUE(group.data.IsEmpty());
     }
     EXPECT_TRUE(Compress(SClip({{"root", -1, {{}}, {{0, 0, 0}}, {}, false}}), eEndian_Little).trackGroups.IsEmpty());
-}
-
-TEST_F(DefaultCompressor, OneFrameIsNeverAnimated)
-{
-    const SClip clip(AllKinds(40, 1));
-    const SAnimationResourceData record = Compress(clip, eEndian_Little);
-    EXPECT_EQ(Types(record), (std::vector<int32_t>{0, 1, 2, 3}));
-    ExpectPlaysBack(clip, record, eEndian_Little);
+    // A finger that is held takes no fewer bits than another bone.
+    const SQuaternion turn = Turn(1, 2, 3, 1.0);
+    const SAnimationResourceData held = Compress(SClip({{"finger1", -1, {turn, turn}}}), eEndian_Little);
+    EXPECT_EQ(Types(held), (std::vector<int32_t>{1, 2}));
+    EXPECT_EQ(LoadEndian<uint64_t>(Group(held, 2)->data.GetStart(), eEndian_Little), SQuaternionComp64::Pack(turn));
 }
 
 // Numbers of bones and frames that fill blocks of keys evenly, unevenly, and with less than a frame.
 TEST_F(DefaultCompressor, GroupsAscendAndPlayBackInEitherByteOrder)
 {
-    const uint32_t sizes[][2] = {{12, 6}, {40, 7}, {37, 100}, {8, 700}, {1500, 8}};
+    const uint32_t sizes[][2] = {{40, 1}, {12, 6}, {40, 7}, {37, 100}, {8, 700}, {1500, 8}};
     for (const auto& [nBones, nFrames] : sizes)
     {
         SCOPED_TRACE(::testing::Message() << nBones << " bones, " << nFrames << " frames");
         const SClip clip(AllKinds(nBones, nFrames));
         const SAnimationResourceData little = Compress(clip, eEndian_Little), big = Compress(clip, eEndian_Big);
-        EXPECT_EQ(Types(little), nBones < 37 ? Types(big) : (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+        EXPECT_EQ(Types(little), nFrames == 1   ? (std::vector<int32_t>{0, 1, 2, 3})
+                                 : nBones >= 37 ? (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7})
+                                                : Types(big));
         ASSERT_EQ(Types(little), Types(big));
         for (uint32_t n = 0; n < little.trackGroups.Size(); ++n)
         {
@@ -208,45 +199,6 @@ TEST_F(DefaultCompressor, GroupsAscendAndPlayBackInEitherByteOrder)
         }
         ASSERT_NO_FATAL_FAILURE(ExpectPlaysBack(clip, little, eEndian_Little));
         ASSERT_NO_FATAL_FAILURE(ExpectPlaysBack(clip, big, eEndian_Big));
-    }
-}
-
-TEST_F(DefaultCompressor, AClassWithoutBonesLeavesNoTrace)
-{
-    ZKeyRandom random(1);
-    const SClip clip({{"root", -1, TTurns(5), RandomMoves(random, 5)}, {"b", 0, RandomTurns(random, 5)}});
-    EXPECT_EQ(Types(Compress(clip, eEndian_Little)), (std::vector<int32_t>{0, 1, 4, 7}));
-}
-
-TEST_F(DefaultCompressor, AConstantFingerIsStoredInSixtyFourBits)
-{
-    const SQuaternion turn = Turn(1, 2, 3, 1.0);
-    const SClip clip({{"finger1", -1, {turn, turn}}});
-    const SAnimationResourceData record = Compress(clip, eEndian_Little);
-    const STrackGroup* pGroup = Group(record, eTrack_ConstantRotation);
-    ASSERT_NE(pGroup, nullptr);
-    ASSERT_EQ(pGroup->data.Size(), 8u);
-    EXPECT_EQ(LoadEndian<uint64_t>(pGroup->data.GetStart(), eEndian_Little), SQuaternionComp64::Pack(turn));
-}
-
-TEST_F(DefaultCompressor, SingleAxisGroupHoldsAxesOfTheLargestTurnsThenCodes)
-{
-    // The largest turn of the first is the one with w < 0, whose axis counts with its sign turned.
-    const SClip clip({{"a", -1, {Turn(0, 0, 1, 0.5), Negated(Turn(0, 0, 1, -1.5)), Turn(0, 0, 1, 1.0)}},
-                      {"b", 0, {Turn(1, 0, 0, 0.1), {}, Turn(1, 0, 0, 0.2)}}});
-    const SAnimationResourceData record = Compress(clip, eEndian_Big);
-    const STrackGroup* pGroup = Group(record, eTrack_SingleAxisRotation);
-    ASSERT_NE(pGroup, nullptr);
-    ASSERT_EQ(pGroup->data.Size(), 2 * 12u + 3 * 2 * 2u);
-    const float axes[] = {0, 0, -1, 1, 0, 0};
-    for (int n = 0; n < 6; ++n)
-        EXPECT_EQ(std::bit_cast<float>(LoadEndian<uint32_t>(pGroup->data.GetStart() + 4 * n, eEndian_Big)), axes[n]);
-    const double angles[] = {-0.5, 0.1, 1.5, 0.0, -1.0, 0.2};
-    for (int n = 0; n < 6; ++n)
-    {
-        const auto nCode =
-            static_cast<int16_t>(LoadEndian<uint16_t>(pGroup->data.GetStart() + 24 + 2 * n, eEndian_Big));
-        EXPECT_NEAR(nCode, angles[n] * 65536.0 / (2.0 * ZMath::PI), 20.0) << n;
     }
 }
 
@@ -287,25 +239,16 @@ TEST(AddMissingRigBones, CompletesWithTheBindPoseInTheImportModelsSense)
     const SAnimationAnalysis analysis = ZDefaultAnalyzer().Analyze(clip.animation, clip.rig, clip.bonesToPack);
     EXPECT_EQ(analysis.aBindPoseRotations.Size(), 1u);
     EXPECT_EQ(analysis.aBindPoseTranslations.Size(), 1u);
-}
-
-TEST(AddMissingRigBones, AddsNoMoreThanMemoryCanHold)
-{
-    const SClip clip({{"root", -1, TTurns(3)}, {"gone", 0}});
-    const auto& bones = clip.animation->AnimatedBones();
-    Import::ZAnimation endless("long", MAX_COMPLETED_KEYS, 25.0f, "root", ZResourceID(), bones, clip.animation->Space(),
-                               SQV(), {});
-    EXPECT_THROW(AddMissingRigBones(endless, clip.rig), ZAnimationException);
-    EXPECT_EQ(endless.AnimatedBones().Size(), 1u);
-}
-
-TEST(AddMissingRigBones, LeavesAnAnimationOfChosenBones)
-{
-    const SClip clip({{"root", -1, TTurns(3)}, {"gone", 0}});
-    const ZString chosen("root");
-    const auto& whole = *clip.animation;
-    Import::ZAnimation partial(whole.Name(), 3, 25.0f, "root", ZResourceID(), whole.AnimatedBones(), whole.Space(),
-                               SQV(), {&chosen, 1});
-    AddMissingRigBones(partial, clip.rig);
-    EXPECT_EQ(partial.AnimatedBones().Size(), 1u);
+    // No more than memory can hold, and none to an animation of chosen bones.
+    const auto completed = [&clip](uint32_t nFrames, TArrayRef<const ZString> chosen)
+    {
+        const Import::ZAnimation::TBones first{clip.animation->AnimatedBones()[0]};
+        Import::ZAnimation animation("long", nFrames, 25.0f, "root", ZResourceID(), first, clip.animation->Space(),
+                                     SQV(), chosen);
+        AddMissingRigBones(animation, clip.rig);
+        return animation.AnimatedBones().Size();
+    };
+    const ZString chosen("b");
+    EXPECT_THROW(completed(MAX_COMPLETED_KEYS, {}), ZAnimationException);
+    EXPECT_EQ(completed(3, {&chosen, 1}), 1u);
 }

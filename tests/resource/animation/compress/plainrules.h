@@ -3,8 +3,9 @@
 #include "base/math/quaternion.h"
 #include "resource/animation/compress/rotationtests.h"
 
-#include <cmath>
 #include <cstring>
+
+#include <cmath>
 
 /// The rules of whole tracks as they read, key by key: what the compressor's faster ways must agree with to the bit.
 namespace PlainRules
@@ -26,16 +27,6 @@ inline bool HasDifferentRotation(TArrayRef<const SQuaternion> keys, float fToler
             std::fabs(d - 1.0f) > fTolerance && std::fabs(d + 1.0f) > fTolerance)
             return true;
     }
-    return false;
-}
-
-inline bool HasDifferentTranslation(TArrayRef<const SVector3> keys, float fTolerance)
-{
-    for (const SVector3& key : keys)
-        if (std::memcmp(&keys[0], &key, sizeof key) != 0 &&
-            !(std::fabs(keys[0].x - key.x) <= fTolerance && std::fabs(keys[0].y - key.y) <= fTolerance &&
-              std::fabs(keys[0].z - key.z) <= fTolerance))
-            return true;
     return false;
 }
 

@@ -2,9 +2,7 @@
 
 #include "resource/animation/frame/animationexception.h"
 #include "tests/resource/animation/compress/compressclip.h"
-#include "tests/support/asserttrap.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -67,17 +65,6 @@ TEST(PropertyArrays, EveryTypeInTheAnimationsOrderWithAsManyKeysAsItHas)
     ExpectTrack<float>(tracks[5], 0, "Focus", {1.5f, -2.0f});
     ExpectTrack<int32_t>(tracks[6], 0, "Step", {-1, 2, 3, 4, 5});
     ExpectTrack<uint32_t>(tracks[7], 0, "Mask", {0xffffffffu});
-}
-
-TEST(PropertyArrays, BonesThatTheRigDoesNotKnowArePassedOver)
-{
-    SClip clip({{"a", -1, TTurns(1)}, {"b", 0, TTurns(1)}});
-    AddProperty<float>(*clip.animation->AnimatedBones()[0], "OnB", {1.0f});
-    AddProperty<float>(*clip.animation->AnimatedBones()[1], "OnA", {2.0f});
-    clip.rig = SClip({{"other", -1}, {"B", 0}}).rig; // case does not count
-    const TArray<SPropertyTrack> tracks = TracksOf(clip);
-    ASSERT_EQ(tracks.Size(), 1u);
-    ExpectTrack<float>(tracks[0], 1, "OnB", {1.0f});
 }
 
 TEST(PropertyArrays, TheFieldHoldsTwoHundredAndFiftySixBones)

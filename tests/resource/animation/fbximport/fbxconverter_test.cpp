@@ -1,8 +1,7 @@
 #include "resource/animation/fbximport/fbxconverter.h"
 
-#include "base/misc/zresourceid.h"
 #include "tests/fbx/loadscene.h"
-#include "tests/support/asserttrap.h"
+#include "tests/support/testing.h"
 
 #include <limits>
 
@@ -44,13 +43,7 @@ void Convert(LoadedScene& loaded, const char* szId = "assembly:/a/b.fbx")
 
 TEST(FbxConverter, KnowsTheOldLayout)
 {
-    const struct
-    {
-        const char* szLabel;
-        bool bOnStack;
-        const char* szProperty;
-        bool bOld;
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*, bool> cases[] = {
         {"nothing", false, "Other", false},
         {"a stack's animated object by name", true, "AnimatedObjectName", true},
         {"or by number", true, "AnimatedObjectID", true},
@@ -62,18 +55,18 @@ TEST(FbxConverter, KnowsTheOldLayout)
         {"in any case", false, "uniqueId", true},
         {"stacks have none", true, "UniqueID", false},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, bOnStack, szProperty, bOld] : cases)
     {
-        SCOPED_TRACE(std::string(c.szLabel) + ", " + c.szProperty);
+        SCOPED_TRACE(std::string(szLabel) + ", " + szProperty);
         Scene scene;
         const int64_t nNode = scene.Model("node");
         const int64_t nStack = scene.Stack("stack", 0, kSecond);
-        scene.Property(c.bOnStack ? nStack : nNode, c.szProperty, "int", "U", {I(0)});
+        scene.Property(bOnStack ? nStack : nNode, szProperty, "int", "U", {I(0)});
         LoadedScene loaded(scene.Write());
-        EXPECT_EQ(ZFbxConverter::IsOldFormat(loaded.Get()), c.bOld);
+        EXPECT_EQ(ZFbxConverter::IsOldFormat(loaded.Get()), bOld);
         // Old stacks are gone afterwards, old properties of nodes are not.
         Convert(loaded);
-        EXPECT_EQ(ZFbxConverter::IsOldFormat(loaded.Get()), c.bOld && !c.bOnStack);
+        EXPECT_EQ(ZFbxConverter::IsOldFormat(loaded.Get()), bOld && !bOnStack);
     }
     ZAssertTrap trap;
     EXPECT_ANY_THROW(ZFbxConverter::IsOldFormat(nullptr));
@@ -89,13 +82,8 @@ TEST(FbxConverter, MarksOfNodes)
         const char* szName;
         const char* szText; ///< null: a bool that is true, "-": one that is false
     };
-    const struct
-    {
-        const char* szLabel;
-        std::vector<SMark> marks;
-        const char* szInRigFile;
-        const char* szInTakeFile; ///< where no take uses the ground
-    } cases[] = {
+    // szInTakeFile: where no take uses the ground
+    const std::tuple<const char*, std::vector<SMark>, const char*, const char*> cases[] = {
         {"a ground", {{"IsGround", nullptr}}, "IsAttachRoot=true; IsRig=true", "IsAttachRoot=true"},
         {"none", {{"IsGround", "-"}}, "IsAttachRoot=false; IsRig=true", "IsAttachRoot=false"},
         {"two roots",
@@ -117,14 +105,14 @@ TEST(FbxConverter, MarksOfNodes)
         {"roots of no ground", {{"RootObjectName0", "a"}}, "", ""},
         {"a number alone", {{"UniqueID", nullptr}}, "", ""},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, marks, szInRigFile, szInTakeFile] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
+        SCOPED_TRACE(szLabel);
         for (const bool bTakes : {false, true})
         {
             Scene scene;
             const int64_t nNode = scene.Model("node");
-            for (const SMark& mark : c.marks)
+            for (const SMark& mark : marks)
             {
                 if (!mark.szText || *mark.szText == '-')
                     Bool(scene, nNode, mark.szName, !mark.szText);
@@ -135,18 +123,14 @@ TEST(FbxConverter, MarksOfNodes)
                 scene.Stack("unmarked", 0, kSecond);
             LoadedScene loaded(scene.Write());
             Convert(loaded);
-            EXPECT_EQ(NewMarks(loaded.Node("node")), bTakes ? c.szInTakeFile : c.szInRigFile);
+            EXPECT_EQ(NewMarks(loaded.Node("node")), bTakes ? szInTakeFile : szInRigFile);
         }
     }
 }
 
 TEST(FbxConverter, RigPaths)
 {
-    const struct
-    {
-        const char* szOld;
-        const char* szNew;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"\\Assembly\\chars\\hero.xml", "assembly:/chars/hero.fbx"},
         {"\\main\\Assembly\\chars\\hero.xml", "assembly:/chars/hero.fbx"},
         {"d:\\Assembly\\chars\\hero.xml", "d:/Assembly/chars/hero.fbx"},
@@ -157,19 +141,19 @@ TEST(FbxConverter, RigPaths)
         {"\\Assembly\\Chars\\Hero.xml", "assembly:/Chars/Hero.fbx"},
         {"", ""},
     };
-    for (const auto& c : cases)
+    for (const auto& [szOld, szNew] : cases)
     {
         Scene scene;
         scene.Model("hero");
         const int64_t nStack = scene.Stack("walk", 0, kSecond);
         Text(scene, nStack, "AnimatedObjectName", "hero");
-        Text(scene, nStack, "RigFile", c.szOld);
+        Text(scene, nStack, "RigFile", szOld);
         LoadedScene loaded(scene.Write());
         Convert(loaded, "assembly:/chars/hero.fbx?/walk.take");
         // The scene itself is the rig where its own name stands there.
-        const bool bOwnRig = ZString::ReferenceCString(c.szNew).ICompare("assembly:/chars/hero.fbx") == 0;
+        const bool bOwnRig = ZString::ReferenceCString(szNew).ICompare("assembly:/chars/hero.fbx") == 0;
         EXPECT_EQ(NewMarks(loaded.Node("hero")),
-                  "IsGroundRoot=true; RigResource=" + std::string(c.szNew) + (bOwnRig ? "; IsRig=true" : ""));
+                  "IsGroundRoot=true; RigResource=" + std::string(szNew) + (bOwnRig ? "; IsRig=true" : ""));
     }
 }
 
@@ -213,15 +197,9 @@ protected:
 
 TEST_F(FbxConverterTakes, FindTheirGround)
 {
-    const struct
-    {
-        const char* szLabel;
-        int nGroundId; ///< 0: none
-        const char* szGround;
-        int nObjectId;
-        const char* szObject;
-        const char* szExpected; ///< the ground; null: no take node
-    } cases[] = {
+    // nGroundId: 0: none
+    // szExpected: the ground; null: no take node
+    const std::tuple<const char*, int, const char*, int, const char*, const char*> cases[] = {
         {"by name", 0, "root", 0, "leaf", "root"},
         {"by number", 4, nullptr, 0, nullptr, "root"},
         {"the number wins", 4, "attach", 0, "leaf", "root"},
@@ -236,26 +214,26 @@ TEST_F(FbxConverterTakes, FindTheirGround)
         {"nothing", 0, nullptr, 0, nullptr, nullptr},
         {"an object that is not there", 0, nullptr, 99, "leaf", nullptr},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, nGroundId, szGround, nObjectId, szObject, szExpected] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
+        SCOPED_TRACE(szLabel);
         Scene base = m_scene;
         const int64_t nStack = base.Stack("take", 0, kSecond);
-        if (c.nGroundId)
-            base.Property(nStack, "GroundID", "ULongLong", "U", {L(c.nGroundId)});
-        if (c.szGround)
-            Text(base, nStack, "GroundName", c.szGround);
-        if (c.nObjectId)
-            Text(base, nStack, "AnimatedObjectID", std::to_string(c.nObjectId));
-        if (c.szObject)
-            Text(base, nStack, "AnimatedObjectName", c.szObject);
+        if (nGroundId)
+            base.Property(nStack, "GroundID", "ULongLong", "U", {L(nGroundId)});
+        if (szGround)
+            Text(base, nStack, "GroundName", szGround);
+        if (nObjectId)
+            Text(base, nStack, "AnimatedObjectID", std::to_string(nObjectId));
+        if (szObject)
+            Text(base, nStack, "AnimatedObjectName", szObject);
         LoadedScene loaded(base.Write());
         Convert(loaded);
         const FbxNode* pTake = loaded->FindNodeByName("TAKE_NODE0");
-        ASSERT_EQ(pTake != nullptr, c.szExpected != nullptr);
+        ASSERT_EQ(pTake != nullptr, szExpected != nullptr);
         if (!pTake)
             continue;
-        EXPECT_STREQ(pTake->GetParent()->GetName(), c.szExpected);
+        EXPECT_STREQ(pTake->GetParent()->GetName(), szExpected);
         EXPECT_EQ(pTake->GetIndex() + 1, static_cast<int>(loaded->GetNodeCount()));
         EXPECT_TRUE(pTake->GetParent()->FindProperty("RigResource").IsValid());
     }
@@ -298,22 +276,6 @@ TEST_F(FbxConverterTakes, AreWritten)
     EXPECT_EQ(span.stop.Get(), 300 * kFrame);
 }
 
-TEST_F(FbxConverterTakes, KeepWhatIsThere)
-{
-    Bool(m_scene, m_scene.Model("bare"), "IsGroundRoot", false);
-    const int64_t nHeld = m_scene.Model("held");
-    Text(m_scene, nHeld, "RigResource", "kept.fbx");
-    for (const char* szObject : {"bare", "held"})
-    {
-        const int64_t nStack = Take("b", 0, 1);
-        Text(m_scene, nStack, "AnimatedObjectName", szObject);
-    }
-    LoadedScene loaded(m_scene.Write());
-    Convert(loaded, "b.fbx");
-    EXPECT_EQ(NewMarks(loaded.Node("bare")), "IsGroundRoot=false; RigResource=b.fbx; IsRig=true");
-    EXPECT_EQ(NewMarks(loaded.Node("held")), "RigResource=kept.fbx; IsGroundRoot=true; IsRig=true");
-}
-
 TEST(FbxConverter, StacksBecomeOne)
 {
     Scene scene;
@@ -342,19 +304,6 @@ TEST(FbxConverter, StacksBecomeOne)
     EXPECT_EQ(pStack->GetLayerCount(), 2u);
     EXPECT_EQ(loaded.Node("node").EvaluateLocalTransform(FbxTime()).t.x, 5.0 + 15.0) << "the first stack's curves";
     EXPECT_EQ(pStack->GetLocalTimeSpan().stop.Get(), 2 * kSecond);
-}
-
-TEST(FbxConverter, SceneWithoutStacks)
-{
-    Scene scene;
-    scene.Model("node");
-    LoadedScene loaded(scene.Write());
-    Convert(loaded);
-    ASSERT_EQ(loaded->GetAnimStackCount(), 1u);
-    EXPECT_EQ(loaded->GetAnimStack(0)->GetLayerCount(), 0u);
-    const FbxTimeSpan span = loaded->GetAnimStack(0)->GetLocalTimeSpan();
-    EXPECT_EQ(span.start.Get(), std::numeric_limits<int32_t>::max() * kFrame);
-    EXPECT_EQ(span.stop.Get(), std::numeric_limits<int32_t>::min() * kFrame);
 }
 
 } // namespace

@@ -1,10 +1,8 @@
 #include "resource/animation/import/resample.h"
 
 #include "resource/animation/frame/animationexception.h"
-#include "resource/animation/import/animatedbone.h"
-#include "tests/support/asserttrap.h"
-
-#include <gtest/gtest.h>
+#include "tests/resource/animation/testtake.h"
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -22,21 +20,16 @@ TArray<float> Ramp(int nCount)
 
 TEST(Resample, StepsByThePlainRatioAndKeepsBothEnds)
 {
-    const struct
-    {
-        const char* szLabel;
-        int nFrom, nTo;
-        TArray<float> expected;
-    } cases[] = {
+    const std::tuple<const char*, int, int, TArray<float>> cases[] = {
         {"one frame is the first", 10, 1, {0}},
         {"two are the ends", 10, 2, {0, 9}},
         {"the gap at the end is larger", 10, 5, {0, 2, 4, 6, 9}},
         {"between frames it is linear", 10, 4, {0, 2.5f, 5, 9}},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, nFrom, nTo, expected] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        EXPECT_TRUE(ResampleArray<float>(Ramp(c.nFrom), c.nTo) == c.expected);
+        SCOPED_TRACE(szLabel);
+        EXPECT_TRUE(ResampleArray<float>(Ramp(nFrom), nTo) == expected);
     }
 }
 
@@ -79,24 +72,6 @@ TEST(AnimatedProperty, HoldsOneTypeAndResamplesIt)
     EXPECT_STREQ(trap.FirstExpression().ToCString(), "m_typeID == ::GetTypeID<T>()");
     EXPECT_THROW(ZAnimatedProperty::Resample(TSharedPtr<ZAnimatedProperty>::Create("q", GetTypeID<SQuaternion>()), 5),
                  ZAnimationException);
-}
-
-TEST(AnimatedBone, ResamplesKeysAndRate)
-{
-    ZAnimatedBone::TRotations rotations;
-    ZAnimatedBone::TTranslations translations;
-    for (int i = 0; i < 10; ++i)
-    {
-        rotations.Add(SQuaternion());
-        translations.Add({static_cast<float>(i), 0.0f, 0.0f});
-    }
-    const auto pBone = TSharedPtr<ZAnimatedBone>::Create("bone", 30.0f, std::move(rotations), std::move(translations),
-                                                         TArrayRef<const TSharedPtr<ZAnimatedProperty>>(), true);
-    const auto pResampled = ZAnimatedBone::Resample(pBone, 5);
-    EXPECT_EQ(pResampled->FrameCount(), 5u);
-    EXPECT_EQ(pResampled->FrameRate(), 15.0f);
-    EXPECT_EQ(pResampled->Translations()[4].x, 9.0f);
-    EXPECT_TRUE(ZAnimatedBone::Resample(nullptr, 5) == nullptr);
 }
 
 } // namespace

@@ -1,13 +1,9 @@
 #include "resource/animation/resourceanimationmodule.h"
 
-#include "base/component/componentmanager.h"
-#include "base/pointers/tcomponentsharedptr.h"
-#include "resource/animation/frame/animationresourceids.h"
 #include "resource/core/iresourcefactory.h"
 #include "resource/core/iresourcepacker.h"
 #include "tests/support/packerhost.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -22,52 +18,30 @@ TEST(Module, GivesEachComponentUnderItsInterface)
         << "the host has not initialised it";
     ImportZResourceAnimationModule();
     GetDllModule()->Initialize();
-    const struct
+    STypeID *const pFactory = GetTypeID<IResourceFactory>(), *const pPacker = GetTypeID<IResourcePacker>();
+    const auto create = [&info](const ZString& name, STypeID* pInterface)
     {
-        ZString name;
-        STypeID* pInterface;
-        STypeID* pOther;
-    } cases[] = {
-        {"AnimationDatabaseFactory", GetTypeID<IResourceFactory>(), GetTypeID<IResourcePacker>()},
-        {"AnimationDatabasePacker", GetTypeID<IResourcePacker>(), GetTypeID<IResourceFactory>()},
-        {"AnimationPacker", GetTypeID<IResourcePacker>(), GetTypeID<IResourceFactory>()},
-        {"RigPacker", GetTypeID<IResourcePacker>(), GetTypeID<IResourceFactory>()},
-        {"XmlRigPacker", GetTypeID<IResourcePacker>(), GetTypeID<IResourceFactory>()},
-        {"MetaRigPacker", GetTypeID<IResourcePacker>(), GetTypeID<IResourceFactory>()},
-        {"AnimationScanner", GetTypeID<IResourceFactory>(), GetTypeID<IResourcePacker>()},
+        return TComponentScope<IComponentInterface>(
+            static_cast<IComponentInterface*>(GetComponentManager()->CreateComponent(name, pInterface, info)));
     };
-    for (const auto& c : cases)
+    for (const char* szName : {"AnimationDatabaseFactory", "AnimationScanner", "AnimationDatabasePacker",
+                               "AnimationPacker", "RigPacker", "XmlRigPacker", "MetaRigPacker"})
     {
-        SCOPED_TRACE(c.name.ToCString());
-        const auto create = [&c, &info](STypeID* pInterface)
-        {
-            return TComponentScope<IComponentInterface>(
-                static_cast<IComponentInterface*>(GetComponentManager()->CreateComponent(c.name, pInterface, info)));
-        };
-        const auto first = create(c.pInterface), second = create(c.pInterface);
+        SCOPED_TRACE(szName);
+        const ZString name = ZString::ReferenceCString(szName);
+        const bool bPacker = name.EndsWith("Packer");
+        STypeID *const pInterface = bPacker ? pPacker : pFactory, *const pOther = bPacker ? pFactory : pPacker;
+        const auto first = create(name, pInterface), second = create(name, pInterface);
         ASSERT_TRUE(first && second);
         EXPECT_NE(first.Get(), second.Get());
-        EXPECT_EQ(first->QueryInterface(c.pInterface), first.Get());
+        EXPECT_EQ(first->QueryInterface(pInterface), first.Get());
         EXPECT_EQ(first->QueryInterface(GetTypeID<IComponentInterface>()), first.Get());
-        EXPECT_EQ(first->QueryInterface(c.pOther), nullptr);
-        EXPECT_EQ(first->GetVariantRef().GetTypeID(), c.pInterface);
+        EXPECT_EQ(first->QueryInterface(pOther), nullptr);
+        EXPECT_EQ(first->GetVariantRef().GetTypeID(), pInterface);
         EXPECT_EQ(first->AddRef(), static_cast<size_t>(-1)) << "one Release ends it";
-        EXPECT_FALSE(create(c.pOther));
+        EXPECT_FALSE(create(name, pOther));
     }
     EXPECT_EQ(GetComponentManager()->CreateComponent("animationpacker", GetTypeID<IResourcePacker>(), info), nullptr);
-}
-
-TEST(Module, SpellsIdentifiersForOthers)
-{
-    EXPECT_EQ(GenerateFbxTakeResourceID(ZResourceID("assembly:/a/b.fbx"), "Run"),
-              ZResourceID("assembly:/a/b.fbx?/Run.take"));
-    EXPECT_EQ(GenerateFbxRigResourceID(ZResourceID("assembly:/a/b.fbx?/old.take"), "hero"),
-              ZResourceID("assembly:/a/b.fbx?/hero.rig"));
-    EXPECT_EQ(ANIMATION_DERIVED_RESOURCE_EXTENSION, "animation");
-    EXPECT_EQ(EVENT_TRACK_SUBRESOURCE_EXTENSION, "eventtracks");
-    EXPECT_EQ(FBX_RIG_SUBRESOURCE_EXTENSION, "rig");
-    EXPECT_EQ(FBX_TAKE_SUBRESOURCE_EXTENSION, "take");
-    EXPECT_TRUE(FBX_TAKE_SUBRESOURCE_EXTENSION.IsBorrowed());
 }
 
 } // namespace

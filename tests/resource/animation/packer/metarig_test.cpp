@@ -1,8 +1,7 @@
 #include "resource/animation/packer/metarigpacker.h"
-#include "tests/resource/animation/packer/packedrigs.h"
-#include "tests/support/asserttrap.h"
 
-#include <gtest/gtest.h>
+#include "tests/resource/animation/packer/packedrigs.h"
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -54,25 +53,9 @@ const ZAnimationRig& Body()
     return s_rig;
 }
 
-TEST(MetaRigPacker, OneRigIsWrittenAnew)
-{
-    for (const char* szPlatform : {"pc", "ps3"})
-    {
-        const SMerge merge({Body()}, ZString::ReferenceCString(szPlatform));
-        ASSERT_TRUE(merge.bPacked) << merge.host.Context().FirstMessage().ToCString();
-        EXPECT_TRUE(merge.merged == Body());
-        EXPECT_TRUE(SMerge({Body(), Body()}, ZString::ReferenceCString(szPlatform)).merged == Body());
-    }
-}
-
 TEST(MetaRigPacker, AppendsTheBonesThatAreNew)
 {
-    const struct
-    {
-        const char* szLabel;
-        ZAnimationRig second;
-        const char* szBones;
-    } cases[] = {
+    const std::tuple<const char*, ZAnimationRig, const char*> cases[] = {
         {"new bones hang on the bones of their parents' names, in their rig's order",
          MakeRig({{"root", -1}, {"tail", 0}, {"hand", 0}, {"sword", 2}, {"tip", 3}}),
          "root:65535 hip:0 hand:1 tail:0 sword:2 tip:4 "},
@@ -83,11 +66,11 @@ TEST(MetaRigPacker, AppendsTheBonesThatAreNew)
         {"names are matched exactly", MakeRig({{"ROOT", -1}, {"Hip", 0}}), "root:65535 hip:0 hand:1 Hip:0 "},
         {"a second root that is known", MakeRig({{"hip", -1}, {"root", -1}, {"x", 1}}), "root:65535 hip:0 hand:1 x:0 "},
     };
-    for (const auto& c : cases)
+    for (const auto& [szLabel, second, szBones] : cases)
     {
-        SCOPED_TRACE(c.szLabel);
-        const SMerge merge({Body(), c.second});
-        EXPECT_EQ(merge.Bones(), c.szBones);
+        SCOPED_TRACE(szLabel);
+        const SMerge merge({Body(), second});
+        EXPECT_EQ(merge.Bones(), szBones);
         EXPECT_EQ(merge.merged.RootIndices().Size(), 1u) << "root indices never grow";
         EXPECT_EQ(merge.merged.TrajectoryIndex(), 0);
     }
@@ -130,30 +113,21 @@ TEST(MetaRigPacker, ResourcesThatCannotBeReadOrWritten)
     const ZResourceID rig = ZResourceID("assembly:/r.fbx").CreateDerivedResourceID("animationrig", "", "pc");
     const ZResourceID target = SOURCE.CreateDerivedResourceID("metarig", rig.ToString(), "pc");
     using EFault = ZMemoryResourceDatabase::EOutputFault;
-    const struct
-    {
-        bool bRig;
-        EFault eFault;
-        const char* szMessage;
-    } cases[] = {
-        {false, EFault::eNone,
-         "error: Error when packing rig: Failed to open packed rig resource '<assembly:/r.fbx>.pc.animationrig'."},
-        {true, EFault::eNull,
-         "error: Error when packing rig: ERROR: Failed to create output resource: "
-         "<assembly:/rigs/all.fbx>(<assembly:/r.fbx>.pc.animationrig).pc.metarig"},
-        {true, EFault::eNotOpen,
-         "error: Error when packing rig: ERROR: Failed to create output resource: "
-         "<assembly:/rigs/all.fbx>(<assembly:/r.fbx>.pc.animationrig).pc.metarig"},
-        {true, EFault::eTakesNothing, "error: Error when packing rig: Failed to write the packed resource."},
+    const ZString noOutput = ZString::Format("ERROR: Failed to create output resource: {0}", target);
+    const std::tuple<bool, EFault, ZString> cases[] = {
+        {false, EFault::eNone, "Failed to open packed rig resource '<assembly:/r.fbx>.pc.animationrig'."},
+        {true, EFault::eNull, noOutput},
+        {true, EFault::eNotOpen, noOutput},
+        {true, EFault::eTakesNothing, "Failed to write the packed resource."},
     };
-    for (const auto& c : cases)
+    for (const auto& [bRig, eFault, message] : cases)
     {
         ZPackerHost host;
-        if (c.bRig)
+        if (bRig)
             AddPackedRig(host, rig, Body());
-        host.Database().SetOutputFault(c.eFault);
+        host.Database().SetOutputFault(eFault);
         EXPECT_FALSE(host.Pack<ZMetaRigPacker>(SOURCE, target));
-        EXPECT_EQ(host.Context().FirstMessage(), c.szMessage);
+        EXPECT_EQ(host.Context().FirstMessage(), ZString("error: Error when packing rig: ") + message);
         EXPECT_EQ(host.Database().OpenUpdates(), 0u);
         EXPECT_TRUE(host.Database().Outputs().IsEmpty());
     }

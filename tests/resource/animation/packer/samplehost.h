@@ -6,6 +6,7 @@
 #include "system/animation/animationmodule.h"
 #include "system/animation/animationresourcedata.h"
 #include "system/serializer/deserializedblock.h"
+#include "tests/support/memorystreams.h"
 #include "tests/support/packerhost.h"
 
 /// A host over the repository's sample tree: packs rigs on demand, as takes open them.
@@ -56,8 +57,7 @@ struct TPacked
     TPacked(ZSampleHost& host, const ZResourceID& id)
     {
         const TArray<uint8_t> bytes = host.Database().Output(id);
-        const TArrayRef<const uint8_t> ref = bytes.Ref();
-        const TComponentScope<IInputStream> stream(CreateComponent<IInputStream>(MEMORY_INPUT_STREAM, ref));
+        const auto stream = OpenBytes(bytes.Ref());
         nBytes = bytes.Size();
         bRead = header.Read(stream.Get(), host.Order()) && block.Read(stream.Get(), true);
     }

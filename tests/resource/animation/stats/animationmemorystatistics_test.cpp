@@ -1,9 +1,7 @@
 #include "resource/animation/stats/animationmemorystatistics.h"
 
-#include "tests/support/asserttrap.h"
 #include "tests/support/packerhost.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace
 {
@@ -60,15 +58,11 @@ TEST(AnimationMemoryStatistics, ReadsItsReportBackPastTheReadersOwnTest)
     ASSERT_EQ(trap.Count(), 2u);
     EXPECT_EQ(trap.FirstExpression(), "aStringData.Size() == 9");
     ASSERT_EQ(read.m_records.Size(), 2u);
-    for (uint32_t i = 0; i < 2; ++i)
-    {
-        const SPackedAnimationMemoryStats &a = written.m_records[i], &b = read.m_records[i];
-        EXPECT_EQ(a.resourceID, b.resourceID);
-        EXPECT_EQ(a.boneCount, b.boneCount);
-        EXPECT_EQ(a.seconds, b.seconds);
-        EXPECT_EQ(a.boneSeconds, b.boneSeconds);
-        EXPECT_EQ(a.boneDataBytes, b.boneDataBytes);
-    }
+    EXPECT_EQ(read.m_records[1].resourceID, ZResourceID("assembly:/a"));
+    EXPECT_EQ(read.m_records[1].boneCount, -1);
+    EXPECT_EQ(read.m_records[1].seconds, 1e10f);
+    EXPECT_EQ(read.m_records[1].boneSeconds, 2.0f);
+    EXPECT_EQ(read.m_records[1].boneDataBytes, 2147483647u);
     EXPECT_EQ(read.m_records[0].otherDataBytes, 8u);
     EXPECT_EQ(read.m_records[1].otherDataBytes, static_cast<uint64_t>(int64_t{3000000000} - (int64_t{1} << 32)))
         << "beyond 31 bits byte counts come back wrong: that belongs to the format";
@@ -102,28 +96,19 @@ TEST(AnimationMemoryStatistics, ReadsLinesOfNineValuesAndNoOthers)
         EXPECT_THROW(ParseDataLine(ZString::ReferenceCString(szLine)), zhalt_exception) << szLine;
         EXPECT_GT(trap.Count(), 0u);
     }
-}
-
-TEST(AnimationMemoryStatistics, AnOutputThatIsNotThereHalts)
-{
-    ZPackerHost host;
     host.Database().SetOutputFault(ZMemoryResourceDatabase::EOutputFault::eNull);
-    ZAssertTrap trap;
     EXPECT_THROW(ZAnimationMemoryStatistics().Write(REPORT), zhalt_exception);
 }
 
 TEST(AnimationMemoryStatistics, Durations)
 {
-    const struct
-    {
-        float fSeconds;
-        const char* szText;
-    } cases[] = {{3661.5f, "3661.50 seconds  (1 hours 1 minutes 1 seconds)"},
-                 {0.0f, "0.00 seconds  (0 hours 0 minutes 0 seconds)"},
-                 {-61.5f, "-61.50 seconds  (0 hours -1 minutes -1 seconds)"},
-                 {1e10f, "10000000000.00 seconds  (0 hours 0 minutes 0 seconds)"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(FormatDuration(c.fSeconds), c.szText);
+    const std::pair<float, const char*> cases[] = {{7384.5f, "7384.50 seconds  (2 hours 3 minutes 4 seconds)"},
+                                                   {7200.0f, "7200.00 seconds  (2 hours 0 minutes 0 seconds)"},
+                                                   {0.0f, "0.00 seconds  (0 hours 0 minutes 0 seconds)"},
+                                                   {-61.5f, "-61.50 seconds  (0 hours -1 minutes -1 seconds)"},
+                                                   {1e10f, "10000000000.00 seconds  (0 hours 0 minutes 0 seconds)"}};
+    for (const auto& [fSeconds, szText] : cases)
+        EXPECT_EQ(FormatDuration(fSeconds), szText);
     EXPECT_EQ(FormatBytes(1048576), "1048576 bytes  (1.00 MBs)");
     EXPECT_EQ(FormatBytes(UINT64_MAX), "18446744073709551615 bytes  (17592186044416.00 MBs)");
 }

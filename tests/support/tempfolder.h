@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,7 +13,7 @@ class ZTempFolder
 public:
     ZTempFolder()
     {
-        std::string sTemplate = (std::filesystem::temp_directory_path() / "hosttest-XXXXXX").string();
+        std::string sTemplate = (std::filesystem::temp_directory_path() / "test-XXXXXX").string();
         m_sPath = ::mkdtemp(sTemplate.data());
     }
     ZTempFolder(const ZTempFolder&) = delete;
@@ -26,10 +27,13 @@ public:
     std::string operator/(const std::string& sName) const { return m_sPath + '/' + sName; }
     const std::string& Path() const { return m_sPath; }
 
-    void Write(const std::string& sName, const std::string& sContent) const
+    /// The path of what was written.
+    std::string Write(const std::string& sName, const std::string& sContent) const
     {
-        std::filesystem::create_directories(std::filesystem::path(m_sPath + '/' + sName).parent_path());
-        std::ofstream(m_sPath + '/' + sName, std::ios::binary) << sContent;
+        const std::string sPath = m_sPath + '/' + sName;
+        std::filesystem::create_directories(std::filesystem::path(sPath).parent_path());
+        std::ofstream(sPath, std::ios::binary) << sContent;
+        return sPath;
     }
     /// "(none)" when there is no such file.
     std::string Read(const std::string& sName) const
@@ -37,13 +41,12 @@ public:
         std::ifstream file(m_sPath + '/' + sName, std::ios::binary);
         return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(none)";
     }
-    /// Files below the folder.
-    size_t FileCount() const
+    /// Files below the folder or one in it.
+    size_t FileCount(const std::string& sFolder = {}) const
     {
-        size_t nFiles = 0;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_sPath))
-            nFiles += entry.is_regular_file() ? 1 : 0;
-        return nFiles;
+        const std::filesystem::recursive_directory_iterator all(m_sPath + '/' + sFolder);
+        return static_cast<size_t>(
+            std::count_if(begin(all), end(all), [](const auto& e) { return e.is_regular_file(); }));
     }
 
 private:
