@@ -146,7 +146,8 @@ class VerifyTest(host.HostTest):
             self.assertEqual((line["lostBones"], line["lostMillimetres"], line["droppedScale"]), ([], 0, []))
             with open(os.path.join(tree, "hiker/hiker.rig.fbx"), "wb") as f:
                 f.write(poorer)
-            packed()
+            self.assertIn("1 of 9 bones that move in take 'Walk' are not in the rig, and their motion is lost: '%s'"
+                          % without, "".join(packed().messages))
             line, = self.verify(assets=tree, code=1).lines
             self.assertEqual(line["lostBones"], [without])
             self.assertGreater(line["lostMillimetres"], 1)
@@ -162,10 +163,13 @@ class VerifyTest(host.HostTest):
                                               "IsRig": {"type": "bool", "value": True},
                                               "GroundName": {"type": "KString", "value": "hiker"},
                                               "RigResource": {"type": "KString", "value": rig}}},
-                       "takes": [{"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 30}]}, f)
+                       "takes": [{"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 45}]}, f)
         os.makedirs(tree)
         self.assertEqual(host.execute("mark", source, marks, os.path.join(tree, "hiker.fbx")).code, 0)
-        packed()
+        told = "".join(packed().messages)
+        for text in ("8 of 8 bones", "'Hips' (the rig has 'hiker:Hips')", "on 1 of 14 nodes: 'Armature' (100)",
+                     "reaches 15 frames beyond its anim stack 'Armature|Walk', which has frames 0 to 30"):
+            self.assertIn(text, told)
         line, = self.verify(assets=tree, code=1).lines
         self.assertEqual(sorted(line["lostBones"]), ["Head", "Hips", "LeftArm", "LeftLeg", "LeftUpLeg", "RightArm",
                                                      "RightLeg", "RightUpLeg"])
