@@ -161,10 +161,7 @@ std::string EncodeAnswer(std::string_view answer, std::string_view why)
 
 std::string EncodeMessage(const SMessage& message)
 {
-    return ZFieldWriter(Letter(SLine::eMessage))
-        .Number(static_cast<int>(message.eSeverity))
-        .Text(message.sText)
-        .Take();
+    return ZFieldWriter(Letter(SLine::eMessage)).Number(static_cast<int>(message.eSeverity)).Text(message.sText).Take();
 }
 
 std::string EncodeNeed(std::string_view id)
@@ -228,8 +225,7 @@ bool DecodeLine(std::string_view text, SLine& line)
         line.sWhy = fields.Text();
         break;
     case SLine::eMessage:
-        line.message.eSeverity =
-            static_cast<ESeverity>(fields.Number<int>(0, static_cast<int>(ESeverity::eError)));
+        line.message.eSeverity = static_cast<ESeverity>(fields.Number<int>(0, static_cast<int>(ESeverity::eError)));
         line.message.sText = fields.Text();
         break;
     case SLine::eNeed:

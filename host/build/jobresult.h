@@ -13,7 +13,7 @@ enum class EJobStatus
 {
     ePacked,
     eUpToDate,
-    eFailed, ///< the packer said no, raised an exception or failed an assertion
+    eFailed,  ///< the packer said no, raised an exception or failed an assertion
     eCrashed, ///< its process ended, or was ended
     eRemoved  ///< what an earlier run packed of a source or take that is gone
 };

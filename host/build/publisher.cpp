@@ -17,8 +17,7 @@ void ZPublisher::Add(const std::string& sId, const SPublication& file)
 
 void ZPublisher::Continue(bool bHurry)
 {
-    if (HasWaiting() &&
-        (bHurry || m_waiting.ids.size() >= BATCH || TClock::now() - m_waitingSince > PATIENCE))
+    if (HasWaiting() && (bHurry || m_waiting.ids.size() >= BATCH || TClock::now() - m_waitingSince > PATIENCE))
         Start();
 }
 

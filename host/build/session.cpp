@@ -157,8 +157,8 @@ void ZHostSession::RemoveGone(const SPresentSources& present, const std::vector<
         }
         Os::RemoveFile(sPath);
         // As far as it was the last in its folders; the platform's stays.
-        for (std::string sFolder = sPath;
-             sFolder = sFolder.substr(0, sFolder.rfind('/')), sFolder.size() > record.sFile.find('/') + m_sOut.size() + 1;)
+        for (std::string sFolder = sPath; sFolder = sFolder.substr(0, sFolder.rfind('/')),
+                         sFolder.size() > record.sFile.find('/') + m_sOut.size() + 1;)
             if (!Os::RemoveEmptyFolder(sFolder))
                 break;
         if (bThere)

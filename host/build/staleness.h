@@ -56,8 +56,8 @@ private:
         bool bWrong = false; ///< one of several, for example: what was made of it can't stay
     };
     std::unordered_map<std::string, SSource> m_sources; ///< as they are for this run; many jobs look at one
-    std::unordered_set<std::string> m_upToDate; ///< what was asked before; such a thing stays so for the run
-    std::unordered_set<std::string> m_asking;   ///< a resource that needs itself is never up to date
+    std::unordered_set<std::string> m_upToDate;         ///< what was asked before; such a thing stays so for the run
+    std::unordered_set<std::string> m_asking;           ///< a resource that needs itself is never up to date
 };
 
 } // namespace Host

@@ -30,13 +30,11 @@ std::vector<SJob> JobsOf(const SOptions& options, const ZAssetTree& tree, const 
         std::string sParameters;
         for (const std::string& sParameter : options.parameters)
             sParameters.append(sParameters.empty() ? "" : "|")
-                .append(options.sExtension != "metarig"
-                            ? sParameter
-                            : ToStd(PackedRig(ToId(tree.IdOf(sParameter)), sPlatform)));
-        const ZResourceID source =
-            options.sExtension == "rigxml" ? PackedRig(ToId(sSource), sPlatform) : ToId(sSource);
-        const ZResourceID id = source.CreateDerivedResourceID(ToZString(options.sExtension), ToZString(sParameters),
-                                                              ToZString(sPlatform));
+                .append(options.sExtension != "metarig" ? sParameter
+                                                        : ToStd(PackedRig(ToId(tree.IdOf(sParameter)), sPlatform)));
+        const ZResourceID source = options.sExtension == "rigxml" ? PackedRig(ToId(sSource), sPlatform) : ToId(sSource);
+        const ZResourceID id =
+            source.CreateDerivedResourceID(ToZString(options.sExtension), ToZString(sParameters), ToZString(sPlatform));
         if (!id.IsValid())
             throw ZUsageError("'" + sSource + "' is no identifier of a source");
         jobs.push_back({SJob::ePack, CanonicalId(id)});
@@ -94,8 +92,8 @@ int RunPack(const SOptions& options, ZConsole& console)
     session.Run(jobs,
                 [&](const SJobResult& result)
                 {
-                    const bool bAskedFor = std::any_of(jobs.begin(), jobs.end(), [&result](const SJob& job)
-                                                       { return job.sId == result.job.sId; });
+                    const bool bAskedFor = std::any_of(
+                        jobs.begin(), jobs.end(), [&result](const SJob& job) { return job.sId == result.job.sId; });
                     if (bAskedFor && !result.IsGood())
                         return failed.push_back(result);
                     tell(result);

@@ -129,8 +129,8 @@ void ZAssetTree::FindInAnyCase(const std::string& sFolder, size_t nName, SSearch
         const std::string sPath = sFolder + '/' + candidate.sName;
         if (!bLast && candidate.eKind != EName::eFile)
             FindInAnyCase(sPath, nName + 1, search);
-        else if (bLast && (candidate.eKind == EName::eFile ||
-                           (candidate.eKind == EName::eLink && StampOf(sPath).bExists)))
+        else if (bLast &&
+                 (candidate.eKind == EName::eFile || (candidate.eKind == EName::eLink && StampOf(sPath).bExists)))
             search.found.push_back(sPath);
     }
 }

@@ -55,8 +55,8 @@ public:
     using FKnown = std::function<bool(const std::string& sId, const std::string& sPath)>;
     struct SSources
     {
-        std::vector<std::string> ids;  ///< in their order
-        size_t nUnreadableNames = 0;   ///< no UTF-8: they can't be told to anybody and are left out
+        std::vector<std::string> ids; ///< in their order
+        size_t nUnreadableNames = 0;  ///< no UTF-8: they can't be told to anybody and are left out
         struct SFolder
         {
             std::string sId; ///< with a slash at its end
@@ -84,9 +84,9 @@ private:
     };
     struct SListing
     {
-        std::vector<SName> names;                       ///< in their order
+        std::vector<SName> names; ///< in their order
         std::unordered_multimap<std::string, size_t> byLowerCase;
-        std::error_code error;                          ///< then there are no names
+        std::error_code error; ///< then there are no names
     };
     struct SSearch
     {

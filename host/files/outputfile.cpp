@@ -22,7 +22,7 @@ namespace
 
 constexpr std::string_view PASSING_START = ".animpack-";
 constexpr std::string_view PASSING_END = ".part";
-constexpr size_t MOST_FLUSHES = 16; ///< under way at the same time
+constexpr size_t MOST_FLUSHES = 16;    ///< under way at the same time
 constexpr size_t FLUSHED_TOGETHER = 8; ///< from so many files on
 constexpr auto LONGEST_FLUSH = std::chrono::milliseconds(300);
 constexpr size_t COLLECTED = size_t(1) << 20;

@@ -15,10 +15,9 @@ SIndexAge AgeOf(const std::vector<ZScanIndex::SSource>& scanned, const ZAssetTre
         (now.bExists ? age.nChanged : age.nGone) += now != source.stamp;
         known.insert(source.sId);
     }
-    for (const std::string& sId :
-         tree.Sources("assembly:/",
-                      [&known](const std::string& sKnown, const std::string&) { return known.contains(sKnown); })
-             .ids)
+    for (const std::string& sId : tree.Sources("assembly:/", [&known](const std::string&sKnown, const std::string&)
+                                               { return known.contains(sKnown); })
+                                      .ids)
         age.nNew += !known.contains(sId);
     return age;
 }

@@ -27,9 +27,9 @@ std::string BuildSummaryText(const SBuildTotals& totals)
 {
     const size_t nCrashed = totals.Count(EJobStatus::eCrashed);
     const size_t nRemoved = totals.Count(EJobStatus::eRemoved);
-    return (totals.bInterrupted ? "interrupted: " : std::string()) + std::to_string(totals.Count(EJobStatus::ePacked)) + " packed (" + BytesText(totals.nBytes) + "), " +
-           std::to_string(totals.Count(EJobStatus::eUpToDate)) + " up to date, " +
-           std::to_string(totals.Count(EJobStatus::eFailed)) + " failed" +
+    return (totals.bInterrupted ? "interrupted: " : std::string()) + std::to_string(totals.Count(EJobStatus::ePacked)) +
+           " packed (" + BytesText(totals.nBytes) + "), " + std::to_string(totals.Count(EJobStatus::eUpToDate)) +
+           " up to date, " + std::to_string(totals.Count(EJobStatus::eFailed)) + " failed" +
            (nCrashed != 0 ? ", " + std::to_string(nCrashed) + " crashed" : "") +
            (nRemoved != 0 ? ", " + std::to_string(nRemoved) + " removed" : "") + " in " + SecondsText(totals.fSeconds);
 }

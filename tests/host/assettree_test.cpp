@@ -93,7 +93,6 @@ TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
     folder.Write("tree/props/\xe9.fbx", "no UTF-8");
     folder.Write("tree/settings.xml", "<Settings/>");
     folder.Write("tree/zdb.xml", "<?xml version='1.0'?><AnimationDatabase/>");
-    size_t nUnreadable = 0;
     const std::vector<std::string> expected = {"assembly:/Characters/Hero/Moves.FBX",
                                                "assembly:/characters/other.fbx",
                                                "assembly:/props/DOOR.fbx",
@@ -101,7 +100,10 @@ TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
                                                "assembly:/props/Lever.fbx",
                                                "assembly:/props/lever.fbx",
                                                "assembly:/zdb.xml"};
-    EXPECT_EQ(tree().Sources("assembly:/", nUnreadable), expected);
-    EXPECT_EQ(nUnreadable, 1u);
-    EXPECT_EQ(tree().Sources("assembly:/Characters", nUnreadable).size(), 1u);
+    const auto found = tree().Sources("assembly:/");
+    EXPECT_EQ(found.ids, expected);
+    EXPECT_EQ(found.nUnreadableNames, 1u);
+    EXPECT_TRUE(found.unreadable.empty());
+    EXPECT_EQ(tree().Sources("assembly:/Characters").ids.size(), 1u);
+    ASSERT_EQ(tree().Sources("assembly:/none").unreadable.size(), 1u) << "what can't be read is not empty";
 }

@@ -167,8 +167,10 @@ TEST(BuildState, IndexKeepsWhatScansFound)
     const auto sources = state.ScannedSources();
     ASSERT_EQ(sources.size(), 2u);
     EXPECT_EQ(sources[0].stamp, (SFileStamp{true, 5, -6}));
-    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"});
     SBuildRecord record;
+    state.KeepSources({"assembly:/a.fbx"}, {"assembly:/b."});
+    EXPECT_TRUE(state.Find("assembly:/b.fbx", record)) << "in a folder that can't be looked into";
+    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"}, {});
     EXPECT_FALSE(state.Find("assembly:/b.fbx", record));
     state.Remove("assembly:/a.fbx");
     EXPECT_EQ(visited(state), "");

@@ -5,6 +5,7 @@
 #include "resource/animation/fbximport/fbxanimationutils.h"
 #include "resource/animation/fbximport/fbxtakesampler.h"
 #include "resource/animation/fbximport/motioncharacteristics.h"
+#include "resource/animation/fbximport/takelosses.h"
 #include "resource/animation/frame/animationexception.h"
 
 namespace ResourceAnimation::Import
@@ -90,6 +91,12 @@ ZFbxAnimationImporter::ZFbxAnimationImporter(const ZResourceID& id) : ZAnimation
     {
         throw ZAnimationException(e.Message());
     }
+}
+
+TArray<ZString> ZFbxAnimationImporter::DescribeLosses(const ZString& takeName)
+{
+    const ZFbxTakeData* pTake = (*m_pReader)->FindTake(takeName);
+    return pTake != nullptr ? DescribeTakeLosses(*pTake) : TArray<ZString>();
 }
 
 TSharedPtr<ZAnimation> ZFbxAnimationImporter::ImportAnimation(const ZString& takeName, EBoneSpace eSpace, float scale,

@@ -18,6 +18,8 @@ public:
     TSharedPtr<ZAnimation> ImportAnimation(const ZString& takeName, EBoneSpace eSpace, float scale,
                                            bool bTotalLinearDelta) override;
     TArray<ZString> GetTakeNames() override;
+    /// What importing a take leaves behind: see DescribeTakeLosses. None for a take that is not there.
+    TArray<ZString> DescribeLosses(const ZString& takeName);
     TSharedPtr<ZBoneHierarchy> ImportSceneTree(float scale) override;
     /// ZAnimationException when the ground is no rig.
     TSharedPtr<ZBoneHierarchy> ImportHierarchy(const ZString& rigName, float scale,

@@ -6,6 +6,7 @@
 #include "resource/animation/frame/platform.h"
 #include "resource/animation/packer/animposepropertyevents.h"
 #include "resource/animation/packer/eventtracks.h"
+#include "resource/animation/packer/lostmotion.h"
 #include "resource/animation/packer/packedoutput.h"
 #include "resource/core/iresourcedatabase.h"
 
@@ -46,8 +47,7 @@ void ZAnimationPacker::PackTake(IResourcePackerContext* pContext, const ZResourc
 {
     const SParameters parameters = ReadParameters(pContext, target);
     const ZString takeName = SubResourceName(source);
-    TAnimation pAnimation = Import::ZFbxAnimationImporter(source).ImportAnimation(
-        takeName, Import::eSpace_Parent, METRES_PER_UNIT, parameters.bEmbedProperties);
+    TAnimation pAnimation = ImportTake(source, takeName, parameters.bEmbedProperties);
     if (pAnimation == nullptr)
         throw ZAnimationPackerException(
             ZString::Format("ERROR: The requested take does not exist. Take name: '{0}'.", takeName));
@@ -87,6 +87,15 @@ void ZAnimationPacker::PackTake(IResourcePackerContext* pContext, const ZResourc
         throw ZAnimationPackerException(
             ZString::Format("Failed to create output stream for asset data '{0}'\n", target));
     WriteResource(stream.Get(), RESOURCE_CODE_ANIMATION, platform, eEndian, m_references.Ref(), bytes.Ref());
+}
+
+ZAnimationPacker::TAnimation ZAnimationPacker::ImportTake(const ZResourceID& source, const ZString& takeName,
+                                                          bool bEmbedProperties)
+{
+    Import::ZFbxAnimationImporter importer(source);
+    for (const ZString& text : importer.DescribeLosses(takeName))
+        ReportMessage(text, eMessage_Warning);
+    return importer.ImportAnimation(takeName, Import::eSpace_Parent, METRES_PER_UNIT, bEmbedProperties);
 }
 
 ZAnimationPacker::SParameters ZAnimationPacker::ReadParameters(IResourcePackerContext* pContext,
@@ -154,6 +163,8 @@ ZAnimationPacker::TAnimation ZAnimationPacker::MatchToRig(TAnimation pAnimation,
     pAnimation = ZAnimation::RenameBone(pAnimation, pAnimation->AnimatedBones()[0]->Name(), rig.Name(0));
     AddMissingRigBones(*pAnimation, rig);
     ZAnimation::ClearTwistBones(pAnimation);
+    for (const ZString& text : DescribeLostMotion(*pAnimation, rig))
+        ReportMessage(text, eMessage_Warning);
 
     THashMap<uint32_t, ZString> packedAs;
     for (const uint32_t uid : rig.UniqueIds())

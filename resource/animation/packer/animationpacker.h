@@ -28,6 +28,8 @@ private:
 
     void PackTake(IResourcePackerContext* pContext, const ZResourceID& source, const ZResourceID& target);
     static SParameters ReadParameters(IResourcePackerContext* pContext, const ZResourceID& target);
+    /// Null when there is no such take. What importing it leaves behind is reported.
+    TAnimation ImportTake(const ZResourceID& source, const ZString& takeName, bool bEmbedProperties);
     /// Position of the take's event tracks among the references; -1 when it has none.
     int ReferEventTracks(const ZResourceID& source, const ZString& takeName, const ZResourceID& eventTrackID);
     static ZResourceID ChooseRigSource(const Import::ZAnimation& animation, const ZString& rigParameter);

@@ -5,6 +5,8 @@
 #include "resource/animation/packer/rigoutput.h"
 #include "resource/core/iresourcedatabase.h"
 
+#include <algorithm>
+
 namespace ResourceAnimation
 {
 
@@ -15,6 +17,30 @@ namespace
 {
 
 constexpr float METRES_PER_UNIT = 0.01f;
+
+/// A character outside of these has the wrong unit.
+constexpr float LEAST_METRES = 0.1f;
+constexpr float MOST_METRES = 20.0f;
+constexpr uint32_t LEAST_BONES = 4; ///< of something that has a size
+
+void CheckSize(const ZBoneHierarchy& hierarchy, const ZMessageDelegate& messages)
+{
+    if (hierarchy.Bones().Size() < LEAST_BONES || hierarchy.Space() != Import::eSpace_Character)
+        return;
+    SVector3 least = hierarchy.Bones()[1]->Translation();
+    SVector3 most = least;
+    for (const TSharedPtr<ZBone>& pBone : hierarchy.Bones())
+    {
+        const SVector3& t = pBone->Translation();
+        least = {std::min(least.x, t.x), std::min(least.y, t.y), std::min(least.z, t.z)};
+        most = {std::max(most.x, t.x), std::max(most.y, t.y), std::max(most.z, t.z)};
+    }
+    const float fSize = std::max({most.x - least.x, most.y - least.y, most.z - least.z});
+    if (fSize < LEAST_METRES || fSize > MOST_METRES)
+        messages(
+            ZString::Format("The rig '{0}' is {1} m large; is the unit of its scene right?", hierarchy.Name(), fSize),
+            eMessage_Warning);
+}
 
 } // namespace
 
@@ -45,6 +71,7 @@ void ZRigPacker::PackRig(const ZResourceID& source, const ZResourceID& target)
         importer.ImportHierarchy(SubResourceName(source), METRES_PER_UNIT, &messages);
     if (pHierarchy == nullptr)
         throw ZRigPackerException("ERROR: No rig found in FBX source resource.");
+    CheckSize(*pHierarchy, messages);
     RepairBiped(*pHierarchy, messages);
     if (const auto pConverted = pHierarchy->ToSpace(Import::eSpace_Parent, true))
         pHierarchy = pConverted;
