@@ -1,6 +1,8 @@
 """animpack verify: what it finds in good files and bad ones, and a fault of known size."""
 
+import json
 import os
+import shutil
 
 import host
 import make_samples
@@ -52,6 +54,57 @@ class VerifyTest(host.HostTest):
         self.assertIn("has 40 frames, its take 39", line["error"])
         os.remove(path)
         self.assertIn("source can't be read", self.verify(assets=tree, code=1).lines[0]["error"])
+
+    def test_lost_motion(self):
+        """What the scene shows and the packed take has not is an error, however well the rest was packed."""
+        tree = os.path.join(self.work, "tree")
+        source = os.path.join(self.work, "hiker.fbx")
+
+        def packed(*words):
+            result = self.run_host("build", "--force", assets=tree)
+            self.assertEqual(result.code, 0, result)
+            return result
+
+        # A rig that knows all but one of the bones that move.
+        for without in ("Head", "LeftUpLeg"):
+            shutil.rmtree(tree, True)
+            names = [b[0] for b in make_samples.HIKER_BONES if b[0] != without]
+            make_samples.hiker(("Walk",), bones=names).write(source)
+            host.execute("adopt", source, "--assets", tree)
+            with open(os.path.join(tree, "hiker/hiker.rig.fbx"), "rb") as f:
+                poorer = f.read()
+            os.remove(os.path.join(tree, "hiker/hiker.rig.fbx"))
+            make_samples.hiker(("Walk",)).write(source)
+            host.execute("adopt", source, "--assets", tree)
+            packed()
+            line, = self.verify(assets=tree).lines
+            self.assertEqual((line["lostBones"], line["lostMillimetres"], line["droppedScale"]), ([], 0, []))
+            with open(os.path.join(tree, "hiker/hiker.rig.fbx"), "wb") as f:
+                f.write(poorer)
+            packed()
+            line, = self.verify(assets=tree, code=1).lines
+            self.assertEqual(line["lostBones"], [without])
+            self.assertGreater(line["lostMillimetres"], 1)
+            self.assertIn("motion of 1 bone did not come through: '%s'" % without, line["error"])
+
+        # Namespaces that the rig keeps and the take loses: nothing below the ground moves any more.
+        shutil.rmtree(tree)
+        shutil.rmtree(self.out)
+        marks = os.path.join(self.work, "marks.json")
+        rig = "assembly:/hiker.fbx?/hiker.rig"
+        with open(marks, "w", encoding="utf-8") as f:
+            json.dump({"nodes": {"Armature": {"IsGroundRoot": {"type": "bool", "value": True},
+                                              "IsRig": {"type": "bool", "value": True},
+                                              "GroundName": {"type": "KString", "value": "hiker"},
+                                              "RigResource": {"type": "KString", "value": rig}}},
+                       "takes": [{"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 30}]}, f)
+        os.makedirs(tree)
+        self.assertEqual(host.execute("mark", source, marks, os.path.join(tree, "hiker.fbx")).code, 0)
+        packed()
+        line, = self.verify(assets=tree, code=1).lines
+        self.assertEqual(sorted(line["lostBones"]), ["Head", "Hips", "LeftArm", "LeftLeg", "LeftUpLeg", "RightArm",
+                                                     "RightLeg", "RightUpLeg"])
+        self.assertEqual(line["droppedScale"], ["Armature"])
 
     def test_what_fails_alone(self):
         self.run_host("build", "assembly:/props", "assembly:/cameras")

@@ -167,7 +167,9 @@ TEST(BuildState, IndexKeepsWhatScansFound)
     const auto sources = state.ScannedSources();
     ASSERT_EQ(sources.size(), 2u);
     EXPECT_EQ(sources[0].stamp, (SFileStamp{true, 5, -6}));
-    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"});
+    state.KeepSources({"assembly:/a.fbx"}, {"assembly:/b."});
+    EXPECT_EQ(state.ScannedSources().size(), 2u) << "what could not be looked at is not gone";
+    state.KeepSources({"assembly:/a.fbx", "assembly:/c.fbx"}, {});
     SBuildRecord record;
     EXPECT_FALSE(state.Find("assembly:/b.fbx", record));
     state.Remove("assembly:/a.fbx");
