@@ -47,23 +47,25 @@ TEST(OldFile, Version5NamesChildrenAndHoldsChannels)
 {
     Record top;
     top.Add("FBXHeaderExtension").Add("FBXVersion", {I(5000)});
-    const auto model = [&top](const std::string& sName, double fX, std::vector<Value> children)
+    const auto model = [&top](const std::string& sName, const char* szAxis, double fPlace, std::vector<Value> children)
     {
         Record& record = top.Add("Model", {S(sName)});
         record.Add("Type", {S("Null")});
         Record& transform = record.Add("Channel", {S("Transform")});
-        transform.Add("Channel", {S("T")}).Add("Channel", {S("X")}).Add("Default", {D(fX)});
+        transform.Add("Channel", {S("T")}).Add("Channel", {S(szAxis)}).Add("Default", {D(fPlace)});
         if (!children.empty())
             record.Add("Children", std::move(children));
     };
-    model("inner", 3, {});
-    model("outer", 4, {S("inner"), S("nobody"), S("outer")});
+    model("inner", "X", 3, {});
+    model("outer", "X", 4, {S("inner"), S("nobody"), S("outer")});
+    model("side", "Y", 5, {});
     top.Add("Settings").Add("FrameRate", {S("15")});
     LoadedScene scene(Write(top, {3000})); // what such files have in their head
     ASSERT_TRUE(scene.IsLoaded()) << scene.Error();
     EXPECT_EQ(scene.Version(), 5000);
     EXPECT_EQ(scene.Node("inner").GetParent(), &scene.Node("outer"));
     EXPECT_EQ(scene.Node("inner").EvaluateGlobalTransform(FbxTime::Infinite()).t.x, 7.0);
+    EXPECT_TRUE(Near(scene.Node("side").EvaluateLocalTransform(FbxTime()).t, {0, 5, 0}, 0.0));
     EXPECT_EQ(scene->GetGlobalSettings().GetFrameRate(), 15.0);
     EXPECT_EQ(scene->GetGlobalSettings().GetAxisSystem(), FbxAxisSystem());
     EXPECT_EQ(scene->GetAnimStackCount(), 1u);
