@@ -89,7 +89,17 @@ TEST_F(AssetTreeTest, PathsBecomeIdentifiers)
 
 TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
 {
-    std::filesystem::create_directory_symlink(folder / "tree", folder / "tree/props/round");
+    folder.Write("outside/x/far.fbx", "");
+    const struct
+    {
+        const char* szTo;
+        const char* szLink;
+    } links[] = {{"tree", "props/round"},
+                 {"tree/props", "a link before its folder"},
+                 {"outside", "props/out"},
+                 {"outside/x", "props/out again"}};
+    for (const auto& link : links)
+        std::filesystem::create_directory_symlink(folder / link.szTo, folder / (std::string("tree/") + link.szLink));
     folder.Write("tree/props/\xe9.fbx", "no UTF-8");
     folder.Write("tree/settings.xml", "<Settings/>");
     folder.Write("tree/zdb.xml", "<?xml version='1.0'?><AnimationDatabase/>");
