@@ -74,7 +74,8 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
                       for (const SSourceScan::SSubResource& entry : result.scan.subResources)
                           found.push_back(entry.sId);
                       nFound += found.size();
-                  });
+                  },
+                  true);
     for (const std::string& sWord : misnamed)
         if (const auto it = m_found.find(sWord.substr(0, sWord.find('?'))); it != m_found.end())
             Report(ZHostSession::FailedScan(sWord, "names nothing that is built; " + ThereIs(it->second, sWord, {})));
@@ -86,7 +87,8 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
         m_watcher.Notice((m_files.size() == 1 ? "there is no take, rig or character in '" + m_files.front() + "'"
                                               : "there is no take, rig or character in any of the " +
                                                     std::to_string(m_files.size()) + " sources") +
-                         ": nothing is marked as one. 'animpack mark' marks a file that no exporter has marked");
+                         ": nothing is marked as one. 'animpack adopt' makes marked files of such as no exporter "
+                         "has marked, 'animpack mark' puts chosen marks on one");
 }
 
 /// All that is there, for what comes after it.
