@@ -36,7 +36,7 @@ class SamplesTest(unittest.TestCase):
 
     def test_tree_and_expected(self):
         self.make("make_samples.py", self.work)
-        for folder in ("assembly", "expected"):
+        for folder in ("assembly", "expected", "stock"):
             self.compare(os.path.join(self.work, folder), os.path.join(host.SAMPLES, folder))
 
     def test_bad(self):
