@@ -130,6 +130,11 @@ SFbxValue FbxDocument::Longs(const std::vector<int64_t>& numbers)
     return Array('l', numbers);
 }
 
+SFbxValue FbxDocument::Doubles(const std::vector<double>& numbers)
+{
+    return Array('d', numbers);
+}
+
 SFbxValue FbxDocument::Floats(const std::vector<float>& numbers)
 {
     return Array('f', numbers);

@@ -50,6 +50,7 @@ public:
     SFbxValue Text(std::string_view text);
     SFbxValue Ints(const std::vector<int32_t>& numbers);
     SFbxValue Longs(const std::vector<int64_t>& numbers);
+    SFbxValue Doubles(const std::vector<double>& numbers);
     SFbxValue Floats(const std::vector<float>& numbers);
     /// An object's name with its class, in the way of the file's kind.
     SFbxValue Name(std::string_view name, std::string_view className);

@@ -134,6 +134,7 @@ private:
             {
                 SAdopted result = ResultOf(named, nFile);
                 AddCharacterNotes(named, nFile, result);
+                result.messages.insert(result.messages.end(), named.rigMessages.begin(), named.rigMessages.end());
                 m_report(result);
             }
         }

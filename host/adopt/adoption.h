@@ -18,7 +18,8 @@ struct SAdoptSettings
     std::string sFolder; ///< below that; empty: the character's name
     std::string sName;   ///< of the character; empty: made of the files' names
     ERoot eRoot = ERoot::eChosen;
-    bool bDryRun = false; ///< nothing is written
+    bool bKeepGeometry = false; ///< meshes, with their skins and materials, come along
+    bool bDryRun = false;       ///< nothing is written
 };
 
 /// One take that was written; a rig, where a file has no take; or a file that was refused.

@@ -26,6 +26,7 @@ struct SNamedCharacter
     bool bRigStays = false;             ///< the rig that is there has all that is needed
     std::string sError;                 ///< it is refused
     std::map<TTake, std::string> takes; ///< names of its takes
+    std::vector<SMessage> rigMessages;  ///< of writing its rig
 };
 
 /// What is to come of the files: characters, and the names of all that is written. Names hold letters that identifiers

@@ -6,7 +6,9 @@
 #include "host/files/outputfile.h"
 #include "host/marking/marking.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
 
 namespace Host
 {
@@ -18,6 +20,7 @@ namespace Fs = std::filesystem;
 
 /// What a take may come to: bones times frames. Memory is 24 bytes for each, twice while it is written.
 constexpr int64_t MOST_KEYS = 20000000;
+constexpr int64_t MOST_FRAMES = 1000000; ///< as many as packing takes
 
 SPropertyMark FlagMark(const char* szName)
 {
@@ -41,15 +44,42 @@ SPlainScene SceneOf(const SNamedCharacter& named, const std::vector<SRigid>& res
     return scene;
 }
 
-void Finish(SPlainScene& scene, const SMarks& marks, FbxDocument& document)
+std::vector<int64_t> Finish(const SPlainScene& scene, const SMarks& marks, FbxDocument& document)
 {
     std::vector<std::string> warnings;
-    if (!MakeDocument(scene, document))
+    std::vector<int64_t> ids;
+    if (!MakeDocument(scene, document, &ids))
         throw ZRefusal(document.Error());
     ApplyMarks(marks, document, warnings);
+    return ids;
 }
 
 } // namespace
+
+void ZAdoptWriter::AddGeometry(const SNamedCharacter& named, size_t nFile, const SPlainScene& scene,
+                               const std::vector<int64_t>& ids, ZGeometry& geometry, FbxDocument& document,
+                               std::vector<SMessage>& messages) const
+{
+    if (!geometry.Load(m_plan.Settings().files[nFile]))
+    {
+        messages.push_back({ESeverity::eWarning, "its geometry can't be kept: " + geometry.Error()});
+        return;
+    }
+    std::vector<SRigid> world;
+    for (const SPlainNode& node : scene.nodes)
+        world.push_back(node.nParent >= 0 ? Compose(world[static_cast<size_t>(node.nParent)], node.rest) : node.rest);
+    const std::vector<int> nodes = NodesOfBones(named.character, m_plan.Found(), nFile);
+    std::map<int, ZGeometry::SBone> bones;
+    for (size_t n = 0; n < nodes.size(); ++n)
+        if (nodes[n] >= 0)
+            bones[nodes[n]] = {ids[n + 1], world[n + 1]};
+    if (named.character.bRootBone)
+        if (const int nRoot = NodeOfRoot(named.character, m_plan.Found(), nFile); nRoot >= 0)
+            bones.try_emplace(nRoot, ZGeometry::SBone{ids.front(), world.front()});
+    const auto isHere = [&](const SFoundSkeleton& found) { return found.nFile == nFile && !found.bOld; };
+    const bool bAlone = std::count_if(m_plan.Found().begin(), m_plan.Found().end(), isHere) == 1;
+    geometry.AddTo(document, bones, bAlone);
+}
 
 void ZAdoptWriter::Write(FbxDocument& document, const std::string& sPath) const
 {
@@ -72,7 +102,7 @@ void ZAdoptWriter::Write(FbxDocument& document, const std::string& sPath) const
         throw ZRefusal("'" + sPath + "': " + file.Error());
 }
 
-void ZAdoptWriter::WriteRig(const SNamedCharacter& named) const
+void ZAdoptWriter::WriteRig(SNamedCharacter& named) const
 {
     const ZAdoptedPose pose(named.character, nullptr, {}, -1);
     SPlainScene scene = SceneOf(named, pose.Rest());
@@ -81,7 +111,14 @@ void ZAdoptWriter::WriteRig(const SNamedCharacter& named) const
                            {FlagMark("IsGroundRoot"), FlagMark("IsRig"), TextMark("GroundName", named.sName),
                             TextMark("RigResource", named.sRigId)}});
     FbxDocument document;
-    Finish(scene, marks, document);
+    const std::vector<int64_t> ids = Finish(scene, marks, document);
+    const auto first = std::find_if(named.character.parts.begin(), named.character.parts.end(),
+                                    [this](size_t nPart) { return !m_plan.Found()[nPart].bOld; });
+    const size_t nFile = m_plan.Found()[*first].nFile;
+    ZSourceScene source;
+    ZGeometry geometry(source);
+    if (m_plan.Settings().bKeepGeometry && source.Load(m_plan.Settings().files[nFile]))
+        AddGeometry(named, nFile, scene, ids, geometry, document, named.rigMessages);
     Write(document, named.sRigPath);
 }
 
@@ -93,7 +130,7 @@ void ZAdoptWriter::WriteTake(const SNamedCharacter& named, const ZSourceScene& s
     const SSourceFile& file = m_plan.Files()[nFile];
     const SSourceFile::SStack& stack = file.stacks[nStack];
     const SCharacter& character = named.character;
-    if (stack.frames.Count() > MOST_KEYS / static_cast<int64_t>(result.nBones))
+    if (stack.frames.Count() > std::min(MOST_FRAMES, MOST_KEYS / static_cast<int64_t>(result.nBones)))
         throw ZRefusal("has " + std::to_string(stack.frames.Count()) + " frames of " + std::to_string(result.nBones) +
                        " bones, which is too much for a take");
     source.Scene().SetCurrentAnimStack(source.Scene().GetAnimStack(nStack));
@@ -141,7 +178,10 @@ void ZAdoptWriter::WriteTake(const SNamedCharacter& named, const ZSourceScene& s
     if (!m_plan.IsAmong(named, nFile, stack.moving))
         result.messages.push_back({ESeverity::eWarning, "nothing moves in the stack '" + stack.sName + "'"});
     FbxDocument document;
-    Finish(scene, marks, document);
+    const std::vector<int64_t> ids = Finish(scene, marks, document);
+    ZGeometry geometry(source);
+    if (m_plan.Settings().bKeepGeometry)
+        AddGeometry(named, nFile, scene, ids, geometry, document, result.messages);
     Write(document, result.sWritten);
 }
 

@@ -2,6 +2,8 @@
 
 #include "fbx/file/fbxdocument.h"
 #include "host/adopt/adoptplan.h"
+#include "host/adopt/geometry.h"
+#include "host/adopt/plainscene.h"
 
 namespace Host
 {
@@ -13,12 +15,17 @@ class ZAdoptWriter
 public:
     explicit ZAdoptWriter(const ZAdoptPlan& plan) : m_plan(plan) {}
 
-    void WriteRig(const SNamedCharacter& named) const;
+    /// With the geometry of a source, when it is to be kept.
+    void WriteRig(SNamedCharacter& named) const;
     /// The stack becomes the source's current one. Fills in what the result says of a take.
     void WriteTake(const SNamedCharacter& named, const ZSourceScene& source, SNamedCharacter::TTake take,
                    SAdopted& result) const;
 
 private:
+    /// Puts a source's geometry on the bones of a document; why that cannot be done is told.
+    void AddGeometry(const SNamedCharacter& named, size_t nFile, const SPlainScene& scene,
+                     const std::vector<int64_t>& ids, ZGeometry& geometry, FbxDocument& document,
+                     std::vector<SMessage>& messages) const;
     void Write(FbxDocument& document, const std::string& sPath) const;
 
     const ZAdoptPlan& m_plan;

@@ -106,6 +106,8 @@ public:
         Definitions();
     }
 
+    const std::vector<int64_t>& Ids() const { return m_nodes; }
+
 private:
     using TValues = std::vector<SFbxValue>;
 
@@ -324,11 +326,14 @@ void DropIdleKeys(SPlainNode& node)
     drop(node.rotation, FbxToEuler(node.rest.q, EFbxRotationOrder::eXYZ));
 }
 
-bool MakeDocument(const SPlainScene& scene, FbxDocument& document)
+bool MakeDocument(const SPlainScene& scene, FbxDocument& document, std::vector<int64_t>* pIds)
 {
     if (!document.LoadFromMemory(FRAME, sizeof FRAME - 1) || !document.SetFormat(true, 7400))
         return false;
-    ZDocumentMaker(scene, document).Make();
+    ZDocumentMaker maker(scene, document);
+    maker.Make();
+    if (pIds != nullptr)
+        *pIds = maker.Ids();
     return true;
 }
 

@@ -42,7 +42,8 @@ void AddKey(SPlainNode& node, const SRigid& local);
 void DropIdleKeys(SPlainNode& node);
 
 /// Makes the scene's document, version 7.4, binary. The document must be new. The same scene gives the same bytes.
-bool MakeDocument(const SPlainScene& scene, FbxDocument& document);
+/// `pIds` takes the numbers of the nodes' objects.
+bool MakeDocument(const SPlainScene& scene, FbxDocument& document, std::vector<int64_t>* pIds = nullptr);
 
 /// Who wrote a file of ours, as files tell it in their head.
 constexpr const char ADOPTED_CREATOR[] = "animpack adopt";

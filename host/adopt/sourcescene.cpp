@@ -59,6 +59,7 @@ bool ZSourceScene::Load(const std::string& sPath)
         m_sError = pImporter->GetErrorText();
         return false;
     }
+    m_axes = m_pScene->GetGlobalSettings().GetAxisSystem();
     FbxAxisSystem::ZUpMinusYFront().ConvertScene(m_pScene);
     m_skins.resize(m_pScene->GetNodeCount());
     ReadRecords(sPath);

@@ -25,6 +25,8 @@ public:
     FbxScene& Scene() const { return *m_pScene; }
     /// Centimetres that a unit of the file's lengths has.
     double Unit() const;
+    /// That it was in before.
+    const FbxAxisSystem& Axes() const { return m_axes; }
     /// By node: numbers of the skins that it moves, ascending.
     const std::vector<std::vector<int>>& SkinsOfNodes() const { return m_skins; }
 
@@ -48,6 +50,7 @@ private:
     };
     std::unique_ptr<FbxManager, SManagerEnd> m_pManager;
     FbxScene* m_pScene;
+    FbxAxisSystem m_axes;
     std::string m_sError;
     std::vector<std::vector<int>> m_skins;
     std::vector<SConstraint> m_constraints;

@@ -64,18 +64,19 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
         jobs.push_back({SJob::eScan, sWord.substr(0, sWord.find('?'))});
     bool bAllGood = sources.unreadable.empty();
     size_t nFound = 0;
-    m_session.Run(jobs,
-                  [&](const SJobResult& result)
-                  {
-                      bAllGood &= result.IsGood();
-                      if (!result.IsGood())
-                          return Report(result);
-                      std::vector<std::string>& found = m_found[result.job.sId];
-                      for (const SSourceScan::SSubResource& entry : result.scan.subResources)
-                          found.push_back(entry.sId);
-                      nFound += found.size();
-                  },
-                  true);
+    m_session.Run(
+        jobs,
+        [&](const SJobResult& result)
+        {
+            bAllGood &= result.IsGood();
+            if (!result.IsGood())
+                return Report(result);
+            std::vector<std::string>& found = m_found[result.job.sId];
+            for (const SSourceScan::SSubResource& entry : result.scan.subResources)
+                found.push_back(entry.sId);
+            nFound += found.size();
+        },
+        true);
     for (const std::string& sWord : misnamed)
         if (const auto it = m_found.find(sWord.substr(0, sWord.find('?'))); it != m_found.end())
             Report(ZHostSession::FailedScan(sWord, "names nothing that is built; " + ThereIs(it->second, sWord, {})));

@@ -16,6 +16,7 @@ int RunAdopt(const SOptions& options, ZConsole& console)
     settings.sFolder = options.sFolder;
     settings.sName = options.sName;
     settings.eRoot = options.eRoot;
+    settings.bKeepGeometry = options.bKeepGeometry;
     settings.bDryRun = options.bDryRun;
     const SAdoptSummary summary = Adopt(settings,
                                         [&](const SAdopted& result)

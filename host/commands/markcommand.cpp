@@ -70,7 +70,9 @@ int RunMark(const SOptions& options, ZConsole& console)
     }
     catch (const ZMarksError& e)
     {
-        return fail(sMarks, e.what());
+        for (const std::string& sFault : e.Faults())
+            fail(sMarks, sFault);
+        return eExit_AssetsFailed;
     }
     for (const std::string& sWarning : warnings)
         console.Diagnostic(ESeverity::eWarning, sMarks, sWarning);

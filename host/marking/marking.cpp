@@ -1,9 +1,11 @@
 #include "host/marking/marking.h"
 
+#include "fbx/file/fbxobjectname.h"
 #include "host/text/jsonwriter.h"
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace Host
 {
@@ -156,18 +158,48 @@ private:
     std::vector<std::string>& m_warnings;
 };
 
+/// Takes lose the namespaces of their bones and rigs keep them: without any, the two meet.
+void StripNamespaces(FbxDocument& document, std::vector<std::string>& warnings)
+{
+    if (document.GetVersion() < 7000)
+        throw ZMarksError("/stripNamespaces: files before version 7 tell their nodes apart by these names");
+    std::set<std::string> names;
+    std::set<std::string> twice;
+    const SFbxRecord* pObjects = document.Root().Find("Objects");
+    for (SFbxRecord* p = pObjects ? pObjects->pChild : nullptr; p; p = p->pNext)
+    {
+        if (!p->Is("Model"))
+            continue;
+        const std::string sName(FbxSplitName(p->Text(1)).name);
+        const std::string sBare = sName.substr(sName.rfind(':') + 1);
+        if (!names.insert(sBare).second)
+            twice.insert(sBare);
+        if (sBare == sName)
+            continue;
+        std::vector<SFbxValue> values(p->pValues, p->pValues + p->nValues);
+        values[1] = document.Name(sBare, "Model");
+        document.SetValues(*p, values);
+    }
+    for (const std::string& sName : twice)
+        warnings.push_back("/stripNamespaces: there are several nodes '" + sName + "' now");
+}
+
 } // namespace
 
 void ApplyMarks(const SMarks& marks, FbxDocument& document, std::vector<std::string>& warnings)
 {
     warnings = marks.warnings;
+    if (marks.bStripNamespaces)
+        StripNamespaces(document, warnings);
     ZMarker marker(document, warnings);
+    ZMarksFaults faults;
     if (!marks.sStack.empty())
-        marker.ChooseStack(marks.sStack);
+        faults.Try([&] { marker.ChooseStack(marks.sStack); });
     for (const SNodeMarks& node : marks.nodes)
-        marker.Mark(node);
+        faults.Try([&] { marker.Mark(node); });
     for (size_t n = 0; n < marks.takes.size(); ++n)
-        marker.AddTake(marks.takes[n], n);
+        faults.Try([&] { marker.AddTake(marks.takes[n], n); });
+    faults.Finish();
     marker.CheckGrounds(marks);
     marker.Finish();
 }

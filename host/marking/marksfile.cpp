@@ -1,6 +1,7 @@
 #include "host/marking/marksfile.h"
 
 #include "fbx/scene/fbxtransform.h"
+#include "host/text/words.h"
 
 #include <nlohmann/json.hpp>
 
@@ -98,6 +99,13 @@ std::string NameOf(const TJson& json, const std::string& sPlace)
     return sName;
 }
 
+bool FlagOf(const TJson& json, const std::string& sPlace)
+{
+    if (!json.is_boolean())
+        Fail(sPlace, "must be true or false, not " + KindOf(json));
+    return json.get<bool>();
+}
+
 double NumberOf(const TJson& json, const std::string& sPlace)
 {
     if (!json.is_number())
@@ -170,10 +178,8 @@ SPropertyMark ReadProperty(const std::string& sName, const TJson& json, const st
     const std::string sValue = sPlace + "/value";
     if (type.letter == 'S')
         mark.sText = TextOf(value, sValue);
-    else if (type.bFlag && !value.is_boolean())
-        Fail(sValue, "must be true or false, not " + KindOf(value));
     else if (type.bFlag)
-        mark.numbers = {value.get<bool>() ? 1.0 : 0.0};
+        mark.numbers = {FlagOf(value, sValue) ? 1.0 : 0.0};
     else if (type.letter == 'I')
         mark.numbers = {static_cast<double>(IntegerOf(value, sValue))};
     else if (type.nValues == 1)
@@ -240,6 +246,76 @@ std::string Folded(std::string sText)
     return sText;
 }
 
+/// What the pipeline looks for on nodes, and of what type.
+constexpr struct
+{
+    std::string_view name;
+    std::string_view type;
+} LOOKED_FOR[] = {{"IsGroundRoot", "bool"},  {"IsAttachRoot", "bool"},   {"IsRig", "bool"},
+                  {"GroundName", "KString"}, {"RigResource", "KString"}, {"RootObjectNames", "KString"}};
+
+/// A type that reading would refuse is a fault; a name that is nearly one of these is told.
+void CheckLookedFor(const SPropertyMark& mark, const std::string& sPlace, std::vector<std::string>& warnings)
+{
+    std::vector<std::string> names;
+    for (const auto& known : LOOKED_FOR)
+    {
+        names.emplace_back(known.name);
+        if (ToLower(known.name) != ToLower(mark.sName))
+            continue;
+        if (!mark.bRemove && ToLower(known.type) != ToLower(mark.type))
+            Fail(sPlace + "/type",
+                 "'" + mark.sName + "' is read as " + std::string(known.type) + ", not as " + std::string(mark.type));
+        return;
+    }
+    if (const std::string sNear = NearestName(mark.sName, names); !sNear.empty())
+        warnings.push_back(sPlace + ": nothing looks for '" + mark.sName + "'; did you mean '" + sNear + "'?");
+}
+
+void ReadNodes(const TJson& nodes, SMarks& marks, ZMarksFaults& faults)
+{
+    RequireObject(nodes, "/nodes", {});
+    for (const auto& [sNode, properties] : nodes.items())
+    {
+        const std::string sPlace = "/nodes" + JsonStep(sNode);
+        SNodeMarks node{sNode, {}};
+        faults.Try(
+            [&, &sProperties = properties]
+            {
+                RequireObject(sProperties, sPlace, {});
+                std::set<std::string> names;
+                for (const auto& [sName, property] : sProperties.items())
+                    faults.Try(
+                        [&, &sKey = sName, &value = property]
+                        {
+                            const std::string sWhere = sPlace + JsonStep(sKey);
+                            node.properties.push_back(ReadProperty(sKey, value, sWhere));
+                            CheckLookedFor(node.properties.back(), sWhere, marks.warnings);
+                            if (!names.insert(Folded(sKey)).second)
+                                Fail(sWhere, "properties that differ in case alone are taken for one");
+                        });
+            });
+        marks.nodes.push_back(std::move(node));
+    }
+}
+
+void ReadTakes(const TJson& takes, SMarks& marks, ZMarksFaults& faults)
+{
+    if (!takes.is_array())
+        Fail("/takes", "must be an array, not " + KindOf(takes));
+    std::set<std::string> names;
+    for (size_t n = 0; n < takes.size(); ++n)
+        faults.Try(
+            [&]
+            {
+                const std::string sPlace = "/takes/" + std::to_string(n);
+                marks.takes.push_back(ReadTake(takes[n], sPlace));
+                if (!names.insert(Folded(marks.takes.back().sName)).second)
+                    Fail(sPlace + "/name",
+                         "there are two takes '" + marks.takes.back().sName + "'; case does not tell them apart");
+            });
+}
+
 /// The parser keeps the last of equal keys without a word; that would drop a node's marks.
 TJson Parse(std::string_view text)
 {
@@ -289,43 +365,19 @@ SMarks ReadMarks(std::string_view text)
     SMarks marks;
     // Further in an unknown key is a slip of the pen; here it may be another tool's, which shares the file.
     for (const auto& [sKey, value] : json.items())
-        if (sKey != "$schema" && sKey != "stack" && sKey != "nodes" && sKey != "takes")
-            marks.warnings.push_back(JsonStep(sKey) + ": is passed over; known are $schema, stack, nodes, takes");
+        if (sKey != "$schema" && sKey != "stack" && sKey != "stripNamespaces" && sKey != "nodes" && sKey != "takes")
+            marks.warnings.push_back(JsonStep(sKey) +
+                                     ": is passed over; known are $schema, stack, stripNamespaces, nodes, takes");
+    ZMarksFaults faults;
     if (json.contains("stack"))
-        marks.sStack = NameOf(json["stack"], "/stack");
+        faults.Try([&] { marks.sStack = NameOf(json["stack"], "/stack"); });
+    if (json.contains("stripNamespaces"))
+        faults.Try([&] { marks.bStripNamespaces = FlagOf(json["stripNamespaces"], "/stripNamespaces"); });
     if (json.contains("nodes"))
-    {
-        RequireObject(json["nodes"], "/nodes", {});
-        for (const auto& [sNode, properties] : json["nodes"].items())
-        {
-            const std::string sPlace = "/nodes" + JsonStep(sNode);
-            RequireObject(properties, sPlace, {});
-            SNodeMarks node{sNode, {}};
-            std::set<std::string> names;
-            for (const auto& [sName, property] : properties.items())
-            {
-                node.properties.push_back(ReadProperty(sName, property, sPlace + JsonStep(sName)));
-                if (!names.insert(Folded(sName)).second)
-                    Fail(sPlace + JsonStep(sName), "properties that differ in case alone are taken for one");
-            }
-            marks.nodes.push_back(std::move(node));
-        }
-    }
+        faults.Try([&] { ReadNodes(json["nodes"], marks, faults); });
     if (json.contains("takes"))
-    {
-        const TJson& takes = json["takes"];
-        if (!takes.is_array())
-            Fail("/takes", "must be an array, not " + KindOf(takes));
-        std::set<std::string> names;
-        for (size_t n = 0; n < takes.size(); ++n)
-        {
-            const std::string sPlace = "/takes/" + std::to_string(n);
-            marks.takes.push_back(ReadTake(takes[n], sPlace));
-            if (!names.insert(Folded(marks.takes.back().sName)).second)
-                Fail(sPlace + "/name",
-                     "there are two takes '" + marks.takes.back().sName + "'; case does not tell them apart");
-        }
-    }
+        faults.Try([&] { ReadTakes(json["takes"], marks, faults); });
+    faults.Finish();
     return marks;
 }
 

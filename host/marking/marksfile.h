@@ -43,20 +43,57 @@ struct STakeMark
 struct SMarks
 {
     std::string sStack;            ///< the anim stack that the takes are ranges of; empty: the file's current one
+    bool bStripNamespaces = false; ///< first of all; the names below are those without
     std::vector<SNodeMarks> nodes; ///< by name, and their properties too
     std::vector<STakeMark> takes;  ///< in the file's order
     std::vector<std::string> warnings;
 };
 
-/// The message begins with the place: "/takes/0/endFrame: ...", or names the line where the text is no JSON.
+/// Each fault begins with its place: "/takes/0/endFrame: ...", or names the line where the text is no JSON.
 class ZMarksError : public std::runtime_error
 {
 public:
-    using std::runtime_error::runtime_error;
+    explicit ZMarksError(const std::string& sFault) : std::runtime_error(sFault), m_faults{sFault} {}
+    /// At least one; what() is the first.
+    explicit ZMarksError(std::vector<std::string> faults)
+        : std::runtime_error(faults.front()), m_faults(std::move(faults))
+    {
+    }
+    const std::vector<std::string>& Faults() const { return m_faults; }
+
+private:
+    std::vector<std::string> m_faults;
 };
 
-/// Bounded by the text: a property has sixteen numbers at most. ZMarksError for everything that is not as it should be;
-/// a key at the top that means nothing is a warning.
+/// Takes steps that may have faults, one after the other, so that all of them are told and not only the first.
+class ZMarksFaults
+{
+public:
+    template <class TStep>
+    void Try(TStep step)
+    {
+        try
+        {
+            step();
+        }
+        catch (const ZMarksError& e)
+        {
+            m_faults.insert(m_faults.end(), e.Faults().begin(), e.Faults().end());
+        }
+    }
+    /// ZMarksError when there was one.
+    void Finish()
+    {
+        if (!m_faults.empty())
+            throw ZMarksError(std::move(m_faults));
+    }
+
+private:
+    std::vector<std::string> m_faults;
+};
+
+/// Bounded by the text: a property has sixteen numbers at most. ZMarksError with all that is not as it should be; a key
+/// at the top that means nothing is a warning, and so is a property that the pipeline looks for under another spelling.
 SMarks ReadMarks(std::string_view text);
 
 /// A step of a place in a JSON document: "/" and the key, with what has a meaning there escaped.

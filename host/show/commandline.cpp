@@ -89,7 +89,7 @@ motion was lost. Partial takes, helper bones and scale are left out on purpose.
 
 constexpr const char ADOPT_HELP[] = R"(
 Writes FOLDER/NAME.rig.fbx, and FOLDER/NAME_STACK.fbx for each animated stack with a take over all of it: plain nodes in
-centimetres without namespaces or scale, one key a frame. The files named are only read.
+centimetres without namespaces or scale, one key a frame. The files named are only read. docs/adopting.md tells more.
 
 Examples:
   animpack adopt ~/Downloads/hero.fbx --assets art
@@ -309,6 +309,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
                      "Where the way of a character goes: to a ground that follows the hips on the floor, nowhere, or "
                      "with the file's own root [default: keep where that moves, else floor]")
         ->check(CLI::IsMember({"floor", "static", "keep"}));
+    pAdopt->add_flag("--keep-geometry", options.bKeepGeometry, "Meshes with skins, materials and textures come along");
     pAdopt->add_flag("--dry-run", options.bDryRun, "Tell all of it and write nothing");
     pAdopt->footer(ADOPT_HELP);
 

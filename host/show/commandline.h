@@ -57,6 +57,7 @@ struct SOptions
     std::string sFolder; ///< below --assets; empty: the character's name
     std::string sName;   ///< empty: made of the files' names
     ERoot eRoot = ERoot::eChosen;
+    bool bKeepGeometry = false;
     bool bDryRun = false;
 
     // Of verify; infinite: no bound.

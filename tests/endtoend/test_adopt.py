@@ -93,6 +93,11 @@ class AdoptTest(host.HostTest):
         self.run_host("verify", "--max-mm", "0.5", assets=self.tree)
         for line in lines:
             self.assertLess(self.compare(line), 0.2)
+        kinds = lambda path: [n["type"] for n in host.execute("scene", path, "--json").lines[0]["nodes"]]
+        self.assertNotIn("Mesh", kinds(lines[1]["written"]))
+        kept = self.adopt(HIKER, "--keep-geometry", "--to", "kept")
+        self.assertIn("Mesh", kinds(kept[1]["written"]))
+        self.assertLess(self.compare(kept[1]), 0.2)
 
     def test_where_the_way_goes(self):
         """The walk goes a metre and a half straight to the front; whatever carries that, bones stay where they are."""

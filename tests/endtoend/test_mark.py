@@ -40,6 +40,19 @@ class MarkTest(host.HostTest):
         shown = self.run_host("inspect", packed["file"], assets=tree, out=os.path.join(self.work, "a")).lines[-1]
         self.assertEqual((shown["animation"]["frameCount"], shown["animation"]["boneCount"]), (20, 1))
 
+    def test_namespaces_stripped(self):
+        """The rig keeps a namespace that the take loses: without it every bone of the take is in the rig."""
+        sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
+        tree = os.path.join(self.work, "assembly")
+        ground = dict(GROUND, GroundName={"type": "KString", "value": "hiker"},
+                      RigResource={"type": "KString", "value": "assembly:/hiker.fbx?/hiker.rig"})
+        take = {"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 30, "partialList": ["Hips", "Head"]}
+        for strip, packs in ((False, False), (True, True)):
+            marks = {"stack": "Armature|Walk", "stripNamespaces": strip, "nodes": {"Armature": ground}, "takes": [take]}
+            self.mark(sample, marks, os.path.join(tree, "hiker.fbx"))
+            result = self.run_host("build", "--force", assets=tree)
+            self.assertEqual(result.code == 0 and "not in the rig" not in str(result.messages), packs, result)
+
     def test_faults(self):
         sample = os.path.join(host.TREE, "props/lever.fbx")
         target = os.path.join(self.work, "out.fbx")

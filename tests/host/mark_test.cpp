@@ -127,6 +127,9 @@ TEST(Marks, FaultsNameTheirPlace)
         {R"({"nodes": {"a": {"P": {"type": "bool", "value": true, "flag": "U"}}}})",
          "/nodes/a/P/flag: there is no such key"},
         {R"({"nodes": {"a": {"IsRig": null, "isrig": null}}})", "/nodes/a/isrig: properties that differ in case"},
+        {R"({"nodes": {"a": {"isrig": {"type": "KString", "value": "yes"}}}})",
+         "/nodes/a/isrig/type: 'isrig' is read as bool, not as KString"},
+        {R"({"stripNamespaces": 1})", "/stripNamespaces: must be true or false, not 1"},
         {R"({"takes": [{"ground": "g", "name": "w", "endFrame": 1}]})", "/takes/0: the key 'startFrame' is missing"},
         {R"({"takes": [{"ground": "g", "name": "w", "startFrame": 2, "endFrame": 1}]})",
          "/takes/0/endFrame: frame 1 lies before the first one, 2"},
@@ -146,6 +149,20 @@ TEST(Marks, FaultsNameTheirPlace)
     };
     for (const auto& [szMarks, szError] : cases)
         EXPECT_EQ(ErrorOf(szMarks).substr(0, std::string_view(szError).size()), szError) << szMarks;
+    // All of them, not the first one alone.
+    try
+    {
+        ReadMarks(R"({"stack": "", "nodes": {"a": {"P": 1, "Q": {"type": "x"}}}, "takes": [{}, {"ground": ""}]})");
+        FAIL();
+    }
+    catch (const ZMarksError& e)
+    {
+        EXPECT_EQ(e.Faults().size(), 5u);
+    }
+    const SMarks misspelt = ReadMarks(R"({"nodes": {"a": {"IsGroundRot": {"type": "bool", "value": true}}}})");
+    ASSERT_EQ(misspelt.warnings.size(), 1u);
+    EXPECT_EQ(misspelt.warnings[0],
+              "/nodes/a/IsGroundRot: nothing looks for 'IsGroundRot'; did you mean 'IsGroundRoot'?");
     EXPECT_EQ(ErrorOf(GOOD), "none");
     EXPECT_EQ(ErrorOf("{}"), "none");
     // Nested as deep as a text can be, in bounded memory and without recursion.
@@ -282,7 +299,7 @@ TEST(Marks, FaultsLeaveTheOutputAlone)
         {R"({"nodes": {"hips": {}}})", "/nodes/hips: there is no node 'hips'; did you mean 'ns:Hips'?", true},
         {R"({"nodes": {"goround": {}}})", "did you mean 'ground'?", true},
         {R"({"nodes": {"elsewhere": {}}})", "there is no node 'elsewhere'\n", true},
-        {R"({"node": {}})", "/node: is passed over; known are $schema, stack, nodes, takes\n", false},
+        {R"({"node": {}})", "/node: is passed over; known are $schema, stack, stripNamespaces, nodes, takes\n", false},
         {R"({"takes": [{"ground": "Ground", "name": "w", "startFrame": 0, "endFrame": 1}]})",
          "/takes/0/ground: there is no node 'Ground'; did you mean 'ground'?", true},
         {R"({"takes": [{"ground": "cam", "node": "ns:Hips", "name": "w", "startFrame": 0, "endFrame": 1}]})",
