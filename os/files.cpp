@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -117,6 +118,14 @@ void RemoveFile(const std::string& sPath)
 bool RemoveEmptyFolder(const std::string& sPath)
 {
     return ::rmdir(sPath.c_str()) == 0;
+}
+
+uint64_t MostOpenFiles()
+{
+    struct rlimit limit
+    {
+    };
+    return ::getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : 1024;
 }
 
 bool IsOutOfFiles(const std::error_code& error)

@@ -67,6 +67,8 @@ std::error_code RenameFile(const std::string& sFrom, const std::string& sTo);
 void RemoveFile(const std::string& sPath);
 /// False when it is none, or anything is in it.
 bool RemoveEmptyFolder(const std::string& sPath);
+/// How many files this process may have open.
+uint64_t MostOpenFiles();
 /// For lack of room in the table of open files, which closing some cures.
 bool IsOutOfFiles(const std::error_code& error);
 

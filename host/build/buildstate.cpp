@@ -116,6 +116,11 @@ bool ZBuildState::Open(const std::string& sPath, bool bMake, std::string& sWhy)
     const auto fail = [&]
     {
         sWhy = pDatabase != nullptr ? sqlite3_errmsg(pDatabase) : "out of memory";
+        const int nCode = pDatabase != nullptr ? sqlite3_errcode(pDatabase) : SQLITE_NOMEM;
+        // All else is the fault of the disk, its owner or another process, and the file may be as good as ever.
+        if (bMake && nCode != SQLITE_CORRUPT && nCode != SQLITE_NOTADB && nCode != SQLITE_ERROR)
+            throw ZHostError("the build state '" + sPath + "' can't be used: " + sWhy,
+                             "is there room on the disk, and may it be written to? --out names another folder");
         return false;
     };
     if (nOpened != SQLITE_OK)
@@ -274,17 +279,17 @@ void ZBuildState::Save(const SBuildRecord& record)
         sParameters.append(sParameters.empty() ? "" : "|").append(parameter.View());
     m_pSave->Text(record.sId).Text(record.sComponent).Text(record.sTools).Text(sPlatform).Text(sParameters);
     m_pSave->Text(record.sFile).Unsigned(record.stamp.nSize).Integer(record.stamp.nTime).Unsigned(record.nHash);
-    bool bGood = m_pSave->Run();
+    if (!m_pSave->Run())
+        Fail("the build state can't be written");
     int64_t nPosition = 0;
     for (const SDependency& dependency : record.dependencies)
     {
         m_pSaveDependency->Text(record.sId).Integer(nPosition++).Text(dependency.sId);
         m_pSaveDependency->Integer(dependency.eKind == SDependency::eDerived).Integer(dependency.stamp.bExists);
         m_pSaveDependency->Unsigned(dependency.stamp.nSize).Integer(dependency.stamp.nTime).Unsigned(dependency.nHash);
-        bGood = bGood && m_pSaveDependency->Run();
+        if (!m_pSaveDependency->Run())
+            Fail("the build state can't be written");
     }
-    if (!bGood)
-        Fail("the build state can't be written");
 }
 
 void ZBuildState::Save(const SBuildRecord& record, const SSourceScan& scan)
@@ -351,6 +356,15 @@ bool ZBuildState::FindScan(const SBuildRecord& record, SSourceScan& scan)
     if (!m_pIndex->Find(record.sId, scan, bFound))
         Fail("the scan index can't be read");
     return bFound && HashOfScan(scan) == record.nHash;
+}
+
+bool ZBuildState::FindScanNames(const SBuildRecord& record, SSourceScan& scan)
+{
+    bool bFound = false;
+    Begin();
+    if (!m_pIndex->FindNames(record.sId, scan, bFound))
+        Fail("the scan index can't be read");
+    return bFound;
 }
 
 std::vector<ZScanIndex::SSource> ZBuildState::ScannedSources()

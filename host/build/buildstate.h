@@ -59,6 +59,8 @@ public:
 
     /// What a scan found, if that is all there and as it was saved.
     bool FindScan(const SBuildRecord& record, SSourceScan& scan);
+    /// The same with the identifiers of sub-resources alone, and without a look at the rest.
+    bool FindScanNames(const SBuildRecord& record, SSourceScan& scan);
     std::vector<ZScanIndex::SSource> ScannedSources();
     /// Forgets scanned sources that are not on the list, which is sorted, nor below one of the folders.
     void KeepSources(const std::vector<std::string>& sources, const std::vector<std::string>& folders);

@@ -1,9 +1,11 @@
 #include "host/build/joblines.h"
 
+#include "host/text/jsonwriter.h"
+
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <nlohmann/json.hpp>
+#include <unordered_map>
 
 namespace Host
 {
@@ -116,6 +118,112 @@ private:
     bool m_bGood = true;
 };
 
+/// Identifiers and property texts as every reader takes them: names in files are any bytes.
+std::string Utf8Of(const std::string& sText)
+{
+    if (IsUtf8(sText))
+        return sText;
+    std::string sClean;
+    for (std::string_view rest = sText; !rest.empty();)
+    {
+        const size_t nLength = Utf8SequenceLength(rest);
+        sClean += nLength != 0 ? rest.substr(0, nLength) : std::string_view("\xef\xbf\xbd");
+        rest.remove_prefix(std::max<size_t>(nLength, 1));
+    }
+    return sClean;
+}
+
+/// What a scan said. Characters refer to the same resources over and over, so each text stands once.
+class ZScanWriter
+{
+public:
+    explicit ZScanWriter(ZFieldWriter& fields) : m_fields(fields) {}
+
+    void Write(const SSourceScan& scan)
+    {
+        m_fields.Text(Utf8Of(scan.sSource)).Text(Utf8Of(scan.sError));
+        References(scan.references);
+        Properties(scan.properties);
+        m_fields.Number(scan.subResources.size());
+        for (const SSourceScan::SSubResource& entry : scan.subResources)
+        {
+            m_fields.Text(Utf8Of(entry.sId)).Text(Utf8Of(entry.sSource));
+            References(entry.references);
+            Properties(entry.properties);
+        }
+    }
+
+private:
+    void References(const std::vector<std::string>& references)
+    {
+        m_fields.Number(references.size());
+        for (const std::string& sId : references)
+        {
+            const auto [it, bNew] = m_known.try_emplace(sId, m_known.size());
+            m_fields.Number(it->second);
+            if (bNew)
+                m_fields.Text(Utf8Of(sId));
+        }
+    }
+    void Properties(const SSourceScan::TProperties& properties)
+    {
+        m_fields.Number(properties.size());
+        for (const auto& [sKey, sValue] : properties)
+            m_fields.Text(Utf8Of(sKey)).Text(Utf8Of(sValue));
+    }
+
+    ZFieldWriter& m_fields;
+    std::unordered_map<std::string_view, size_t> m_known;
+};
+
+class ZScanReader
+{
+public:
+    explicit ZScanReader(ZFieldReader& fields) : m_fields(fields) {}
+
+    void Read(SSourceScan& scan)
+    {
+        scan = {};
+        scan.sSource = m_fields.Text();
+        scan.sError = m_fields.Text();
+        References(scan.references);
+        Properties(scan.properties);
+        for (size_t n = m_fields.Count(); n-- > 0;)
+        {
+            SSourceScan::SSubResource& entry = scan.subResources.emplace_back();
+            entry.sId = m_fields.Text();
+            entry.sSource = m_fields.Text();
+            References(entry.references);
+            Properties(entry.properties);
+        }
+    }
+
+private:
+    void References(std::vector<std::string>& references)
+    {
+        const size_t nCount = m_fields.Count();
+        references.reserve(nCount);
+        for (size_t n = 0; n < nCount; ++n)
+        {
+            const size_t nText = m_fields.Number<size_t>(0, m_known.size());
+            if (nText == m_known.size())
+                m_known.push_back(m_fields.Text());
+            references.push_back(m_known[nText]);
+        }
+    }
+    void Properties(SSourceScan::TProperties& properties)
+    {
+        for (size_t n = m_fields.Count(); n-- > 0;)
+        {
+            std::string sKey = m_fields.Text();
+            properties.insert_or_assign(std::move(sKey), m_fields.Text());
+        }
+    }
+
+    ZFieldReader& m_fields;
+    std::vector<std::string> m_known;
+};
+
 constexpr char KINDS[] = {'j', 'a', 'm', 'n', 'r', 'p', 'd'}; // in the order of SLine::EKind
 
 char Letter(SLine::EKind eKind)
@@ -182,7 +290,7 @@ std::string EncodeResult(const SJobResult& result)
             .Text(dependency.sId)
             .Stamp(dependency.stamp, dependency.nHash);
     if (bScan)
-        fields.Text(ScanLine(result.scan));
+        ZScanWriter(fields).Write(result.scan);
     return fields.Take();
 }
 
@@ -234,10 +342,7 @@ bool DecodeLine(std::string_view text, SLine& line)
     case SLine::eResult:
         ReadResult(fields, line.result);
         if (line.result.job.eKind == SJob::eScan)
-        {
-            const nlohmann::json scan = nlohmann::json::parse(fields.Text(), nullptr, false);
-            return fields.Good() && !scan.is_discarded() && ReadSourceScan(scan, line.result.scan);
-        }
+            ZScanReader(fields).Read(line.result.scan);
         break;
     case SLine::ePublish:
         for (size_t n = fields.Count(); n-- > 0;)

@@ -32,18 +32,45 @@ public:
     }
     void OnResult(const SJobResult& result) override
     {
-        m_channel.Queue(EncodeResult(result));
+        std::string sLine = EncodeResult(result);
+        if (sLine.size() >= ZLineChannel::LONGEST_LINE)
+        {
+            const std::string sWhy = "what it holds takes " + std::to_string(sLine.size() >> 20) +
+                                     " MB to tell, and no more than " +
+                                     std::to_string(ZLineChannel::LONGEST_LINE >> 20) + " MB are handled";
+            m_channel.Queue(EncodeMessage({ESeverity::eError, sWhy}));
+            SJobResult failed;
+            failed.job = result.job;
+            failed.scan.sSource = result.scan.sSource;
+            failed.scan.sError = sWhy;
+            sLine = EncodeResult(failed);
+        }
+        m_channel.Queue(sLine);
         Flush();
     }
     SAnswer OnNeed(const std::string& sId) override
     {
         std::string sText;
         SLine line;
+        bool bTalks = m_channel.Send(EncodeNeed(sId));
+        while (bTalks && m_channel.Receive(sText) && DecodeLine(sText, line) && line.eKind == SLine::eJob)
+            m_ahead.push_back(line);
         // Without a host there is nobody to work for.
-        if (!m_channel.Send(EncodeNeed(sId)) || !m_channel.Receive(sText) || !DecodeLine(sText, line) ||
-            line.eKind != SLine::eAnswer)
+        if (line.eKind != SLine::eAnswer)
             Os::ExitNow(0);
         return {line.sText, line.sWhy};
+    }
+    /// What to do next. False when there is nobody to work for.
+    bool Next(SLine& line)
+    {
+        if (!m_ahead.empty())
+        {
+            line = std::move(m_ahead.front());
+            m_ahead.pop_front();
+            return true;
+        }
+        std::string sText;
+        return m_channel.Receive(sText) && DecodeLine(sText, line);
     }
 
 private:
@@ -58,6 +85,7 @@ private:
 
     ZLineChannel& m_channel;
     TClock::time_point m_lastSent;
+    std::deque<SLine> m_ahead; ///< jobs that came while one waited for its answer
 };
 
 } // namespace
@@ -66,9 +94,8 @@ void ZJobScheduler::WorkerMain(const ZAssetTree& tree, const std::string& sOut, 
 {
     ZWorkerHost host(channel);
     ZJobRunner runner(tree, sOut, host);
-    std::string sText;
     SLine line;
-    while (channel.Receive(sText) && DecodeLine(sText, line))
+    while (host.Next(line))
     {
         if (line.eKind == SLine::eJob)
             runner.Run(SJob(line.job), line.bPublishLater);
@@ -131,7 +158,8 @@ bool ZJobScheduler::FillFromState(SEntry& entry)
     if (m_services.bForce || !m_services.staleness.IsUpToDate(entry.result.job, record))
         return false;
     SJobResult& result = entry.result;
-    if (result.job.eKind == SJob::eScan && !m_services.state.FindScan(record, result.scan))
+    if (result.job.eKind == SJob::eScan && !(m_bNamesOnly ? m_services.state.FindScanNames(record, result.scan)
+                                                          : m_services.state.FindScan(record, result.scan)))
         return false;
     result.eStatus = EJobStatus::eUpToDate;
     result.sFile = record.sFile;
@@ -153,12 +181,13 @@ bool ZJobScheduler::MustWait(const SEntry& entry)
                        {
                            const auto it = m_entries.find(dependency.sId);
                            return dependency.eKind == SDependency::eDerived && it != m_entries.end() &&
-                                  (it->second.eState == EState::eRunning || it->second.eState == EState::eToPublish);
+                                  it->second.eState != EState::eNew && it->second.eState != EState::eDone;
                        });
 }
 
-void ZJobScheduler::Run(const std::vector<SJob>& jobs)
+void ZJobScheduler::Run(const std::vector<SJob>& jobs, bool bNamesOnly)
 {
+    m_bNamesOnly = bNamesOnly;
     m_list.clear();
     m_nTold = 0;
     std::unordered_set<std::string> listed;
@@ -212,6 +241,8 @@ void ZJobScheduler::Stop()
 {
     m_waiting.clear();
     m_postponed.clear();
+    for (SWorker& worker : m_workers)
+        worker.ahead.clear();
     for (size_t n = 0; n < m_workers.size(); ++n)
         if (!m_workers[n].stack.empty())
             m_services.pool.Kill(n, "interrupted");
@@ -252,7 +283,8 @@ void ZJobScheduler::StartJobs()
 {
     for (size_t n = 0; n < m_workers.size() && !m_waiting.empty(); ++n)
     {
-        if (!m_workers[n].stack.empty())
+        SWorker& worker = m_workers[n];
+        if (!worker.stack.empty() && !MayGetAhead(worker))
             continue;
         while (!m_waiting.empty())
         {
@@ -269,15 +301,40 @@ void ZJobScheduler::StartJobs()
                 TellWhatIsKnown();
                 continue;
             }
-            entry.eState = EState::eRunning;
             entry.nWorker = n;
-            m_workers[n].stack.push_back(job.sId);
-            m_workers[n].sFile = FileOf(job.sId);
+            entry.eState = worker.stack.empty() ? EState::eRunning : EState::eAhead;
+            if (worker.stack.empty())
+                worker.stack.push_back(job.sId);
+            else
+                worker.ahead.push_back({job.sId});
+            worker.sFile = FileOf(job.sId);
             m_services.pool.Send(n, EncodeJob(job, m_waiting.size() >= PUBLISH_LATER_FROM));
             m_progress(m_nTold, m_list.size(), job);
             break;
         }
     }
+}
+
+/// A worker that has its next job already need not wait for this process in between.
+bool ZJobScheduler::MayGetAhead(const SWorker& worker) const
+{
+    return m_waiting.size() >= PUBLISH_LATER_FROM && worker.ahead.size() < MOST_AHEAD && worker.sWaitsFor.empty() &&
+           worker.fLastJob < SHORT_JOB;
+}
+
+/// The worker's first job is done; it is at the next one by now.
+void ZJobScheduler::GoOn(size_t nWorker)
+{
+    SWorker& worker = m_workers[nWorker];
+    worker.bTaken = false;
+    if (worker.ahead.empty())
+        return m_services.pool.StopClock(nWorker);
+    const SAhead next = std::move(worker.ahead.front());
+    worker.ahead.pop_front();
+    worker.stack.push_back(next.sId);
+    worker.bTaken = next.bTaken;
+    if (!next.bTaken)
+        EntryOf({SJob::ePack, next.sId}).eState = EState::eRunning;
 }
 
 void ZJobScheduler::HandleLine(size_t nWorker, const std::string& sText)
@@ -289,6 +346,8 @@ void ZJobScheduler::HandleLine(size_t nWorker, const std::string& sText)
     switch (line.eKind)
     {
     case SLine::eMessage:
+        if (worker.IsTaken())
+            return;
         return EntryOf({SJob::ePack, worker.stack.back()}).result.messages.push_back(std::move(line.message));
     case SLine::eNeed:
         return HandleNeed(nWorker, line.sText);
@@ -325,6 +384,13 @@ void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
     const SJob job{SJob::ePack, sId};
     EntryOf({SJob::ePack, worker.stack.back()}).needs.push_back(sId);
     SEntry& entry = EntryOf(job);
+    if (entry.eState == EState::eAhead)
+    {
+        // Who has it ahead may wait for this one. It is done here, and nobody's there.
+        for (SAhead& ahead : m_workers[entry.nWorker].ahead)
+            ahead.bTaken |= ahead.sId == sId;
+        entry.eState = EState::eNew;
+    }
     if (entry.eState == EState::eRunning || entry.eState == EState::eToPublish)
     {
         if (WouldCloseRing(nWorker, entry))
@@ -371,6 +437,13 @@ void ZJobScheduler::Answer(size_t nWorker, const SEntry& needed)
 void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
 {
     SWorker& worker = m_workers[nWorker];
+    if (worker.IsTaken())
+    {
+        if (!result.publication.sPassingPath.empty())
+            Os::RemoveFile(result.publication.sPassingPath);
+        worker.stack.pop_back();
+        return GoOn(nWorker);
+    }
     SEntry& entry = EntryOf(result.job);
     result.messages = std::move(entry.result.messages);
     entry.result = std::move(result);
@@ -381,7 +454,10 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
             entry.needs.push_back(dependency.sId);
     worker.stack.pop_back();
     if (worker.stack.empty())
-        m_services.pool.StopClock(nWorker);
+    {
+        worker.fLastJob = entry.result.fSeconds;
+        GoOn(nWorker);
+    }
     if (entry.result.publication.sPath.empty() || !entry.result.IsGood())
         return Complete(entry);
     entry.eState = EState::eToPublish;
@@ -437,11 +513,22 @@ void ZJobScheduler::Complete(SEntry& entry)
 void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
 {
     SWorker worker = std::exchange(m_workers[end.nWorker], {});
+    for (; !worker.ahead.empty(); worker.ahead.pop_back())
+        if (!worker.ahead.back().bTaken)
+        {
+            SEntry& ahead = EntryOf({SJob::ePack, worker.ahead.back().sId});
+            ahead.eState = EState::eNew;
+            m_waiting.push_front(ahead.result.job);
+        }
     if (worker.stack.empty())
         return;
     if (!worker.sWaitsFor.empty())
         std::erase(m_entries.at(worker.sWaitsFor).waiters, end.nWorker);
     RemoveUnfinished(worker, end.nProcess);
+    if (worker.bTaken)
+        worker.stack.erase(worker.stack.begin());
+    if (worker.stack.empty())
+        return;
     SEntry& crashed = EntryOf({SJob::ePack, worker.stack.back()});
     worker.stack.pop_back();
     for (size_t n = worker.stack.size(); n-- > 0;)

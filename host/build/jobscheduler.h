@@ -44,7 +44,8 @@ public:
 
     /// Ends when all are done, or in an interrupt, with what was done by then told and nothing unfinished left. May be
     /// called again; what earlier lists made counts as done, and is not told again.
-    void Run(const std::vector<SJob>& jobs);
+    /// With bNamesOnly the scans of sources that did not change hold no more than what is in them.
+    void Run(const std::vector<SJob>& jobs, bool bNamesOnly = false);
 
     /// The function of the pool's workers.
     static void WorkerMain(const ZAssetTree& tree, const std::string& sOut, ZLineChannel& channel);
@@ -53,6 +54,7 @@ private:
     enum class EState
     {
         eNew,
+        eAhead, ///< sent to a worker that does another one first
         eRunning,
         eToPublish, ///< done but for its file
         eDone
@@ -62,16 +64,28 @@ private:
         SJobResult result;
         EState eState = EState::eNew;
         bool bTold = false;
-        size_t nWorker = 0;             ///< while it runs
+        size_t nWorker = 0;             ///< that runs it, or has it ahead
         std::vector<std::string> needs; ///< in the order of asking
         std::vector<size_t> waiters;    ///< workers that wait for it
+    };
+    struct SAhead
+    {
+        std::string sId;
+        bool bTaken = false; ///< by another worker meanwhile
     };
     struct SWorker
     {
         std::vector<std::string> stack; ///< the job it was given, then those inside it
         std::string sWaitsFor;
         std::string sFile; ///< source file of the job that it was given last
+        std::deque<SAhead> ahead;
+        bool bTaken =
+            false; ///< another has taken over the first of the stack: what comes of it here counts for nothing
+        double fLastJob = 1.0; ///< seconds
+        bool IsTaken() const { return bTaken && stack.size() == 1; }
     };
+    static constexpr size_t MOST_AHEAD = 2;
+    static constexpr double SHORT_JOB = 0.02; ///< seconds; another worker had better do what stands behind a long one
     static constexpr size_t MOST_OUT_OF_TURN = 64;   ///< jobs that one may overtake
     static constexpr size_t PUBLISH_LATER_FROM = 16; ///< jobs that wait; with fewer a batch would not fill
 
@@ -81,6 +95,8 @@ private:
     bool FillFromState(SEntry& entry);
     bool MustWait(const SEntry& entry);
     void StartJobs();
+    bool MayGetAhead(const SWorker& worker) const;
+    void GoOn(size_t nWorker);
     void Stop();
     void RemoveUnfinished(const SWorker& worker, Os::TProcessId nProcess);
     void HandleLine(size_t nWorker, const std::string& sText);
@@ -104,6 +120,7 @@ private:
     std::vector<SJob> m_postponed;   ///< until something that runs is done
     std::vector<std::string> m_list; ///< of the current Run, in order
     size_t m_nTold = 0;
+    bool m_bNamesOnly = false;
 };
 
 } // namespace Host

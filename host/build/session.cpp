@@ -5,9 +5,11 @@
 #include "host/module/hostmodule.h"
 #include "host/module/moduleloader.h"
 #include "host/text/hosterror.h"
+#include "host/text/jsonwriter.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <unordered_map>
 
@@ -24,6 +26,15 @@ std::string CleanFolder(const std::string& sFolder)
     while (sClean.size() > 1 && sClean.back() == '/')
         sClean.pop_back();
     return sClean;
+}
+
+constexpr const char NO_UTF8[] = "its name is no UTF-8, so there is no identifier for it";
+
+/// A worker takes one of the files that this process may have open, and some are for the others.
+unsigned int MostWorkers(unsigned int nWanted)
+{
+    const uint64_t nFiles = Os::MostOpenFiles();
+    return static_cast<unsigned int>(std::clamp<uint64_t>(nFiles / 2, 1, nWanted));
 }
 
 } // namespace
@@ -54,7 +65,7 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
         RemovePassingFiles(m_sOut);
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
-    m_pPool = std::make_unique<ZWorkerPool>(options.nWorkers + 1, limits,
+    m_pPool = std::make_unique<ZWorkerPool>(MostWorkers(options.nWorkers) + 1, limits,
                                             [this](ZLineChannel& channel)
                                             { ZJobScheduler::WorkerMain(m_tree, m_sOut, channel); });
     m_pScheduler = std::make_unique<ZJobScheduler>(
@@ -68,6 +79,9 @@ ZHostSession::~ZHostSession()
     try
     {
         m_pPool.reset();
+        // With an exception it may have left files that wait to be published.
+        if (m_bWrites && std::uncaught_exceptions() != 0)
+            RemovePassingFiles(m_sOut);
         if (m_bWrites)
             m_pState->EndRun();
     }
@@ -77,10 +91,10 @@ ZHostSession::~ZHostSession()
     }
 }
 
-void ZHostSession::Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report)
+void ZHostSession::Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report, bool bNamesOnly)
 {
     m_report = report;
-    m_pScheduler->Run(jobs);
+    m_pScheduler->Run(jobs, bNamesOnly);
 }
 
 SJobResult ZHostSession::FailedScan(const std::string& sId, const std::string& sWhy)
@@ -190,6 +204,11 @@ ZAssetTree::SSources ZHostSession::SourcesOf(const std::vector<std::string>& wor
     for (const std::string& sWord : words)
     {
         const std::string sId = m_tree.IdOf(sWord);
+        if (!IsUtf8(sId))
+        {
+            sources.unreadable.push_back({sId, NO_UTF8});
+            continue;
+        }
         if (m_tree.IsFolder(sId))
         {
             addFolder(sId);

@@ -46,7 +46,7 @@ public:
     const std::string& Out() const { return m_sOut; }
 
     /// See ZJobScheduler::Run. Nothing is printed but progress.
-    void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report);
+    void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report, bool bNamesOnly = false);
 
     /// Scans sources, all of the tree when there are no words, prints what went wrong, and reports each, folders that
     /// can't be read included; the result of one that failed holds a scan with its error too. False when a scan failed

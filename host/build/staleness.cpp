@@ -34,17 +34,23 @@ ZStaleness::ELook ZStaleness::CompareSource(SDependency& dependency)
 
 bool ZStaleness::IsSameDerived(SDependency& dependency, bool& bNoted)
 {
-    const ZResourceID id = ToId(dependency.sId);
-    const std::string sFile = FileOf(OutputPathOf(id));
-    const ELook eFile = Compare(sFile, StampOf(sFile), dependency.stamp, dependency.nHash);
+    auto it = m_derived.find(dependency.sId);
+    if (it == m_derived.end() || !m_upToDate.contains(dependency.sId))
+    {
+        const std::string sFile = FileOf(OutputPathOf(ToId(dependency.sId)));
+        it = m_derived.insert_or_assign(dependency.sId, SSource{sFile, StampOf(sFile)}).first;
+    }
+    const ELook eFile = Compare(it->second.sPath, it->second.stamp, dependency.stamp, dependency.nHash);
     bNoted |= eFile == ELook::eSameContent;
     if (eFile == ELook::eOther)
         return false;
-    const SDerivedKind* pKind = FindDerivedKind(id.GetExtension().View());
+    if (m_upToDate.contains(dependency.sId))
+        return true;
+    const SDerivedKind* pKind = FindDerivedKind(ToId(dependency.sId).GetExtension().View());
     if (pKind == nullptr || pKind->component.empty())
         return true; // made elsewhere: its file is all there is to know
     SBuildRecord record;
-    return m_upToDate.contains(dependency.sId) || IsUpToDate({SJob::ePack, dependency.sId}, record);
+    return IsUpToDate({SJob::ePack, dependency.sId}, record);
 }
 
 bool ZStaleness::HasFile(SBuildRecord& record, bool& bNoted)
@@ -73,7 +79,7 @@ bool ZStaleness::IsUpToDate(const SJob& job, SBuildRecord& record)
     bool bSame = true;
     if (job.eKind == SJob::ePack)
     {
-        bSame = record.sFile == OutputPathOf(ToId(job.sId)) && HasFile(record, bNoted);
+        bSame = HasFile(record, bNoted);
     }
     for (SDependency& dependency : record.dependencies)
     {

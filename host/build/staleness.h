@@ -56,6 +56,7 @@ private:
         bool bWrong = false; ///< one of several, for example: what was made of it can't stay
     };
     std::unordered_map<std::string, SSource> m_sources; ///< as they are for this run; many jobs look at one
+    std::unordered_map<std::string, SSource> m_derived; ///< packed files that were up to date; the same
     std::unordered_set<std::string> m_upToDate;         ///< what was asked before; such a thing stays so for the run
     std::unordered_set<std::string> m_asking;           ///< a resource that needs itself is never up to date
 };

@@ -64,17 +64,19 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
         jobs.push_back({SJob::eScan, sWord.substr(0, sWord.find('?'))});
     bool bAllGood = sources.unreadable.empty();
     size_t nFound = 0;
-    m_session.Run(jobs,
-                  [&](const SJobResult& result)
-                  {
-                      bAllGood &= result.IsGood();
-                      if (!result.IsGood())
-                          return Report(result);
-                      std::vector<std::string>& found = m_found[result.job.sId];
-                      for (const SSourceScan::SSubResource& entry : result.scan.subResources)
-                          found.push_back(entry.sId);
-                      nFound += found.size();
-                  });
+    m_session.Run(
+        jobs,
+        [&](const SJobResult& result)
+        {
+            bAllGood &= result.IsGood();
+            if (!result.IsGood())
+                return Report(result);
+            std::vector<std::string>& found = m_found[result.job.sId];
+            for (const SSourceScan::SSubResource& entry : result.scan.subResources)
+                found.push_back(entry.sId);
+            nFound += found.size();
+        },
+        true);
     for (const std::string& sWord : misnamed)
         if (const auto it = m_found.find(sWord.substr(0, sWord.find('?'))); it != m_found.end())
             Report(ZHostSession::FailedScan(sWord, "names nothing that is built; " + ThereIs(it->second, sWord, {})));
@@ -86,7 +88,8 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
         m_watcher.Notice((m_files.size() == 1 ? "there is no take, rig or character in '" + m_files.front() + "'"
                                               : "there is no take, rig or character in any of the " +
                                                     std::to_string(m_files.size()) + " sources") +
-                         ": nothing is marked as one. 'animpack mark' marks a file that no exporter has marked");
+                         ": nothing is marked as one. 'animpack adopt' makes marked files of such as no exporter "
+                         "has marked, 'animpack mark' puts chosen marks on one");
 }
 
 /// All that is there, for what comes after it.

@@ -4,6 +4,7 @@
 #include "host/files/resourceids.h"
 #include "host/show/jobtext.h"
 #include "host/text/hosterror.h"
+#include "host/text/jsonwriter.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
@@ -78,6 +79,8 @@ int RunPack(const SOptions& options, ZConsole& console)
     }
     ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
     const std::string sSource = session.Tree().IdOf(options.sources.front());
+    if (!IsUtf8(sSource))
+        throw ZUsageError("'" + sSource + "': its name is no UTF-8, so there is no identifier for it");
     const std::vector<SJob> jobs = JobsOf(options, session.Tree(), sSource);
 
     bool bAllGood = true;

@@ -25,6 +25,7 @@ constexpr std::string_view PASSING_END = ".part";
 constexpr size_t MOST_FLUSHES = 16;    ///< under way at the same time
 constexpr size_t FLUSHED_TOGETHER = 8; ///< from so many files on
 constexpr auto LONGEST_FLUSH = std::chrono::milliseconds(300);
+constexpr auto ALONE = std::chrono::milliseconds(2);
 constexpr size_t COLLECTED = size_t(1) << 20;
 constexpr size_t READ_AHEAD = size_t(64) << 10;
 
@@ -134,22 +135,32 @@ std::vector<std::string> PublishFiles(const std::vector<SPublication>& files)
     std::vector<char> isDone(files.size(), 0);
     const bool bFlushed = FlushTogether(files);
     std::atomic<size_t> nNext{0};
-    const auto work = [&]
+    const auto work = [&](std::chrono::milliseconds most)
     {
+        const auto start = std::chrono::steady_clock::now();
         for (size_t n = nNext++; n < files.size(); n = nNext++)
+        {
             isDone[n] = PublishFile(files[n], bFlushed, errors[n]);
+            if (std::chrono::steady_clock::now() - start > most)
+                break;
+        }
     };
+    // Names are changed quickly, but where a disk takes its time over each file that one replaces.
+    if (bFlushed)
+        work(ALONE);
     std::vector<std::thread> threads;
+    const auto toEnd = [&work] { work(std::chrono::hours(1000)); };
     try
     {
-        for (size_t n = 1; n < std::min(files.size(), MOST_FLUSHES) && !bFlushed; ++n)
-            threads.emplace_back(work);
+        const size_t nLeft = files.size() - std::min<size_t>(nNext, files.size());
+        for (size_t n = 1; n < std::min(nLeft, MOST_FLUSHES); ++n)
+            threads.emplace_back(toEnd);
     }
     catch (const std::system_error&)
     {
         // Fewer will do.
     }
-    work();
+    toEnd();
     for (std::thread& thread : threads)
         thread.join();
     for (size_t n = 0; n < files.size(); ++n)

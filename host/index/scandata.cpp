@@ -58,13 +58,16 @@ SResourceScanData DataOf(const SSourceScan& scan)
     return data;
 }
 
-void FillScan(SSourceScan& scan, const SResourceScanData& data)
+void FillScan(SSourceScan& scan, SResourceScanData& data)
 {
     scan.references = TextsOf(data.fileReferencedResources);
     scan.properties = TextsOf(data.fileProperties);
-    for (const SSubResourceScanData& entry : data.subResources)
+    for (SSubResourceScanData& entry : data.subResources)
+    {
         scan.subResources.push_back({ToStd(entry.resourceID), ToStd(entry.sourceResourceID),
                                      TextsOf(entry.referencedResources), TextsOf(entry.properties)});
+        entry = {};
+    }
 }
 
 } // namespace Host

@@ -150,6 +150,19 @@ bool ZScanIndex::Find(const std::string& sSource, SSourceScan& scan, bool& bFoun
     return !bFailed;
 }
 
+bool ZScanIndex::FindNames(const std::string& sSource, SSourceScan& scan, bool& bFound)
+{
+    bool bFailed = false;
+    scan = {};
+    scan.sSource = sSource;
+    bFound = false;
+    m_pFindEntries->Text(sSource);
+    for (; m_pFindEntries->Step(bFailed); bFound = true)
+        if (bFound)
+            scan.subResources.push_back({m_pFindEntries->TextAt(1), m_pFindEntries->TextAt(2), {}, {}});
+    return !bFailed;
+}
+
 bool ZScanIndex::Sources(std::vector<SSource>& sources)
 {
     bool bFailed = false;

@@ -37,6 +37,8 @@ public:
     bool Remove(const std::string& sSource);
     /// `bFound` tells whether there is such a source.
     bool Find(const std::string& sSource, SSourceScan& scan, bool& bFound);
+    /// The same with the identifiers of sub-resources alone.
+    bool FindNames(const std::string& sSource, SSourceScan& scan, bool& bFound);
 
     struct SSource
     {

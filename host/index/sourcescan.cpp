@@ -5,7 +5,6 @@
 #include "host/text/words.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 namespace Host
 {
@@ -47,60 +46,56 @@ void WriteProperties(ZJsonWriter& json, const SSourceScan::TProperties& properti
     json.Close('}');
 }
 
-std::string ScanLine(const SSourceScan& scan)
+namespace
 {
-    ZJsonWriter json;
-    json.Open('{');
+
+void WriteHead(ZJsonWriter& json, const SSourceScan& scan)
+{
     json.TextField("source", scan.sSource);
     json.BoolField("ok", scan.sError.empty());
     json.OptionalField("error", scan.sError);
     WriteReferences(json, scan.references);
     WriteProperties(json, scan.properties);
-    json.Key("subResources");
-    json.Open('[');
-    for (const SSourceScan::SSubResource& entry : scan.subResources)
-    {
-        json.Open('{');
-        json.TextField("id", entry.sId);
-        json.TextField("source", entry.sSource);
-        WriteReferences(json, entry.references);
-        WriteProperties(json, entry.properties);
-        json.Close('}');
-    }
-    json.Close(']');
+}
+
+void WriteEntry(ZJsonWriter& json, const SSourceScan::SSubResource& entry)
+{
+    json.Open('{');
+    json.TextField("id", entry.sId);
+    json.TextField("source", entry.sSource);
+    WriteReferences(json, entry.references);
+    WriteProperties(json, entry.properties);
+    json.Close('}');
+}
+
+} // namespace
+
+std::string ScanLine(const SSourceScan& scan)
+{
+    ZJsonWriter json;
+    json.Open('{');
+    WriteHead(json, scan);
+    json.ListField("subResources", scan.subResources, [&json](const auto& entry) { WriteEntry(json, entry); });
     json.Close('}');
     return json.Take();
 }
 
-bool ReadSourceScan(const nlohmann::json& json, SSourceScan& scan)
-{
-    try
-    {
-        scan = {};
-        json.at("source").get_to(scan.sSource);
-        if (!json.at("error").is_null())
-            json.at("error").get_to(scan.sError);
-        json.at("references").get_to(scan.references);
-        json.at("properties").get_to(scan.properties);
-        for (const nlohmann::json& entry : json.at("subResources"))
-        {
-            SSourceScan::SSubResource& subResource = scan.subResources.emplace_back();
-            entry.at("id").get_to(subResource.sId);
-            entry.at("source").get_to(subResource.sSource);
-            entry.at("references").get_to(subResource.references);
-            entry.at("properties").get_to(subResource.properties);
-        }
-        return true;
-    }
-    catch (const nlohmann::json::exception&)
-    {
-        return false;
-    }
-}
-
 uint64_t HashOfScan(const SSourceScan& scan)
 {
-    return std::max<uint64_t>(1, ZContentHash::Of(ScanLine(scan)));
+    // Piece by piece: as one text, what many characters refer to would take more room than it does here.
+    ZContentHash hash;
+    const auto add = [&hash](const auto& write)
+    {
+        ZJsonWriter json;
+        json.Open('{');
+        write(json);
+        json.Close('}');
+        hash.Add(json.Get().data(), json.Get().size());
+    };
+    add([&scan](ZJsonWriter& json) { WriteHead(json, scan); });
+    for (const SSourceScan::SSubResource& entry : scan.subResources)
+        add([&entry](ZJsonWriter& json) { json.Key("entry"), WriteEntry(json, entry); });
+    return std::max<uint64_t>(1, hash.Get());
 }
 
 std::string ThereIs(const std::vector<std::string>& ids, std::string_view wanted, std::string_view kind)

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,10 +31,8 @@ struct SSourceScan
     std::vector<SSubResource> subResources; ///< in the scanner's order
 };
 
-/// As one line of JSON, the form in which scans are told to users and between processes.
+/// As one line of JSON, the form in which scans are told to users.
 std::string ScanLine(const SSourceScan& scan);
-/// The reverse, of the line's object. False when that is none of a scan.
-bool ReadSourceScan(const nlohmann::json& json, SSourceScan& scan);
 
 /// Content hash of all that the scan said; never 0.
 uint64_t HashOfScan(const SSourceScan& scan);

@@ -134,10 +134,13 @@ void ZConsole::Error(const ZHostError& error)
 
 void ZConsole::Job(const SJobResult& result)
 {
+    const bool bLine = !m_bJson && (result.eStatus != EJobStatus::eUpToDate || m_bVerbose);
+    if (!bLine && result.messages.empty())
+        return;
     const std::string sSource = result.job.Source();
     for (const SMessage& message : result.messages)
         Diagnostic(message.eSeverity, sSource, message.sText);
-    if (m_bJson || (result.eStatus == EJobStatus::eUpToDate && !m_bVerbose))
+    if (!bLine)
         return;
     constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed, EInk::eRed, EInk::eFaint};
     constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   ", "removed   "};
