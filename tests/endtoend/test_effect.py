@@ -1,7 +1,9 @@
 """`animpack effect`: what it prints for an effect, and for one that is wrong."""
 
 import os
+import signal
 import subprocess
+import time
 
 import host
 
@@ -125,3 +127,20 @@ class EffectTest(host.HostTest):
         self.assertIn("do macros multiply?", line["error"])
         running = subprocess.run(["ps", "-eo", "args"], capture_output=True, text=True, check=False).stdout
         self.assertNotIn(temp, running)
+
+    def test_a_signal_leaves_nothing(self):
+        temp = self.path("temp")
+        os.makedirs(temp)
+        self.write({"bin/cpp": "#!/bin/sh\nsleep 31.5 & wait\n", "plain.fx": "float a;\n"})
+        os.chmod(self.path("bin/cpp"), 0o755)
+        process = subprocess.Popen([host.PROGRAM, "effect", self.path("plain.fx")], stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL,
+                                   env={**os.environ, "TMPDIR": temp, "PATH": self.path("bin") + ":/usr/bin:/bin"})
+        running = lambda: subprocess.run(["pgrep", "-f", "sleep 31.5"], capture_output=True, check=False).stdout
+        for _ in range(200):
+            if running():
+                break
+            time.sleep(0.05)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(20), 130)
+        self.assertEqual((os.listdir(temp), running()), ([], b""))

@@ -1,5 +1,7 @@
 """The command line's promises: exit codes, clean output, lookups, what is packed when, scans."""
 
+import itertools
+import json
 import os
 import pty
 import re
@@ -30,12 +32,17 @@ class ExitTest(host.HostTest):
             self.assertIn(command, host.execute("--help").stdout)
 
     def test_failed_assets(self):
-        for source, extension in ((DOOR, "animation"), ("assembly:/props/none.fbx?/open.take", "animation"),
-                                  ("assembly:/props/lever.fbx?/none.rig", "animationrig")):
-            result = self.run_host("pack", source, extension)
+        moves = "assembly:/characters/scout/moves.fbx"
+        for words, hint in ((("pack", DOOR, "animation"), "No Rig is referenced"),
+                            (("pack", "assembly:/props/none.fbx?/open.take", "animation"), "none.fbx"),
+                            (("pack", LEVER.replace("pull", "pul"), "animation"), "is '?/pull.take' meant?"),
+                            (("pack", moves, "animation"), "there are ?/walk.take, ?/run.take, "),
+                            (("build", moves + "?/walk"), "is '?/walk.take' meant?"),
+                            (("build", "props/none.fbx"), "there is no such file")):
+            result = self.run_host(*words)
             self.assertEqual(result.code, 1, result)
             self.assertEqual(result.jobs[-1]["status"], "failed")
-            self.assertTrue(result.jobs[-1]["messages"], result)
+            self.assertIn(hint, "\n".join(m["text"] for m in result.jobs[-1]["messages"]))
 
     def test_no_place_to_write(self):
         """Nothing can be packed below a file: the host cannot go on."""
@@ -45,6 +52,15 @@ class ExitTest(host.HostTest):
         result = self.run_host("build", "assembly:/props/lever.fbx", out=os.path.join(blocked, "packed"))
         self.assertEqual(result.code, 3, result)
         self.assertTrue(result.stderr.strip())
+        self.assertIn("error", result.lines[-1])
+
+    def test_without_standard_streams(self):
+        """No file of the host's own takes the place of a stream that is closed."""
+        words = ["build", LEVER, "--assets", host.TREE, "--out", self.out]
+        for close, code in (("<&- >&- 2>&-", 0), (">&-", 3)):
+            command = 'exec "$0" "$@" %s %s' % ("--json" if code else "", close)
+            self.assertEqual(subprocess.run(["sh", "-c", command, host.PROGRAM, *words], check=False).returncode, code)
+        self.assertEqual(self.run_host("build", LEVER).summary["upToDate"], 1, "the state is what it was")
 
     def test_inspecting_what_is_no_packed_file(self):
         for path in (os.path.join(host.TREE, "props/lever.fbx"), os.path.join(self.work, "absent"),
@@ -168,7 +184,7 @@ class BuildTest(host.HostTest):
         states = {}
         for job in result.jobs:
             states.setdefault(job["status"], []).append(job["source"].lower())
-        for state in ("packed", "upToDate", "failed", "crashed"):
+        for state in ("packed", "upToDate", "failed", "crashed", "removed"):
             self.assertEqual(result.summary[state], len(states.get(state, [])), result)
         return states
 
@@ -201,18 +217,44 @@ class BuildTest(host.HostTest):
         done = set(states["packed"]) | set(states.get("upToDate", ()))
         self.assertEqual((sum(s.endswith(".take") for s in done), sum(s.endswith(".rig") for s in done)), (4, 4))
 
+    def test_what_is_gone_is_removed(self):
+        """By a build of the whole tree, and nothing that no build has made."""
+        self.build()
+        for name in ("props/drift.fbx/notes.txt", "props/none.fbx/a.take.animation"):
+            path = os.path.join(self.out, "pc", name)
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            with open(path, "w", encoding="utf-8") as file:
+                file.write("mine")
+        os.remove(os.path.join(self.tree, "props/drift.fbx"))
+        scene = make_samples.lever()
+        scene.nodes = [node for node in scene.nodes if node.name != "TAKE_pull"]
+        scene.write(os.path.join(self.tree, "props/lever.fbx"))
+        self.assertNotIn("removed", self.build("props/lever.fbx"))
+        states = self.build()
+        self.assertEqual((states["removed"], "packed" in states),
+                         (["assembly:/props/drift.fbx?/drift.take", LEVER], False))
+        left = [os.path.relpath(path, os.path.join(self.out, "pc")) for path in self.files_of() if "props" in path]
+        self.assertEqual(left, ["props/drift.fbx/notes.txt", "props/lever.fbx/lever.rig.animationrig",
+                                "props/none.fbx/a.take.animation"])
+
     def test_killed_in_the_middle(self):
-        """Whatever is there after a kill is whole, and the next build completes it."""
+        """Whatever is there after a kill is whole, and the next build completes it; Ctrl-C leaves nothing unfinished."""
         full = os.path.join(self.work, "full")
         self.build(out=full)
         wanted = {os.path.relpath(p, full): host.content(p) for p in self.files_of(full)}
         command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
-        for delay in (0.01, 0.03, 0.06, 0.1, 0.2):
-            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+        for delay, how in itertools.product((0.01, 0.03, 0.06, 0.1, 0.2), (signal.SIGKILL, signal.SIGINT)):
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                        stderr=subprocess.DEVNULL)
             time.sleep(delay)
-            process.send_signal(signal.SIGKILL)
-            process.wait(30)
+            process.send_signal(how)
+            told = process.communicate(timeout=30)[0]
+            if how == signal.SIGINT:
+                self.assertIn(process.returncode, (0, 130, -signal.SIGINT))     # the last: before it began
+                if told:
+                    self.assertEqual(json.loads(told.splitlines()[-1])["summary"]["interrupted"],
+                                     process.returncode == 130)
+                self.assertEqual([p for p in self.files_of() if p.endswith(".part")], [])
             for name, data in wanted.items():
                 path = os.path.join(self.out, name)
                 if os.path.exists(path):

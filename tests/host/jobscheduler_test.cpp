@@ -64,7 +64,7 @@ protected:
 
 TEST_F(JobSchedulerTest, PacksWithMessagesAndThePlatformOfEachJob)
 {
-    Source("a.fbx", "info hello\nwarning beware\nwrite A for \nplatform\n");
+    Source("a.fbx", "info hello\nwarning be\tw\\are\nwrite A for \nplatform\n");
     const SJob ps3{SJob::ePack, "<assembly:/a.fbx>.ps3.animation"};
     const auto results = Run({Take("a.fbx"), ps3});
     EXPECT_EQ(Told(results), "a.fbx packed\na.fbx packed\n");
@@ -72,7 +72,7 @@ TEST_F(JobSchedulerTest, PacksWithMessagesAndThePlatformOfEachJob)
     EXPECT_EQ(Output(ps3), "A for ps3");
     EXPECT_EQ(results[0].nBytes, 8u);
     EXPECT_TRUE(HasMessage(results[0], ESeverity::eInfo, "hello"));
-    EXPECT_TRUE(HasMessage(results[0], ESeverity::eWarning, "beware"));
+    EXPECT_TRUE(HasMessage(results[0], ESeverity::eWarning, "be\tw\\are"));
 }
 
 TEST_F(JobSchedulerTest, EveryWayToFailIsThatJobsAlone)

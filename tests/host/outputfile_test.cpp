@@ -1,4 +1,5 @@
 #include "host/files/outputfile.h"
+#include "host/files/outputplace.h"
 #include "tests/support/tempfolder.h"
 
 #include <gtest/gtest.h>
@@ -53,4 +54,39 @@ TEST(OutputFile, LeftoversOfAKilledProcessAreFound)
     RemovePassingFiles(folder.Path());
     EXPECT_EQ(folder.FileCount(), 1u);
     EXPECT_EQ(folder.Read("pc/a/walk.take.animation"), "whole");
+}
+
+TEST(OutputPlace, NeitherLinksNorInputsNorDevicesAreReplaced)
+{
+    const ZTempFolder folder;
+    folder.Write("in", "");
+    std::filesystem::create_directory(folder / "folder");
+    std::filesystem::create_symlink("real", folder / "link");
+    std::filesystem::create_symlink("in", folder / "to in");
+    std::filesystem::create_symlink("round", folder / "round");
+    std::filesystem::create_hard_link(folder / "in", folder / "hard");
+    const std::string sIn = folder / "in";
+    const std::pair<std::string, const char*> cases[] = {
+        {folder / "new", ""},
+        {sIn, ""},
+        {folder / "link", ""},
+        {folder / "folder", "is a folder"},
+        {folder / "none/", "is a folder"},
+        {"/dev/null", "is no regular file"},
+        {folder / "round", "in a circle"},
+        {folder / "to in", "by another name"},
+        {folder / "hard", "by another name"},
+        {folder / "folder/../in", "by another name"},
+    };
+    for (const auto& [sWord, szError] : cases)
+    {
+        std::string sPath;
+        const std::string sError = FindOutputPlace(sWord, {sIn}, sIn, sPath);
+        EXPECT_EQ(sError.empty(), *szError == '\0') << sWord << ' ' << sError;
+        EXPECT_NE(sError.find(szError), std::string::npos) << sWord << ' ' << sError;
+    }
+    std::string sPath;
+    FindOutputPlace(folder / "link", {}, {}, sPath);
+    EXPECT_EQ(sPath, folder / "real");
+    EXPECT_NE(FindOutputPlace(sIn, {sIn}, {}, sPath), "") << "an input that nobody wants replaced";
 }
