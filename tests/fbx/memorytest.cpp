@@ -41,6 +41,15 @@ void* operator new(size_t nSize)
         return p;
     throw std::bad_alloc();
 }
+// The sanitizer's own would not count, and not fit.
+void* operator new(size_t nSize, const std::nothrow_t&) noexcept
+{
+    return Take(nSize);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept
+{
+    Give(p);
+}
 void operator delete(void* p) noexcept
 {
     Give(p);
