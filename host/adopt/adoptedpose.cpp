@@ -34,7 +34,7 @@ std::string OtherSide(const std::string& sLower)
     for (const std::string_view mark : {"_l_", " l ", ".l."})
         if (const size_t n = sLower.find(mark); n != std::string::npos)
             return sLower.substr(0, n + 1) + "r" + sLower.substr(n + 2);
-    return sLower.starts_with("l_") ? "r" + sLower.substr(1) : std::string();
+    return sLower.starts_with("l_") ? std::string("r").append(sLower, 1) : std::string();
 }
 
 /// Which way a character looks at rest, by what it has on its left and its right: a turn from the front about the up

@@ -94,7 +94,8 @@ std::vector<SMessage> ScaleNotes(const ZSourceScene& source, const std::vector<S
     for (const int nNode : nodes)
     {
         const SSpan& span = spans[static_cast<size_t>(nNode)];
-        const std::string sName = "'" + std::string(scene.GetNode(static_cast<size_t>(nNode))->GetName()) + "' (";
+        const std::string sName =
+            std::string("'").append(scene.GetNode(static_cast<size_t>(nNode))->GetName()).append("' (");
         if (!IsSame(span.least[0], span.most[0]) || !IsSame(span.least[1], span.most[1]) ||
             !IsSame(span.least[2], span.most[2]))
             moving.push_back(sName + ScaleText(span.least) + " to " + ScaleText(span.most) + ")");

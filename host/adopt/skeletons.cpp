@@ -245,7 +245,8 @@ private:
                 SSkeletonBone bone;
                 bone.sName = names.Take(sBare);
                 if (bone.sName != sBare)
-                    renamed.push_back("'" + std::string(pNode->GetName()) + "' is '" + bone.sName + "'");
+                    renamed.push_back(
+                        std::string("'").append(pNode->GetName()).append("' is '").append(bone.sName).append("'"));
                 const auto parent = places.find(pNode->GetParent());
                 bone.nParent = parent != places.end() ? parent->second : -1;
                 bone.nNode = pNode->GetIndex();
