@@ -4,7 +4,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -113,6 +115,16 @@ std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
 void RemoveFile(const std::string& sPath)
 {
     ::unlink(sPath.c_str());
+}
+
+std::error_code MakeTemporaryFolder(std::string& sPath)
+{
+    std::error_code error;
+    const std::filesystem::path place = std::filesystem::temp_directory_path(error);
+    if (error)
+        return error;
+    sPath = (place / "animpack-XXXXXX").string();
+    return ::mkdtemp(sPath.data()) != nullptr ? std::error_code() : LastError();
 }
 
 bool RemoveEmptyFolder(const std::string& sPath)

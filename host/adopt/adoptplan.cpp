@@ -1,8 +1,8 @@
 #include "host/adopt/adoptplan.h"
 
 #include "host/adopt/plainscene.h"
-#include "host/adopt/safenames.h"
 #include "host/text/hosterror.h"
+#include "host/text/safenames.h"
 #include "host/text/words.h"
 
 #include <algorithm>

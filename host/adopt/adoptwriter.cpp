@@ -2,9 +2,9 @@
 
 #include "host/adopt/adoptedpose.h"
 #include "host/adopt/plainscene.h"
-#include "host/adopt/safenames.h"
 #include "host/files/outputfile.h"
 #include "host/marking/marking.h"
+#include "host/text/safenames.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -161,8 +161,8 @@ void ZAdoptWriter::WriteTake(const SNamedCharacter& named, const ZSourceScene& s
     STakeMark take;
     take.sGround = named.sGround;
     take.sName = sTake;
-    take.nStartFrame = scene.nFirstFrame;
-    take.nEndFrame = scene.nLastFrame;
+    take.startFrame = scene.nFirstFrame;
+    take.endFrame = scene.nLastFrame;
     ZNameSet names;
     for (const SPlainNode& node : scene.nodes)
         names.Take(node.sName);

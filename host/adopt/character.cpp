@@ -1,6 +1,6 @@
 #include "host/adopt/character.h"
 
-#include "host/adopt/safenames.h"
+#include "host/text/safenames.h"
 #include "host/text/words.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #include "fbx/file/fbxarraybytes.h"
 #include "fbx/file/fbxobjectname.h"
 #include "fbx/scene/fbxmath.h"
-#include "host/adopt/safenames.h"
+#include "host/text/safenames.h"
 
 #include <algorithm>
 #include <cstring>

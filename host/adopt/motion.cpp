@@ -27,14 +27,14 @@ bool Differs(const SRigid& a, const SRigid& b)
 std::vector<SStackMotion> MotionOf(const ZSourceScene& source)
 {
     FbxScene& scene = source.Scene();
-    const double fRate = FrameRateOf(scene);
+    const double fRate = FbxFrameRateOf(scene);
     const size_t nNodes = scene.GetNodeCount();
     std::vector<SStackMotion> stacks;
     for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
     {
         FbxAnimStack* pStack = scene.GetAnimStack(n);
         scene.SetCurrentAnimStack(pStack);
-        SStackMotion motion{pStack->GetName(), FramesOf(SpanOfCurrentStack(scene), fRate), {}, {}};
+        SStackMotion motion{pStack->GetName(), FbxFramesOf(FbxSpanOf(*scene.GetCurrentAnimStack()), fRate), {}, {}};
         motion.hasKeys.resize(nNodes);
         motion.moves.resize(nNodes);
         std::vector<int> carried; // itself or something above it has keys
@@ -45,7 +45,7 @@ std::vector<SStackMotion> MotionOf(const ZSourceScene& source)
             const FbxNode* pNode = pending.back();
             pending.pop_back();
             const auto nNode = static_cast<size_t>(pNode->GetIndex());
-            motion.hasKeys[nNode] = HasKeys(*pNode);
+            motion.hasKeys[nNode] = FbxHasKeys(*pNode);
             const FbxNode* pParent = pNode->GetParent();
             isCarried[nNode] =
                 motion.hasKeys[nNode] || (pParent && isCarried[static_cast<size_t>(pParent->GetIndex())]);

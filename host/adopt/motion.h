@@ -1,7 +1,7 @@
 #pragma once
 
+#include "fbx/scene/fbxstackframes.h"
 #include "host/adopt/sourcescene.h"
-#include "host/adopt/stackspan.h"
 
 #include <string>
 #include <vector>
@@ -13,7 +13,7 @@ namespace Host
 struct SStackMotion
 {
     std::string sName;
-    SFrames frames;
+    SFbxFrames frames;
     std::vector<bool> hasKeys; ///< keys of its own
     std::vector<bool> moves;   ///< does not stand still in the world
 };

@@ -79,7 +79,7 @@ std::vector<SMessage> ScaleNotes(const ZSourceScene& source, const std::vector<S
         const FbxVector3 s = scene.GetNode(static_cast<size_t>(nNode))->EvaluateLocalTransform(FbxTime::Infinite()).s;
         spans[static_cast<size_t>(nNode)] = {{s.x, s.y, s.z}, {s.x, s.y, s.z}};
     }
-    const double fRate = FrameRateOf(scene);
+    const double fRate = FbxFrameRateOf(scene);
     for (size_t n = 0; n < stacks.size(); ++n)
     {
         scene.SetCurrentAnimStack(scene.GetAnimStack(n));

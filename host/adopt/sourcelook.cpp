@@ -108,7 +108,7 @@ SSourceFile LookAtSource(const std::string& sPath, size_t nFile, std::vector<SFo
         if (!source.Load(sPath))
             throw ZRefusal(source.Error());
         file.fUnit = source.Unit();
-        file.fFrameRate = FrameRateOf(source.Scene());
+        file.fFrameRate = FbxFrameRateOf(source.Scene());
         const std::vector<SStackMotion> stacks = MotionOf(source);
         const std::vector<SSkeleton> skeletons = FindSkeletons(source, stacks);
         if (skeletons.empty())

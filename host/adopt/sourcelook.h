@@ -23,7 +23,7 @@ struct SSourceFile
     struct SStack
     {
         std::string sName;
-        SFrames frames;
+        SFbxFrames frames;
         std::set<size_t> animated; ///< skeletons that have keys in it, of all that were found
         std::set<size_t> moving;   ///< those that do not stand still in it
     };

@@ -1,13 +1,18 @@
+#include "host/build/trialbuild.h"
 #include "host/commands/commands.h"
 #include "host/files/outputfile.h"
 #include "host/files/outputplace.h"
+#include "host/marking/markedtree.h"
 #include "host/marking/marking.h"
+#include "host/marking/stackmarks.h"
+#include "host/show/marktext.h"
 #include "host/text/hosterror.h"
-#include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <fstream>
 
 namespace Host
@@ -35,71 +40,142 @@ bool ReadText(const std::string& sPath, std::string& sText, std::string& sWhy)
     return true;
 }
 
-std::string Counted(size_t n, const char* szWhat)
+/// Marks one file after the other; none of them appears before all are complete.
+class ZMarkRun
 {
-    return std::to_string(n) + ' ' + szWhat + (n == 1 ? "" : "s");
-}
+public:
+    ZMarkRun(const SOptions& options, ZConsole& console)
+        : m_options(options),
+          m_console(console),
+          m_sIn(options.sources.at(0)),
+          m_sMarks(options.sources.at(1)),
+          m_sOut(options.sources.at(2))
+    {
+    }
+
+    /// False when anything was wrong, which is told then.
+    bool Run()
+    {
+        std::string sText, sWhy;
+        if (const std::string sPlace = PlaceOf(m_sOut); sPlace.empty())
+            return false;
+        if (!ReadText(m_sMarks, sText, sWhy))
+            return Fail(m_sMarks, sWhy);
+        try
+        {
+            const SMarks marks = ReadMarks(sText);
+            for (SStackMarks& file : SplitByStack(marks, m_sIn, sWhy))
+                m_written.push_back({FileOfStack(m_sOut, file.sStack), std::move(file.marks), 0, {}});
+            if (!sWhy.empty())
+                return Fail(m_sIn, sWhy);
+            for (SMarkedFile& file : m_written)
+                if (!Write(file))
+                    return false;
+        }
+        catch (const ZMarksError& e)
+        {
+            for (const std::string& sFault : e.Faults())
+                Fail(m_sMarks, sFault);
+            return false;
+        }
+        for (size_t n = 0; n < m_written.size(); ++n)
+            if (!m_outputs[n].Publish())
+                return Fail(m_written[n].sPath, m_outputs[n].Error());
+        return true;
+    }
+
+    /// What packing would say of each, told as warnings.
+    void Foretell()
+    {
+        SSessionOptions session = m_options.session;
+        session.sAssets = TreeOfMarked(m_sOut, m_written.front().marks, m_options.session.sAssets);
+        session.nWorkers = 1;
+        if (session.sAssets.empty())
+            return m_console.Notice("'" + m_sOut + "' is not below --assets '" + m_options.session.sAssets +
+                                    "', so what packing has to say of it is not told");
+        for (SMarkedFile& file : m_written)
+            TrialBuild(session, {file.sPath}, "pc", [&](const SJobResult& result) { Note(result, file); });
+    }
+
+    void Show() const
+    {
+        for (const SMarkedFile& file : m_written)
+            m_console.Output(m_console.IsJson() ? MarkLine(file) : MarkText(file));
+    }
+
+private:
+    bool Fail(const std::string& sFile, const std::string& sWhy)
+    {
+        m_console.Failure(sFile, sWhy);
+        return false;
+    }
+
+    /// Empty, and told, when there is none.
+    std::string PlaceOf(const std::string& sFile)
+    {
+        std::string sPath;
+        if (const std::string sWhy = FindOutputPlace(sFile, {m_sIn, m_sMarks}, m_sIn, sPath); !sWhy.empty())
+            Fail(sFile, sWhy);
+        return sPath;
+    }
+
+    bool Write(SMarkedFile& file)
+    {
+        const std::string sPath = PlaceOf(file.sPath);
+        if (sPath.empty())
+            return false;
+        FbxDocument document;
+        if (!document.Load(m_sIn.c_str()))
+            return Fail(m_sIn, document.Error());
+        std::vector<std::string> warnings;
+        ApplyMarks(file.marks, document, warnings);
+        for (const std::string& sWarning : warnings)
+            if (std::find(m_warnings.begin(), m_warnings.end(), sWarning) == m_warnings.end())
+            {
+                m_warnings.push_back(sWarning);
+                m_console.Diagnostic(ESeverity::eWarning, m_sMarks, sWarning);
+            }
+        std::string sBytes;
+        if (!document.Write(sBytes))
+            return Fail(m_sIn, document.Error());
+        file.nBytes = sBytes.size();
+        ZOutputFile& output = m_outputs.emplace_back();
+        if (!output.Open(sPath) || !output.Write(sBytes.data(), sBytes.size()))
+            return Fail(file.sPath, output.Error());
+        output.Close();
+        return true;
+    }
+
+    void Note(const SJobResult& result, SMarkedFile& file)
+    {
+        for (const SMessage& message : result.messages)
+            if (message.eSeverity != ESeverity::eInfo)
+            {
+                const bool bFails = message.eSeverity == ESeverity::eError;
+                file.messages.push_back({ESeverity::eWarning, (bFails ? "will not be packed: " : "") + message.sText});
+                m_console.Diagnostic(ESeverity::eWarning, result.job.Source(), file.messages.back().sText);
+            }
+    }
+
+    const SOptions& m_options;
+    ZConsole& m_console;
+    const std::string& m_sIn;
+    const std::string& m_sMarks;
+    const std::string& m_sOut;
+    std::vector<SMarkedFile> m_written;
+    std::deque<ZOutputFile> m_outputs; ///< one each
+    std::vector<std::string> m_warnings;
+};
 
 } // namespace
 
 int RunMark(const SOptions& options, ZConsole& console)
 {
-    const std::string& sIn = options.sources.at(0);
-    const std::string& sMarks = options.sources.at(1);
-    const std::string& sOut = options.sources.at(2);
-    const auto fail = [&console](const std::string& sFile, const std::string& sWhy)
-    {
-        console.Failure(sFile, sWhy);
+    ZMarkRun run(options, console);
+    if (!run.Run())
         return eExit_AssetsFailed;
-    };
-    std::string sText, sPath;
-    std::string sWhy = FindOutputPlace(sOut, {sIn, sMarks}, sIn, sPath);
-    if (!sWhy.empty())
-        return fail(sOut, sWhy);
-    if (!ReadText(sMarks, sText, sWhy))
-        return fail(sMarks, sWhy);
-    FbxDocument document;
-    SMarks marks;
-    std::vector<std::string> warnings;
-    try
-    {
-        marks = ReadMarks(sText);
-        if (!document.Load(sIn.c_str()))
-            return fail(sIn, document.Error());
-        ApplyMarks(marks, document, warnings);
-    }
-    catch (const ZMarksError& e)
-    {
-        for (const std::string& sFault : e.Faults())
-            fail(sMarks, sFault);
-        return eExit_AssetsFailed;
-    }
-    for (const std::string& sWarning : warnings)
-        console.Diagnostic(ESeverity::eWarning, sMarks, sWarning);
-
-    std::string sBytes;
-    if (!document.Write(sBytes))
-        return fail(sIn, document.Error());
-    ZOutputFile file;
-    if (!file.Open(sPath) || !file.Write(sBytes.data(), sBytes.size()))
-        return fail(sOut, file.Error());
-    file.Close();
-    if (!file.Publish())
-        return fail(sOut, file.Error());
-
-    if (console.IsJson())
-    {
-        ZJsonWriter json;
-        json.Open('{');
-        json.TextField("file", sOut);
-        json.UnsignedField("nodes", marks.nodes.size());
-        json.UnsignedField("takes", marks.takes.size());
-        json.Close('}');
-        console.Output(json.Take());
-    }
-    else
-        console.Output(sOut + ": " + Counted(marks.nodes.size(), "node") + " marked, " +
-                       Counted(marks.takes.size(), "take") + ", " + BytesText(sBytes.size()));
+    run.Foretell();
+    run.Show();
     return eExit_Done;
 }
 

@@ -22,8 +22,7 @@ int RunScene(const SOptions& options, ZConsole& console)
         times.push_back(FbxTime::FromSeconds(fSeconds));
     for (const int64_t nTicks : options.ticks)
         times.push_back(FbxTime::FromTicks(nTicks));
-    console.Output(console.IsJson() ? SceneLine(file.Scene(), file.Importer(), sSource, times)
-                                    : SceneText(file.Scene(), file.Importer(), sSource, times));
+    console.Output(console.IsJson() ? SceneLine(file, sSource, times) : SceneText(file, sSource, times));
     return eExit_Done;
 }
 

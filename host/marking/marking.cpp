@@ -49,9 +49,9 @@ public:
         }
     }
 
-    void AddTake(const STakeMark& take, size_t nTake)
+    void AddTake(const STakeMark& take)
     {
-        const std::string sPlace = "/takes/" + std::to_string(nTake);
+        const std::string sPlace = "/takes/" + std::to_string(take.nIndex);
         SFbxRecord& ground = NodeOf(take.sGround, sPlace + "/ground");
         if (!IsGround(ground))
             m_warnings.push_back(sPlace + "/ground: '" + take.sGround +
@@ -142,8 +142,8 @@ private:
         ZJsonWriter json;
         json.Open('{');
         json.TextField("name", take.sName);
-        json.IntegerField("startFrame", take.nStartFrame);
-        json.IntegerField("endFrame", take.nEndFrame);
+        json.IntegerField("startFrame", take.startFrame.value());
+        json.IntegerField("endFrame", take.endFrame.value());
         json.Key("partialList");
         json.Open('[');
         for (const std::string& sBone : take.partialList)
@@ -197,8 +197,8 @@ void ApplyMarks(const SMarks& marks, FbxDocument& document, std::vector<std::str
         faults.Try([&] { marker.ChooseStack(marks.sStack); });
     for (const SNodeMarks& node : marks.nodes)
         faults.Try([&] { marker.Mark(node); });
-    for (size_t n = 0; n < marks.takes.size(); ++n)
-        faults.Try([&] { marker.AddTake(marks.takes[n], n); });
+    for (const STakeMark& take : marks.takes)
+        faults.Try([&] { marker.AddTake(take); });
     faults.Finish();
     marker.CheckGrounds(marks);
     marker.Finish();

@@ -211,7 +211,8 @@ std::vector<double> ReadOrigin(const TJson& json, const std::string& sPlace)
 
 STakeMark ReadTake(const TJson& json, const std::string& sPlace)
 {
-    RequireObject(json, sPlace, {"ground", "node", "name", "startFrame", "endFrame", "partialList", "sequenceOrigin"});
+    RequireObject(json, sPlace,
+                  {"ground", "node", "name", "stack", "startFrame", "endFrame", "partialList", "sequenceOrigin"});
     STakeMark take;
     take.sGround = NameOf(Member(json, "ground", sPlace), sPlace + "/ground");
     take.sName = NameOf(Member(json, "name", sPlace), sPlace + "/name");
@@ -221,11 +222,15 @@ STakeMark ReadTake(const TJson& json, const std::string& sPlace)
              "'" + take.sName + "' holds a letter that identifiers have a meaning for: / \\ ? < > ( ) | : * \"");
     if (json.contains("node"))
         take.sNode = NameOf(json["node"], sPlace + "/node");
-    take.nStartFrame = IntegerOf(Member(json, "startFrame", sPlace), sPlace + "/startFrame");
-    take.nEndFrame = IntegerOf(Member(json, "endFrame", sPlace), sPlace + "/endFrame");
-    if (take.nEndFrame < take.nStartFrame)
-        Fail(sPlace + "/endFrame", "frame " + std::to_string(take.nEndFrame) + " lies before the first one, " +
-                                       std::to_string(take.nStartFrame));
+    if (json.contains("stack"))
+        take.sStack = NameOf(json["stack"], sPlace + "/stack");
+    if (json.contains("startFrame"))
+        take.startFrame = IntegerOf(json["startFrame"], sPlace + "/startFrame");
+    if (json.contains("endFrame"))
+        take.endFrame = IntegerOf(json["endFrame"], sPlace + "/endFrame");
+    if (take.startFrame && take.endFrame && *take.endFrame < *take.startFrame)
+        Fail(sPlace + "/endFrame", "frame " + std::to_string(*take.endFrame) + " lies before the first one, " +
+                                       std::to_string(*take.startFrame));
     if (json.contains("partialList"))
     {
         const TJson& list = json["partialList"];
@@ -310,6 +315,7 @@ void ReadTakes(const TJson& takes, SMarks& marks, ZMarksFaults& faults)
             {
                 const std::string sPlace = "/takes/" + std::to_string(n);
                 marks.takes.push_back(ReadTake(takes[n], sPlace));
+                marks.takes.back().nIndex = n;
                 if (!names.insert(Folded(marks.takes.back().sName)).second)
                     Fail(sPlace + "/name",
                          "there are two takes '" + marks.takes.back().sName + "'; case does not tell them apart");

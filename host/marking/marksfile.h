@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -30,11 +31,13 @@ struct SNodeMarks
 
 struct STakeMark
 {
+    size_t nIndex = 0; ///< in the marks file
     std::string sGround;
     std::string sNode; ///< empty: made of the take's name
     std::string sName;
-    int32_t nStartFrame = 0;
-    int32_t nEndFrame = 0;
+    std::string sStack; ///< the anim stack that it is a range of; empty: that of the marks
+    std::optional<int32_t> startFrame;
+    std::optional<int32_t> endFrame; ///< included
     std::vector<std::string> partialList;
     std::vector<double> sequenceOrigin; ///< none, or sixteen numbers: row vectors, translation last
 };

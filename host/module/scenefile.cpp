@@ -43,6 +43,7 @@ bool ZSceneFile::Load(const SPlace& place, const std::string* pStack)
         m_sError = m_pImporter->GetErrorText();
         return false;
     }
+    m_originalAxes = m_pScene->GetGlobalSettings().GetAxisSystem();
     FbxAxisSystem::ZUpMinusYFront().ConvertScene(m_pScene);
     // Of the old layout's stacks one is left; who asks for another gets the scene as the file has it.
     if (pStack == nullptr || FindStack(*m_pScene, *pStack) == nullptr)

@@ -29,6 +29,8 @@ public:
 
     FbxScene& Scene() const { return *m_pScene; }
     const FbxImporter& Importer() const { return *m_pImporter; }
+    /// The file's own axes, before they were turned.
+    const FbxAxisSystem& OriginalAxes() const { return m_originalAxes; }
 
 private:
     struct SManagerEnd
@@ -38,6 +40,7 @@ private:
     std::unique_ptr<FbxManager, SManagerEnd> m_pManager;
     FbxScene* m_pScene;
     FbxImporter* m_pImporter;
+    FbxAxisSystem m_originalAxes;
     std::string m_sError;
 };
 

@@ -95,6 +95,10 @@ void ZConsole::Line(const std::string& sText)
 void ZConsole::Diagnostic(ESeverity eSeverity, std::string_view source, std::string_view text)
 {
     const std::string sWhere = Ink(EInk::eBold, Harmless(source) + ":") + ' ';
+    // Some packers say it themselves.
+    for (const std::string_view word : {"WARNING: ", "ERROR: "})
+        if (text.starts_with(word))
+            text.remove_prefix(word.size());
     if (eSeverity == ESeverity::eError)
         Line(sWhere + Ink(EInk::eRed, "error:") + ' ' + Harmless(text));
     else if (eSeverity == ESeverity::eWarning)

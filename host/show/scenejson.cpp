@@ -1,5 +1,6 @@
 #include "host/show/scenejson.h"
 
+#include "fbx/scene/fbxstackframes.h"
 #include "host/text/jsonwriter.h"
 
 #include <charconv>
@@ -77,6 +78,21 @@ void WriteNode(ZJsonWriter& json, const FbxNode& node)
         json.Close('}');
     }
     json.Close(']');
+    json.Close('}');
+}
+
+void WriteAxes(ZJsonWriter& json, std::string_view key, const FbxAxisSystem& axes)
+{
+    const auto axis = [&json](std::string_view name, int nAxis, int nSign)
+    {
+        json.Key(name);
+        json.Numbers({double(nAxis), double(nSign)});
+    };
+    json.Key(key);
+    json.Open('{');
+    axis("up", axes.GetUpAxis(), axes.GetUpSign());
+    axis("front", axes.GetFrontAxis(), axes.GetFrontSign());
+    axis("coord", axes.GetCoordAxis(), axes.GetCoordSign());
     json.Close('}');
 }
 
@@ -161,16 +177,11 @@ void WriteMoment(ZJsonWriter& json, const FbxScene& scene, const std::vector<SAn
 
 } // namespace
 
-std::string SceneLine(const FbxScene& scene, const FbxImporter& importer, const std::string& sPath,
-                      const std::vector<FbxTime>& times)
+std::string SceneLine(const ZSceneFile& file, const std::string& sPath, const std::vector<FbxTime>& times)
 {
+    const FbxScene& scene = file.Scene();
+    const FbxImporter& importer = file.Importer();
     const FbxGlobalSettings& settings = scene.GetGlobalSettings();
-    const FbxAxisSystem axes = settings.GetAxisSystem();
-    const auto axis = [](ZJsonWriter& json, std::string_view key, int nAxis, int nSign)
-    {
-        json.Key(key);
-        json.Numbers({double(nAxis), double(nSign)});
-    };
     ZJsonWriter json;
     json.Open('{');
     json.TextField("file", sPath);
@@ -178,12 +189,9 @@ std::string SceneLine(const FbxScene& scene, const FbxImporter& importer, const 
     json.TextField("format", importer.IsBinary() ? "binary" : "ascii");
     json.NumberField("fps", settings.GetFrameRate());
     json.IntegerField("timeMode", settings.GetTimeMode());
-    json.Key("axes");
-    json.Open('{');
-    axis(json, "up", axes.GetUpAxis(), axes.GetUpSign());
-    axis(json, "front", axes.GetFrontAxis(), axes.GetFrontSign());
-    axis(json, "coord", axes.GetCoordAxis(), axes.GetCoordSign());
-    json.Close('}');
+    json.NumberField("unitScaleFactor", settings.GetUnitScaleFactor());
+    WriteAxes(json, "axes", settings.GetAxisSystem());
+    WriteAxes(json, "originalAxes", file.OriginalAxes());
     json.Key("stacks");
     json.Open('[');
     for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
@@ -193,6 +201,9 @@ std::string SceneLine(const FbxScene& scene, const FbxImporter& importer, const 
         json.TextField("name", stack.GetName());
         WriteSpanEnd(json, "start", "startTicks", stack.GetLocalTimeSpan().start);
         WriteSpanEnd(json, "stop", "stopTicks", stack.GetLocalTimeSpan().stop);
+        const SFbxFrames frames = FbxFramesOf(FbxSpanOf(stack), FbxFrameRateOf(scene));
+        json.IntegerField("firstFrame", frames.nFirst);
+        json.IntegerField("lastFrame", frames.nLast);
         json.UnsignedField("layers", stack.GetLayerCount());
         json.Close('}');
     }

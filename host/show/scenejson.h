@@ -1,7 +1,6 @@
 #pragma once
 
-#include "fbx/load/fbximporter.h"
-#include "fbx/scene/fbxscene.h"
+#include "host/module/scenefile.h"
 
 #include <string>
 #include <vector>
@@ -9,8 +8,8 @@
 namespace Host
 {
 
-/// A scene as one line: its settings and stacks, all nodes at rest and at each of the times, and what else moves.
-std::string SceneLine(const FbxScene& scene, const FbxImporter& importer, const std::string& sPath,
-                      const std::vector<FbxTime>& times);
+/// A scene as one line: its settings, the axes of the file and those it was turned to, stacks, all nodes at rest and at
+/// each of the times, and what else moves.
+std::string SceneLine(const ZSceneFile& file, const std::string& sPath, const std::vector<FbxTime>& times);
 
 } // namespace Host

@@ -1,5 +1,6 @@
 #include "host/show/scenetext.h"
 
+#include "fbx/scene/fbxstackframes.h"
 #include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"
 
@@ -55,6 +56,13 @@ const char* AxisName(int nAxis, int nSign)
     return n >= 0 && n < 6 ? names[n] : "?";
 }
 
+std::string AxesText(const FbxAxisSystem& axes)
+{
+    return std::string(AxisName(axes.GetUpAxis(), axes.GetUpSign())) + " up, " +
+           AxisName(axes.GetFrontAxis(), axes.GetFrontSign()) + " front, " +
+           AxisName(axes.GetCoordAxis(), axes.GetCoordSign()) + " right";
+}
+
 /// One node with its user properties.
 std::string NodeText(const FbxNode& node, size_t nDepth)
 {
@@ -75,25 +83,31 @@ std::string NodeText(const FbxNode& node, size_t nDepth)
 
 } // namespace
 
-std::string SceneText(const FbxScene& scene, const FbxImporter& importer, const std::string& sPath,
-                      const std::vector<FbxTime>& times)
+std::string SceneText(const ZSceneFile& file, const std::string& sPath, const std::vector<FbxTime>& times)
 {
+    const FbxScene& scene = file.Scene();
+    const FbxImporter& importer = file.Importer();
     const FbxGlobalSettings& settings = scene.GetGlobalSettings();
-    const FbxAxisSystem axes = settings.GetAxisSystem();
     std::string sText = sPath + '\n';
     sText +=
-        Formatted("  FBX %d.%d %s, %g frames a second, %s up, %s front, %zu nodes\n", importer.GetFileVersion() / 1000,
+        Formatted("  FBX %d.%d %s, %g frames a second, a unit is %g cm, %zu nodes\n", importer.GetFileVersion() / 1000,
                   importer.GetFileVersion() / 100 % 10, importer.IsBinary() ? "binary" : "text",
-                  settings.GetFrameRate(), AxisName(axes.GetUpAxis(), axes.GetUpSign()),
-                  AxisName(axes.GetFrontAxis(), axes.GetFrontSign()), scene.GetNodeCount());
+                  settings.GetFrameRate(), settings.GetUnitScaleFactor(), scene.GetNodeCount());
+    sText += "  axes: " + AxesText(settings.GetAxisSystem());
+    if (!(file.OriginalAxes() == settings.GetAxisSystem()))
+        sText += "; in the file " + AxesText(file.OriginalAxes());
+    sText += '\n';
     for (size_t n = 0; n < scene.GetAnimStackCount(); ++n)
     {
         const FbxAnimStack& stack = *scene.GetAnimStack(n);
-        const FbxTimeSpan span = stack.GetLocalTimeSpan();
+        const FbxTimeSpan span = FbxSpanOf(stack);
+        const SFbxFrames frames = FbxFramesOf(span, FbxFrameRateOf(scene));
         sText += std::string(&stack == scene.GetCurrentAnimStack() ? "  current stack '" : "  stack '") +
                  stack.GetName() + "'" +
-                 Formatted(": %g to %g s, %zu layers\n", span.start.GetSecondDouble(), span.stop.GetSecondDouble(),
-                           stack.GetLayerCount());
+                 Formatted(": frames %lld to %lld, %g to %g s, %zu layer", static_cast<long long>(frames.nFirst),
+                           static_cast<long long>(frames.nLast), span.start.GetSecondDouble(),
+                           span.stop.GetSecondDouble(), stack.GetLayerCount()) +
+                 (stack.GetLayerCount() == 1 ? "\n" : "s\n");
     }
     sText += '\n';
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "fbx/load/fbximporter.h"
-#include "fbx/scene/fbxscene.h"
+#include "host/module/scenefile.h"
 
 #include <string>
 #include <vector>
@@ -11,7 +10,6 @@ namespace Host
 
 /// A scene as people want to read it: its settings and stacks, then the tree with kinds, marks and rest transforms, and
 /// the local transforms at each of the times.
-std::string SceneText(const FbxScene& scene, const FbxImporter& importer, const std::string& sPath,
-                      const std::vector<FbxTime>& times);
+std::string SceneText(const ZSceneFile& file, const std::string& sPath, const std::vector<FbxTime>& times);
 
 } // namespace Host

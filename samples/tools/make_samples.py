@@ -10,6 +10,7 @@ import math
 import os
 import sys
 
+import documents
 import evaluate
 import motions
 from fbxscene import CONSTANT, CUBIC, LINEAR, Scene, prop
@@ -458,6 +459,9 @@ def main():
             if result.get("takes") or result.get("nodes") or result.get("properties"):
                 evaluate.write_json(os.path.join(top, "expected", stem + ".json"), result)
     os.remove(twin)
+    for name, text in documents.DOCUMENTS.items():
+        with open(os.path.join(top, "assembly", name), "w", encoding="utf-8") as file:
+            file.write(text)
     os.makedirs(os.path.join(top, "stock"), exist_ok=True)
     for name, make in STOCK.items():
         total += len(make().write(os.path.join(top, "stock", name)))

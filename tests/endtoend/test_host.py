@@ -309,7 +309,7 @@ class ScanTest(host.HostTest):
     def test_whole_tree(self):
         result = self.run_host("scan")
         self.assertEqual(result.code, 0, result)
-        self.assertEqual({line["source"] for line in result.lines}, {"assembly:/" + name for name in make_samples.TREE})
+        self.assertEqual({line["source"] for line in result.lines}, {"assembly:/" + name for name in (*make_samples.TREE, "characters/scout/scout.xml")})
         names = [e["id"] for line in result.lines for e in line["subResources"]]
         self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (19, 7))
         self.assertEqual(len(set(names)), len(names))

@@ -30,7 +30,11 @@ class MarkTest(host.HostTest):
         take = {"ground": "lever_base", "name": "pull", "startFrame": 10, "endFrame": 49}
         half = dict(take, name="half", endFrame=29, partialList=["lever_arm"])
         result = self.mark(target, {"nodes": {"lever_base": GROUND}, "takes": [take, half]}, target)
-        self.assertEqual(result.lines, [{"file": target, "nodes": 1, "takes": 2}])
+        size = os.path.getsize(target)
+        line, = result.lines
+        self.assertEqual([m["text"][:50] for m in line.pop("messages")],
+                         ["WARNING: Scale is dropped in take '%s', on 1 of " % name for name in ("pull", "half")])
+        self.assertEqual(line, {"file": target, "nodes": 1, "takes": 2, "bytes": size})
         self.assertEqual([e["id"].split("?/")[1] for e in scanned()], ["pull.take", "half.take", "lever.rig"])
 
         pull = self.pack("assembly:/props/lever.fbx?/pull.take", assets=tree, out=os.path.join(self.work, "a"))
@@ -53,6 +57,40 @@ class MarkTest(host.HostTest):
             result = self.run_host("build", "--force", assets=tree)
             self.assertEqual(result.code == 0 and "not in the rig" not in str(result.messages), packs, result)
 
+    def test_takes_of_several_stacks(self):
+        """A take that names its stack, and leaves its frames to it, goes to a file that plays that stack."""
+        sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
+        tree = os.path.join(self.work, "assembly")
+        ground = dict(GROUND, GroundName={"type": "KString", "value": "hiker"},
+                      RigResource={"type": "KString", "value": "assembly:/a/hiker.fbx?/hiker.rig"})
+        takes = [{"ground": "Armature", "name": name.lower(), "stack": "Armature|" + name, "partialList": ["Head"]}
+                 for name in ("Walk", "Idle", "Turn")]
+        marks = {"stripNamespaces": True, "nodes": {"Armature": ground}, "takes": takes}
+        result = self.mark(sample, marks, os.path.join(tree, "a/hiker.fbx"))
+        self.assertEqual([os.path.basename(e["file"]) for e in result.lines],
+                         ["hiker.fbx", "hiker_Walk.fbx", "hiker_Turn.fbx"])
+        # Said with the output outside --assets, as the rig tells where the tree begins.
+        self.assertIn("Scale is dropped in take 'walk'", str(result.lines[1]["messages"]))
+        built = {e["id"].split("?/")[1].split(">")[0]: e for e in self.run_host("build", assets=tree).jobs}
+        for name, frames in (("walk", 31), ("idle", 25), ("turn", 31)):
+            shown = self.run_host("inspect", built[name + ".take"]["file"], assets=tree).lines[-1]
+            self.assertEqual(shown["animation"]["frameCount"], frames, name)
+        takes[0]["stack"] = "Run"
+        wrong = self.mark(sample, marks, os.path.join(tree, "b.fbx"), code=1)
+        self.assertIn("/takes/0/stack: there is no anim stack 'Run'; there are 'Armature|Idle', ", wrong.stderr)
+        self.assertFalse(os.path.exists(os.path.join(tree, "b.fbx")))
+
+    def test_foretells_lost_motion(self):
+        """What packing would warn of is told when the file is marked: a rig keeps its namespace, a take does not."""
+        sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
+        ground = dict(GROUND, RigResource={"type": "KString", "value": "assembly:/hiker.fbx?/lever.rig"})
+        take = {"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 60}
+        result = self.mark(sample, {"stack": "Armature|Walk", "nodes": {"Armature": ground}, "takes": [take]},
+                           os.path.join(self.work, "hiker.fbx"))
+        told = " ".join(m["text"] for m in result.lines[0]["messages"])
+        for words in ("are not in the rig", "(the rig has 'hiker:Hips')", "reaches 30 frames beyond", "Scale is dropped"):
+            self.assertIn(words, told)
+
     def test_faults(self):
         sample = os.path.join(host.TREE, "props/lever.fbx")
         target = os.path.join(self.work, "out.fbx")
@@ -74,7 +112,7 @@ class MarkTest(host.HostTest):
             wrong = {"no_such_key": 1}
             marks = {"takes": [wrong]} if place == ["takes"] else {"nodes": {"a": {"P": wrong}}} if place else wrong
             said = self.mark(sample, marks, target, code=1 if place else 0).stderr
-            words = said.split("known are ")[1].strip().split(", ")
+            words = said.split("known are ")[1].splitlines()[0].split(", ")
             self.assertEqual(sorted(words), sorted(known["properties"]))
         said = self.mark(sample, {"nodes": {"a": {"P": {"type": "x", "value": 1}}}}, target, code=1).stderr
         self.assertEqual(said.split("known are ")[1].strip().split(", "),

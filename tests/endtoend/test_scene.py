@@ -15,7 +15,9 @@ class SceneTest(host.HostTest):
     def test_current_stack(self):
         path = os.path.join(host.TREE, "props/lever.fbx")
         shown = self.scene(path)
-        self.assertEqual([s["name"] for s in shown["stacks"]], ["Empty", "Moves"])
+        self.assertEqual([(s["name"], s["firstFrame"], s["lastFrame"]) for s in shown["stacks"]],
+                         [("Empty", 0, 49), ("Moves", 0, 49)])
+        self.assertEqual((shown["unitScaleFactor"], shown["originalAxes"]), (1, shown["axes"]))
         self.assertEqual(shown["currentStack"], "Moves")
         arm = [n["name"] for n in shown["nodes"]].index("lever_arm")
         at = lambda *words: self.scene(path, "--at=1.1666", *words)["at"][0]["nodes"][arm]["local"]["r"]

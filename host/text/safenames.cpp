@@ -1,4 +1,4 @@
-#include "host/adopt/safenames.h"
+#include "host/text/safenames.h"
 
 #include "host/text/words.h"
 

@@ -1,10 +1,7 @@
-#include "host/adopt/stackspan.h"
+#include "fbx/scene/fbxstackframes.h"
 
 #include <algorithm>
 #include <cmath>
-
-namespace Host
-{
 
 namespace
 {
@@ -13,11 +10,10 @@ constexpr double NEAR = 1e-3;
 /// As far as a 32-bit float counts frames without a gap.
 constexpr double FARTHEST = 16777215.0;
 
-/// Curves of a node's transform in any layer of the current stack.
+/// Curves of a node's transform in any layer of a stack.
 template <class TVisit>
-void ForEachCurves(const FbxNode& node, TVisit visit)
+void ForEachCurves(const FbxNode& node, const FbxAnimStack* pStack, TVisit visit)
 {
-    const FbxAnimStack* pStack = node.GetScene()->GetCurrentAnimStack();
     for (const FbxObject::SCurveNodeLink& link : node.GetCurveNodes())
         if (link.property.starts_with("Lcl "))
             for (size_t n = 0; pStack != nullptr && n < pStack->GetLayerCount(); ++n)
@@ -27,20 +23,21 @@ void ForEachCurves(const FbxNode& node, TVisit visit)
 
 } // namespace
 
-double FrameRateOf(const FbxScene& scene)
+double FbxFrameRateOf(const FbxScene& scene)
 {
     const double fRate = scene.GetGlobalSettings().GetFrameRate();
     return fRate > 0.0 && std::isfinite(fRate) ? fRate : 30.0;
 }
 
-bool HasKeys(const FbxNode& node)
+bool FbxHasKeys(const FbxNode& node)
 {
     bool bAny = false;
-    ForEachCurves(node, [&bAny](const FbxAnimCurveNode& curves) { bAny |= curves.IsAnimated(); });
+    ForEachCurves(node, node.GetScene()->GetCurrentAnimStack(),
+                  [&bAny](const FbxAnimCurveNode& curves) { bAny |= curves.IsAnimated(); });
     return bAny;
 }
 
-SFrames FramesOf(const FbxTimeSpan& span, double fFrameRate)
+SFbxFrames FbxFramesOf(const FbxTimeSpan& span, double fFrameRate)
 {
     const auto place = [fFrameRate](FbxTime time)
     { return std::clamp(time.GetSecondDouble() * fFrameRate, -FARTHEST, FARTHEST); };
@@ -49,9 +46,9 @@ SFrames FramesOf(const FbxTimeSpan& span, double fFrameRate)
     return {nFirst, std::max(nFirst, nLast)};
 }
 
-FbxTimeSpan SpanOfCurrentStack(const FbxScene& scene)
+FbxTimeSpan FbxSpanOf(const FbxAnimStack& stack)
 {
-    FbxTimeSpan span = scene.GetCurrentAnimStack()->GetLocalTimeSpan();
+    FbxTimeSpan span = stack.GetLocalTimeSpan();
     if (span.start < span.stop)
         return span;
     bool bAny = false;
@@ -64,9 +61,8 @@ FbxTimeSpan SpanOfCurrentStack(const FbxScene& scene)
         span.stop = bAny ? std::max(span.stop, keys.stop) : keys.stop;
         bAny = true;
     };
+    const FbxScene& scene = *stack.GetScene();
     for (size_t n = 0; n < scene.GetNodeCount(); ++n)
-        ForEachCurves(*scene.GetNode(n), widen);
+        ForEachCurves(*scene.GetNode(n), &stack, widen);
     return span;
 }
-
-} // namespace Host
