@@ -3,6 +3,7 @@
 #include "host/adopt/adoptedpose.h"
 #include "host/adopt/plainscene.h"
 #include "host/files/outputfile.h"
+#include "host/files/outputplace.h"
 #include "host/marking/marking.h"
 #include "host/text/safenames.h"
 
@@ -83,11 +84,11 @@ void ZAdoptWriter::AddGeometry(const SNamedCharacter& named, size_t nFile, const
 
 void ZAdoptWriter::Write(FbxDocument& document, const std::string& sPath) const
 {
+    std::string sPlace;
+    if (const std::string sWhy = FindOutputPlace(sPath, m_plan.Settings().files, "", sPlace); !sWhy.empty())
+        throw ZRefusal("'" + sPath + "' is what it would write, and it " + sWhy + "; choose another --to or --name");
     std::error_code error;
-    for (const std::string& sSource : m_plan.Settings().files)
-        if (Fs::equivalent(sSource, sPath, error))
-            throw ZRefusal("'" + sPath + "' is what it would write, and a source; choose another --to or --name");
-    if (Fs::exists(sPath, error) && !IsAdoptedFile(sPath))
+    if (Fs::exists(sPlace, error) && !IsAdoptedFile(sPlace))
         throw ZRefusal("'" + sPath + "' is there already and no file that adopt wrote; choose another --to or --name");
     std::string sBytes;
     if (!document.Write(sBytes))
@@ -95,7 +96,7 @@ void ZAdoptWriter::Write(FbxDocument& document, const std::string& sPath) const
     if (m_plan.Settings().bDryRun)
         return;
     ZOutputFile file;
-    if (!file.Open(Fs::absolute(sPath).lexically_normal().string()) || !file.Write(sBytes.data(), sBytes.size()))
+    if (!file.Open(sPlace) || !file.Write(sBytes.data(), sBytes.size()))
         throw ZRefusal("'" + sPath + "': " + file.Error());
     file.Close();
     if (!file.Publish())

@@ -33,6 +33,7 @@ TEST(PassReader, PassesAndTheirSettings)
          "P{VertexShader=compile vs_2_0 Main( a, b )|ZEnable=true|} }"},
         {"pass P { SetBlendState( b, float4( 0, 0, 0, 0 ), 0xFF ); }}",
          "P{SetBlendState=b, float4( 0, 0, 0, 0 ), 0xFF|} }"},
+        {"pass P { Use( a == b ); }}", "P{Use=a == b|} }"},
         {"Pass P< string s = \"};\"; > { Texture[0] = <t>; }}", "P{Texture[0]=<t>|} }"},
         {"pass P { VertexShader = asm { vs_1_1\n mov o, v; }; Name = \"a;  b\"; }}",
          "P{VertexShader=asm { vs_1_1 mov o, v; }|Name=\"a;  b\"|} }"},

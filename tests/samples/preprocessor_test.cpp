@@ -114,6 +114,8 @@ TEST(SampleEffectCompiler, GivesAListingOfWhatItFound)
     EXPECT_EQ(compile("#include \"shared/inner.fxh\"\n#error stop\n"), nullptr);
     EXPECT_EQ(pCompiler->GetLastError().View(), "fx/a.fx:2: #error stop");
 
+    EXPECT_EQ(pCompiler->AddRef(), 2u);
+    EXPECT_EQ(pCompiler->Release(), 1u);
     // The effect lives without its compiler.
     EXPECT_EQ(pCompiler->Release(), 0u);
     EXPECT_TRUE(pEffect->GetSharedParameters()[0] == "g_Inner");
