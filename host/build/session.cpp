@@ -209,7 +209,7 @@ ZAssetTree::SSources ZHostSession::SourcesOf(const std::vector<std::string>& wor
             sources.unreadable.push_back({sId, NO_UTF8});
             continue;
         }
-        if (m_tree.IsFolder(sId))
+        if (sId.find('?') == std::string::npos && m_tree.IsFolder(sId))
         {
             addFolder(sId);
             continue;

@@ -97,6 +97,10 @@ TEST(Quaternion, NormalisesByEstimateToFloatAccuracy)
         ASSERT_NEAR(std::sqrt(double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z + double(v.w) * v.w), 1.0,
                     3e-7);
     }
+    const float4 two = WVectorNormalize2Exact({3.0f, -4.0f, 9.0f, 9.0f});
+    EXPECT_NEAR(two.x, 0.6f, 1e-6f);
+    EXPECT_NEAR(two.y, -0.8f, 1e-6f);
+    EXPECT_NEAR(WVectorNormalize3Exact({2.0f, -3.0f, 6.0f, 9.0f}).z, 6.0f / 7.0f, 1e-6f);
     ZAssertTrap trap;
     WVectorNormalize3Exact(float4{0.0f, 0.0f, 0.0f, 5.0f});
     EXPECT_EQ(trap.FirstExpression(), "*reinterpret_cast<float*>(&t) != 0.f");

@@ -4,6 +4,9 @@
 #include "base/typeinfo/zvariant.h"
 #include "tests/support/testing.h"
 
+#include <cmath>
+#include <string>
+
 struct SNobody
 {
 };
@@ -35,6 +38,10 @@ TEST(TypeInfo, ParsesTextByType)
         EXPECT_FALSE(parse(GetTypeID<float>(), szNone, &f)) << szNone;
     for (const char* szTiny : {"1e-50", "-0.001e-400", "+1E-99999999999999999999", "0e99"})
         EXPECT_TRUE(parse(GetTypeID<float>(), szTiny, &f) && f == 0.0f) << szTiny;
+    EXPECT_TRUE(parse(GetTypeID<float>(), "-1e-50", &f) && std::signbit(f));
+    EXPECT_TRUE(parse(GetTypeID<float>(), "1e-50", &f) && !std::signbit(f));
+    const std::string large = "1" + std::string(60, '0') + "e-20";
+    EXPECT_FALSE(parse(GetTypeID<float>(), large.c_str(), &f)) << "forty digits are left";
     double d = 0.0;
     EXPECT_TRUE(parse(GetTypeID<double>(), "1e-50", &d) && d == 1e-50);
     bool b = false;

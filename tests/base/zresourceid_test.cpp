@@ -18,6 +18,8 @@ TEST(ZResourceID, TakesFormsApart)
         {"run.fbx", false, "run.fbx", "", "fbx"},
         {"assembly:/", false, "assembly:/", "", ""},
         {"assembly:/?/walk.take", false, "assembly:/", "/walk.take", "take"},
+        {"a/b:/c.fbx", false, "a/b:/c.fbx", "", "fbx"},
+        {"a.b:/c.fbx", false, "a.b:/c.fbx", "", "fbx"},
         {"assembly:/a<b.fbx", false, "assembly:/a<b.fbx", "", "fbx"},
         {"<run.fbx>.pc.animation", false, "run.fbx", "", "animation"},
         {"<assembly:/a.fbx>.pc.", false, "assembly:/a.fbx", "", ""},

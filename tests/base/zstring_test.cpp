@@ -141,6 +141,8 @@ TEST(ZString, FormatLeavesWhatIsNoPlaceholder)
     EXPECT_TRUE(ZString::Format("{0} {1", 1, 2) == "1 {1");
     // What an argument brings is not read again.
     EXPECT_TRUE(ZString::Format("{0}{1}", "{1}", "x") == "{1}x");
+    EXPECT_TRUE(ZString::Format("{0,.} {0,.x}", 1.0f) == "{0,.} {0,.x}");
+    EXPECT_TRUE(ZString::Format("{000} {0000}", 1) == "1 {0000}");
 }
 
 } // namespace

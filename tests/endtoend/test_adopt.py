@@ -180,7 +180,7 @@ class AdoptTest(host.HostTest):
         make_samples.hiker(("Walk",)).write(mine)
         before = host.content(mine)
         for words, reason in (((HIKER, "--name", "mine"), "no file that adopt wrote"),
-                              ((mine, "--name", "mine"), "and a source"),
+                              ((mine, "--name", "mine"), "not written over"),
                               ((still, "--to", "../out"), "--to"), ((still, "--name", "a b"), "--name")):
             result = host.execute("adopt", *words, "--assets", self.tree)
             self.assertEqual(result.code, 2 if reason.startswith("--") else 1)
