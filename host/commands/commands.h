@@ -15,6 +15,7 @@ int RunQuery(const SOptions& options, ZConsole& console);
 int RunInspect(const SOptions& options, ZConsole& console);
 int RunStats(const SOptions& options, ZConsole& console);
 int RunVerify(const SOptions& options, ZConsole& console);
+int RunExport(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
 int RunEffect(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);

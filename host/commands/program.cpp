@@ -19,7 +19,7 @@ constexpr struct
     {"scan", &RunScan, false},      {"pack", &RunPack, false},   {"build", &RunBuild, false},
     {"query", &RunQuery, false},    {"stats", &RunStats, false}, {"verify", &RunVerify, false},
     {"inspect", &RunInspect, true}, {"scene", &RunScene, true},  {"mark", &RunMark, true},
-    {"effect", &RunEffect, true},   {"adopt", &RunAdopt, false},
+    {"effect", &RunEffect, true},   {"adopt", &RunAdopt, false}, {"export", &RunExport, false},
 };
 
 } // namespace

@@ -1,6 +1,5 @@
-#include "host/build/packedids.h"
 #include "host/commands/commands.h"
-#include "host/files/resourceids.h"
+#include "host/commands/packedchoice.h"
 #include "host/module/hostmodule.h"
 #include "host/show/verifytext.h"
 #include "host/text/hosterror.h"
@@ -24,24 +23,11 @@ int RunVerify(const SOptions& options, ZConsole& console)
             console.Output(VerifyLine(packed, sError, result));
     };
 
-    const std::vector<SPackedAnimation> all = FindPackedAnimations(
-        sOut, options.bPlatformGiven ? options.platforms : std::vector<std::string>(), PackedIds(sOut));
-    std::vector<bool> isChosen(all.size(), options.sources.empty());
-    for (const std::string& sWord : options.sources)
-    {
-        const std::string sId = ToLower(tree.IdOf(sWord));
-        bool bAny = false;
-        for (size_t n = 0; n < all.size(); ++n)
-            if (IsNamed(all[n], sId, sWord))
-                bAny = isChosen[n] = true;
-        if (!bAny)
-            tell({sWord, "", ""}, "there is no packed animation of it in '" + sOut + "'", {});
-    }
-    std::vector<SPackedAnimation> packed;
-    for (size_t n = 0; n < all.size(); ++n)
-        if (isChosen[n])
-            packed.push_back(all[n]);
-    if (all.empty() && options.sources.empty())
+    const SPackedChoice choice = ChoosePacked(options, tree, false);
+    for (const std::string& sWord : choice.missing)
+        tell({sWord, "", ""}, "there is no packed animation of it in '" + sOut + "'", {});
+    const std::vector<SPackedAnimation>& packed = choice.packed;
+    if (choice.bNothingThere && options.sources.empty())
         console.Notice("there are no packed animations in '" + sOut + "'");
 
     ZVerifyTable table;

@@ -58,6 +58,9 @@ constexpr struct
                "  animpack verify characters/hero/moves.fbx --assets art --out packed -t:pc\n"},
     {"scene", "  animpack scene art/characters/hero/moves.fbx\n"
               "  animpack scene art/characters/hero/moves.fbx --stack Take_001 --at 0,0.5 --json\n"},
+    {"export",
+     "  animpack export assembly:/characters/hero/moves.fbx --assets art -o hero.glb\n"
+     "  animpack export 'assembly:/characters/hero/moves.fbx?/walk.take' --source --assets art -o walk.glb\n"},
     {"effect", "  animpack effect effects/glow.fx -I effects/shared -D SHADOWS=1\n"},
     {"mark", "  animpack mark downloads/run.fbx run.marks.json art/characters/hero/run.fbx\n"},
 };
@@ -85,6 +88,12 @@ the scene says. Millimetres are the way between points 3 cm from the bone along 
 
 A bone below the ground that moves in the scene and not in the packed file is an error, whether or not the rig has it: its
 motion was lost. Partial takes, helper bones and scale are left out on purpose.
+)";
+
+constexpr const char EXPORT_HELP[] = R"(
+Metres, Y up and front +Z as glTF has it: (x, y, z) of the packed file is (x, z, -y) here. Each take is an animation with a
+key a frame; the ground's bone carries the way that the character goes. Takes of one rig share its bones, several rigs stand
+side by side. Animated properties and events are in the extras of their animation.
 )";
 
 constexpr const char ADOPT_HELP[] = R"(
@@ -186,6 +195,15 @@ void AddWorkerOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
         ->group("Work");
 }
 
+/// Of commands that look at what is packed.
+void AddPackedOptions(CLI::App& command, SOptions& options, SRawOptions& raw, const std::string& sPlatforms)
+{
+    command.add_option("--assets", options.session.sAssets, ASSETS_HELP);
+    command.add_option("--out", options.session.sOut, "Folder of the packed animations")->capture_default_str();
+    AddPlatformOption(command, options, sPlatforms);
+    AddWorkerOptions(command, options, raw);
+}
+
 void AddWorkOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
 {
     AddWorkerOptions(command, options, raw);
@@ -270,11 +288,15 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pVerify
         ->add_option("--max-degrees", options.fMaxDegrees, "An animation of which a bone is turned further off fails")
         ->check(CLI::NonNegativeNumber);
-    pVerify->add_option("--assets", options.session.sAssets, ASSETS_HELP);
-    pVerify->add_option("--out", options.session.sOut, "Folder of the packed animations")->capture_default_str();
-    AddPlatformOption(*pVerify, options, "all that are there");
-    AddWorkerOptions(*pVerify, options, raw);
+    AddPackedOptions(*pVerify, options, raw, "all that are there");
     pVerify->footer(VERIFY_HELP);
+
+    CLI::App* pExport = add("export", "Write packed takes as glTF 2.0, which viewers, engines and DCC tools open");
+    pExport->add_option("ID", options.sources, "Takes, their files, folders, or packed files")->required();
+    pExport->add_option("-o,--output", options.sOutputFile, "The .glb file to write")->required();
+    pExport->add_flag("--source", options.bSource, "What the scene says instead of what was packed");
+    pExport->footer(EXPORT_HELP);
+    AddPackedOptions(*pExport, options, raw, "pc if that is there");
 
     CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
     pScene->add_option("FILE", raw.sSource, "The FBX file")->required();

@@ -64,6 +64,10 @@ struct SOptions
     double fMaxMillimetres = std::numeric_limits<double>::infinity();
     double fMaxDegrees = std::numeric_limits<double>::infinity();
 
+    // Of export and view.
+    std::string sOutputFile;
+    bool bSource = false; ///< what the scene says, not what was packed
+
     // Of effect.
     std::vector<std::string> includeFolders;
     std::vector<std::string> defines; ///< NAME=VALUE, or NAME

@@ -1,15 +1,10 @@
 #include "host/verify/takeverifier.h"
 
-#include "fbx/scene/fbxmath.h"
-#include "host/files/packedpose.h"
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"
 #include "host/module/hostmodule.h"
-#include "host/verify/arrival.h"
-#include "host/verify/sourcepose.h"
+#include "host/verify/posecomparison.h"
 #include "resource/animation/frame/animationexception.h"
-
-#include <cmath>
 
 namespace Host
 {
@@ -17,132 +12,9 @@ namespace Host
 namespace
 {
 
-/// Points that tell of a bone's rotation as distances.
-constexpr double REACH = 0.03;
-constexpr FbxVector3 POINTS[] = {{REACH, 0.0, 0.0}, {0.0, REACH, 0.0}, {0.0, 0.0, REACH}};
-
-double Length(const FbxVector3& v)
-{
-    return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-}
-
-double DegreesBetween(const FbxQuaternion& a, const FbxQuaternion& b)
-{
-    const FbxQuaternion d = a.Conjugate() * b;
-    return 2.0 * kFbxDegreesPerRadian * FbxAtan2(Length({d.x, d.y, d.z}), std::fabs(d.w));
-}
-
-/// The runtime's sense turned to the scene's.
-SRigidBone FromRuntime(const SQV& transform)
-{
-    const SQuaternion& r = transform.rotation;
-    const SVector4& t = transform.translation;
-    const auto wide = [](float f) { return static_cast<double>(f); };
-    return {{wide(t.x), wide(t.y), wide(t.z)},
-            FbxQuaternion{-wide(r.x), -wide(r.y), -wide(r.z), wide(r.w)}.Normalized()};
-}
-
-/// One packed animation while it is compared.
-class ZComparison
-{
-public:
-    ZComparison(const SPackedAnimation& packed, const std::string& sOut) : m_packed(packed), m_sOut(sOut) {}
-
-    bool Load()
-    {
-        if (!m_animation.Load(m_packed.sPath, m_sOut))
-            return Fail(m_animation.Error());
-        m_result.nBytes = m_animation.File().FileSize();
-        m_pPose = ZAnimPoseBuffer::Create(m_animation.Descriptor());
-        m_result.nBones = m_animation.Rig().BoneCount();
-        m_result.nFrames = m_animation.Sampler().FrameCount();
-        return true;
-    }
-
-    bool Begin(const ResourceAnimation::ZFbxTakeData& take)
-    {
-        if (take.m_frameCount < 0 || static_cast<uint32_t>(take.m_frameCount) != m_result.nFrames)
-            return Fail("the packed animation has " + std::to_string(m_result.nFrames) + " frames, its take " +
-                        std::to_string(take.m_frameCount) + ": one of them is older");
-        m_pArrival = std::make_unique<ZArrival>(take, m_animation.Rig());
-        m_pSource = std::make_unique<ZSourcePose>(take, m_animation.Rig(), *m_animation.Descriptor());
-        return true;
-    }
-
-    void Compare(uint32_t nFrame)
-    {
-        const std::vector<SRigidBone>& wanted = m_pSource->Evaluate(nFrame);
-        m_animation.Sampler().Sample(nFrame, *m_pPose);
-        m_pPose->ToCharacterSpace();
-        m_got.clear();
-        for (uint32_t n = 0; n < m_result.nBones; ++n)
-            m_got.push_back(FromRuntime(m_pPose->Character()[n]));
-        m_pArrival->Look(nFrame, m_got);
-        for (uint32_t n = 0; n < m_result.nBones; ++n)
-        {
-            const SRigidBone& got = m_got[n];
-            const double fDegrees = DegreesBetween(wanted[n].q, got.q);
-            // What is no number is the worst there is.
-            if (!(fDegrees <= m_result.fMaxDegrees))
-            {
-                m_result.fMaxDegrees = fDegrees;
-                m_nWorstTurned = n;
-                m_result.nWorstTurnedFrame = nFrame;
-            }
-            for (const FbxVector3& point : POINTS)
-            {
-                const double fMillimetres =
-                    1000.0 * Length(wanted[n].t + wanted[n].q.Rotate(point) - got.t - got.q.Rotate(point));
-                m_fSum += fMillimetres;
-                if (fMillimetres <= m_result.fMaxMillimetres)
-                    continue;
-                m_result.fMaxMillimetres = fMillimetres;
-                m_nWorst = n;
-                m_result.nWorstFrame = nFrame;
-            }
-        }
-    }
-
-    SVerified Take()
-    {
-        if (m_result.sError.empty() && m_result.nBones != 0)
-        {
-            const double fPoints = static_cast<double>(std::size(POINTS)) * m_result.nBones * m_result.nFrames;
-            m_result.fMeanMillimetres = fPoints > 0.0 ? m_fSum / fPoints : 0.0;
-            m_result.sWorstBone = ToStd(m_animation.Rig().Name(m_nWorst));
-            m_result.lostBones = m_pArrival->LostBones();
-            m_result.fLostMillimetres = m_pArrival->LostMillimetres();
-            m_result.droppedScale = m_pArrival->DroppedScale();
-            m_result.sWorstTurned = ToStd(m_animation.Rig().Name(m_nWorstTurned));
-        }
-        return std::move(m_result);
-    }
-
-    bool Fail(const std::string& sWhy)
-    {
-        m_result.sError = sWhy;
-        return false;
-    }
-    bool IsGood() const { return m_result.sError.empty(); }
-    uint32_t FrameCount() const { return m_result.nFrames; }
-
-private:
-    const SPackedAnimation& m_packed;
-    const std::string& m_sOut;
-    ZPackedPose m_animation;
-    TSharedPtr<ZAnimPoseBuffer> m_pPose;
-    std::unique_ptr<ZSourcePose> m_pSource;
-    std::unique_ptr<ZArrival> m_pArrival;
-    std::vector<SRigidBone> m_got;
-    SVerified m_result;
-    double m_fSum = 0.0;
-    uint32_t m_nWorst = 0;
-    uint32_t m_nWorstTurned = 0;
-};
-
 /// Runs a step of a comparison; whatever it throws is its failure.
 template <class TStep>
-bool Guarded(ZComparison& comparison, TStep step)
+bool Guarded(ZPoseComparison& comparison, TStep step)
 {
     try
     {
@@ -186,14 +58,32 @@ ResourceAnimation::ZFbxSceneReader& ZTakeVerifier::SceneOf(const std::string& sS
     return *m_pScene;
 }
 
+SVerified ZTakeVerifier::Finish(ZPoseComparison& comparison) const
+{
+    std::unique_ptr<SClip> pClip;
+    // A packed file whose scene is gone can be shown all the same.
+    const bool bShown = m_showClip == nullptr || Guarded(comparison,
+                                                         [&]
+                                                         {
+                                                             pClip = comparison.TakeClip();
+                                                             return true;
+                                                         });
+    SVerified result = comparison.Take();
+    if (!bShown || !pClip)
+        return result;
+    pClip->verified = result;
+    result.sShown = m_showClip(*pClip);
+    return result;
+}
+
 std::vector<SVerified> ZTakeVerifier::Verify(std::span<const SPackedAnimation> packed)
 {
-    std::vector<std::unique_ptr<ZComparison>> comparisons;
+    std::vector<std::unique_ptr<ZPoseComparison>> comparisons;
     const std::string sTake = TakeOf(packed.front());
     for (const SPackedAnimation& entry : packed)
     {
-        comparisons.push_back(std::make_unique<ZComparison>(entry, m_sOut));
-        ZComparison& comparison = *comparisons.back();
+        comparisons.push_back(std::make_unique<ZPoseComparison>(entry, m_sOut, m_showClip != nullptr));
+        ZPoseComparison& comparison = *comparisons.back();
         Guarded(comparison,
                 [&]
                 {
@@ -223,7 +113,7 @@ std::vector<SVerified> ZTakeVerifier::Verify(std::span<const SPackedAnimation> p
     std::vector<SVerified> results;
     results.reserve(comparisons.size());
     for (const auto& pComparison : comparisons)
-        results.push_back(pComparison->Take());
+        results.push_back(Finish(*pComparison));
     return results;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/clip/clip.h"
 #include "host/files/packedlist.h"
 #include "resource/animation/fbximport/fbxanimationscenereader.h"
 
@@ -11,31 +12,18 @@
 namespace Host
 {
 
-/// How far a packed animation is from its source.
-struct SVerified
-{
-    std::string sError; ///< when it could not be compared; the rest is nothing then
-    uint32_t nBones = 0;
-    uint32_t nFrames = 0;
-    uint64_t nBytes = 0; ///< of the file
-    double fMaxDegrees = 0.0;
-    double fMaxMillimetres = 0.0;
-    double fMeanMillimetres = 0.0;
-    std::string sWorstBone; ///< of fMaxMillimetres
-    uint32_t nWorstFrame = 0;
-    std::string sWorstTurned; ///< of fMaxDegrees
-    uint32_t nWorstTurnedFrame = 0;
-    std::vector<std::string> lostBones;    ///< whose motion did not come through, though nobody left it out
-    double fLostMillimetres = 0.0;         ///< of these at worst
-    std::vector<std::string> droppedScale; ///< nodes whose scale no packed animation holds
-};
+class ZPoseComparison;
 
 /// Compares packed animations with the scenes that they were made from: every bone of the rig at every frame, as the
 /// character sees it, source against decoded. Needs a resource database in the process.
 class ZTakeVerifier
 {
 public:
-    explicit ZTakeVerifier(std::string sOut) : m_sOut(std::move(sOut)) {}
+    /// With `showClip`, what it makes of each goes with the result, also where there was nothing to compare with.
+    explicit ZTakeVerifier(std::string sOut, FShowClip showClip = {})
+        : m_sOut(std::move(sOut)), m_showClip(std::move(showClip))
+    {
+    }
 
     /// Packed animations of one take, for whatever platform or rig. A result for each.
     std::vector<SVerified> Verify(std::span<const SPackedAnimation> packed);
@@ -43,7 +31,10 @@ public:
 private:
     ResourceAnimation::ZFbxSceneReader& SceneOf(const std::string& sSource);
 
+    SVerified Finish(ZPoseComparison& comparison) const;
+
     std::string m_sOut;
+    FShowClip m_showClip;
     std::string m_sSource; ///< of the scene that is kept
     std::unique_ptr<ResourceAnimation::ZFbxSceneReader> m_pScene;
 };

@@ -44,6 +44,7 @@ std::string EncodeVerified(const SVerified& result)
     list(result.lostBones);
     json.Number(result.fLostMillimetres);
     list(result.droppedScale);
+    json.Text(result.sShown);
     json.Close(']');
     return json.Take();
 }
@@ -68,13 +69,23 @@ bool DecodeVerified(const std::string& sLine, SVerified& result)
                   json.at(10).get<uint32_t>(),
                   json.at(11).get<std::vector<std::string>>(),
                   number(12),
-                  json.at(13).get<std::vector<std::string>>()};
+                  json.at(13).get<std::vector<std::string>>(),
+                  json.at(14).get<std::string>()};
         return true;
     }
     catch (const nlohmann::json::exception&)
     {
         return false;
     }
+}
+
+bool IsBelow(const std::string& sPath, const std::string& sFolder)
+{
+    std::error_code error;
+    if (!std::filesystem::is_directory(sFolder, error))
+        return false;
+    const auto relative = std::filesystem::proximate(sPath, sFolder, error);
+    return !error && !relative.empty() && relative.is_relative() && relative.begin()->string() != "..";
 }
 
 } // namespace
@@ -86,7 +97,7 @@ bool IsNamed(const SPackedAnimation& packed, const std::string& sId, const std::
     std::error_code error;
     return sId == packed.sId || sId == sTake || sId == sFile ||
            (!sId.empty() && sFile.starts_with(sId.ends_with('/') ? sId : sId + '/')) ||
-           std::filesystem::equivalent(sPath, packed.sPath, error);
+           std::filesystem::equivalent(sPath, packed.sPath, error) || IsBelow(packed.sPath, sPath);
 }
 
 void ZVerification::PlanRanges()
@@ -116,7 +127,7 @@ void ZVerification::WorkerMain(ZLineChannel& channel) const
 {
     ZHostDatabase database(m_settings.tree, m_settings.sOut, [](const std::string&) { return false; });
     SetResourceDatabase(&database);
-    ZTakeVerifier verifier(m_settings.sOut);
+    ZTakeVerifier verifier(m_settings.sOut, m_settings.showClip);
     std::string sLine;
     while (channel.Receive(sLine))
     {

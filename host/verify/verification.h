@@ -13,7 +13,7 @@ namespace Host
 {
 
 /// Whether a word of the command line, as a lower-cased identifier or as a path, stands for a packed animation: itself,
-/// its file, its take, its take's file, or a folder.
+/// its file, its take, its take's file, or a folder of either.
 bool IsNamed(const SPackedAnimation& packed, const std::string& sId, const std::string& sPath);
 
 /// Compares many packed animations with their scenes in worker processes, a scene read once for the takes of it. One
@@ -27,6 +27,7 @@ public:
         std::string sOut;
         unsigned int nWorkers = 1;
         SWorkerLimits limits;
+        FShowClip showClip = {}; ///< called in the workers; see ZTakeVerifier
     };
     /// The result of the n-th of the list; told in the list's order.
     using FReport = std::function<void(size_t n, const SVerified& result)>;
