@@ -32,6 +32,12 @@ TProcessId ParentProcess()
     return ::getppid();
 }
 
+std::string MachineName()
+{
+    char szName[256] = {};
+    return ::gethostname(szName, sizeof szName - 1) == 0 ? szName : std::string();
+}
+
 void OpenStandardStreams()
 {
     for (const int nStream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})

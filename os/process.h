@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace Os
@@ -9,6 +10,8 @@ using TProcessId = int;
 
 TProcessId OwnProcess();
 TProcessId ParentProcess();
+/// Of this machine among those of its network; empty when it has none.
+std::string MachineName();
 
 /// Standard streams that the process was started without are opened, so that no file of its own takes their place: one
 /// that is read is empty, and writing fails as it would without.

@@ -5,7 +5,7 @@ namespace Host
 
 std::string_view NameOf(EJobStatus eStatus)
 {
-    constexpr std::string_view names[] = {"packed", "upToDate", "failed", "crashed", "removed"};
+    constexpr std::string_view names[] = {"packed", "upToDate", "failed", "crashed", "removed", "toPack", "toRemove"};
     return names[static_cast<int>(eStatus)];
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/build/reason.h"
 #include "host/files/outputfile.h"
 #include "host/index/sourcescan.h"
 #include "host/module/job.h"
@@ -15,9 +16,11 @@ enum class EJobStatus
     eUpToDate,
     eFailed,  ///< the packer said no, raised an exception or failed an assertion
     eCrashed, ///< its process ended, or was ended
-    eRemoved  ///< what an earlier run packed of a source or take that is gone
+    eRemoved, ///< what an earlier run packed of a source or take that is gone
+    eToPack,  ///< a build would pack it
+    eToRemove ///< a build would remove it
 };
-constexpr size_t JOB_STATUS_COUNT = 5;
+constexpr size_t JOB_STATUS_COUNT = 7;
 std::string_view NameOf(EJobStatus eStatus);
 
 /// What came of a job.
@@ -33,7 +36,8 @@ struct SJobResult
     uint64_t nHash = 0;
     double fSeconds = 0.0; ///< what it needs from others and waits for not counted
     std::vector<SDependency> dependencies;
-    SSourceScan scan; ///< of a scan; of one that failed, what it had found by then
+    std::vector<SReason> why; ///< it was not up to date, as far as that was asked for
+    SSourceScan scan;         ///< of a scan; of one that failed, what it had found by then
 
     bool IsGood() const { return eStatus == EJobStatus::ePacked || eStatus == EJobStatus::eUpToDate; }
     const std::string* FirstError() const;

@@ -40,8 +40,10 @@ std::string CurrentExceptionType()
 
 } // namespace
 
-ZJobRunner::ZJobRunner(const ZAssetTree& tree, const std::string& sOut, IJobHost& host)
-    : m_host(host), m_database(tree, sOut, [this](const std::string& sId) { return Make(sId); })
+ZJobRunner::ZJobRunner(const SJobPlace& place, IJobHost& host)
+    : m_host(host),
+      m_bKeepSame(place.bKeepSame),
+      m_database(place.tree, place.sOut, [this](const std::string& sId) { return Make(sId); })
 {
     RegisterHostModules();
     SetResourceDatabase(&m_database);
@@ -171,6 +173,8 @@ bool ZJobRunner::Publish(ZJobContext& context, bool bPublishLater, SJobResult& r
         sWhy = "the packer reports success, but has not released its output";
     else if (output.Path().empty())
         sWhy = "the packer reports success, but has written nothing";
+    else if (m_bKeepSame && output.IsComplete() && output.LeaveSame())
+        sWhy.clear();
     else if (bPublishLater ? !output.Release(result.publication) : !output.Publish())
         sWhy = output.Error();
     if (!sWhy.empty())

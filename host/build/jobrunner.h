@@ -25,6 +25,14 @@ protected:
     ~IJobHost() = default;
 };
 
+/// Where jobs read and write.
+struct SJobPlace
+{
+    const ZAssetTree& tree;
+    const std::string& sOut;
+    bool bKeepSame = false; ///< a packed file that has the bytes already is left as it stands
+};
+
 /// Does jobs in this process, with the components of the loaded modules. What a job needs is packed inside it, when the
 /// host says so. Nothing that a component does ends the process short of a crash: exceptions and failed assertions
 /// fail the job.
@@ -32,7 +40,7 @@ class ZJobRunner
 {
 public:
     /// Becomes the process's resource database for as long as it lives.
-    ZJobRunner(const ZAssetTree& tree, const std::string& sOut, IJobHost& host);
+    ZJobRunner(const SJobPlace& place, IJobHost& host);
     ~ZJobRunner();
     ZJobRunner(const ZJobRunner&) = delete;
     ZJobRunner& operator=(const ZJobRunner&) = delete;
@@ -49,6 +57,7 @@ private:
     bool Scan(ZJobContext& context, SSourceScan& scan);
 
     IJobHost& m_host;
+    bool m_bKeepSame;
     ZHostDatabase m_database;
     ZTraceCollector m_trace;
 };

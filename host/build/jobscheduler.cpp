@@ -1,7 +1,6 @@
 #include "host/build/jobscheduler.h"
 
 #include "host/build/joblines.h"
-#include "host/build/jobrunner.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
@@ -90,10 +89,10 @@ private:
 
 } // namespace
 
-void ZJobScheduler::WorkerMain(const ZAssetTree& tree, const std::string& sOut, ZLineChannel& channel)
+void ZJobScheduler::WorkerMain(const SJobPlace& place, ZLineChannel& channel)
 {
     ZWorkerHost host(channel);
-    ZJobRunner runner(tree, sOut, host);
+    ZJobRunner runner(place, host);
     SLine line;
     while (host.Next(line))
     {
@@ -168,6 +167,20 @@ bool ZJobScheduler::FillFromState(SEntry& entry)
     result.nHash = record.nHash;
     entry.eState = EState::eDone;
     return true;
+}
+
+void ZJobScheduler::Explain(SEntry& entry)
+{
+    if (m_services.bExplain)
+        entry.result.why = m_services.bForce ? std::vector<SReason>{{SReason::eForced, {}, 0, 0}}
+                                             : m_services.staleness.WhyNot(entry.result.job);
+}
+
+bool ZJobScheduler::IsMadeElsewhere(const SJob& job) const
+{
+    const std::vector<std::string>& standing = m_services.standing;
+    return job.Component().empty() ||
+           std::find(standing.begin(), standing.end(), ToStd(ToId(job.sId).GetExtension())) != standing.end();
 }
 
 /// Whether it is up to date can't be told while what it was made from is being made.
@@ -301,6 +314,7 @@ void ZJobScheduler::StartJobs()
                 TellWhatIsKnown();
                 continue;
             }
+            Explain(entry);
             entry.nWorker = n;
             entry.eState = worker.stack.empty() ? EState::eRunning : EState::eAhead;
             if (worker.stack.empty())
@@ -404,7 +418,7 @@ void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
         worker.sWaitsFor = sId;
         return m_services.pool.StopClock(nWorker);
     }
-    if (entry.eState == EState::eNew && job.Component().empty())
+    if (entry.eState == EState::eNew && IsMadeElsewhere(job))
     {
         // Made elsewhere: there or not, it is nothing that this run could change.
         const std::string sFile = OutputPathOf(ToId(sId));
@@ -419,6 +433,7 @@ void ZJobScheduler::HandleNeed(size_t nWorker, const std::string& sId)
     }
     if (entry.eState == EState::eDone || FillFromState(entry))
         return Answer(nWorker, entry);
+    Explain(entry);
     entry.eState = EState::eRunning;
     entry.nWorker = nWorker;
     worker.stack.push_back(sId);
@@ -430,7 +445,7 @@ void ZJobScheduler::Answer(size_t nWorker, const SEntry& needed)
     if (needed.result.IsGood())
         return m_services.pool.Send(nWorker, EncodeAnswer(ANSWER_READY, {}));
     const std::string* pWhy = needed.result.FirstError();
-    const std::string_view answer = needed.result.job.Component().empty() ? ANSWER_REFUSED : ANSWER_FAILED;
+    const std::string_view answer = IsMadeElsewhere(needed.result.job) ? ANSWER_REFUSED : ANSWER_FAILED;
     m_services.pool.Send(nWorker, EncodeAnswer(answer, pWhy != nullptr ? *pWhy : "it has failed"));
 }
 
@@ -446,6 +461,7 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
     }
     SEntry& entry = EntryOf(result.job);
     result.messages = std::move(entry.result.messages);
+    result.why = std::move(entry.result.why);
     entry.result = std::move(result);
     // What a worker has read before, it does not ask for again.
     for (const SDependency& dependency : entry.result.dependencies)

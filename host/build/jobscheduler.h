@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/build/jobrunner.h"
 #include "host/build/publisher.h"
 #include "host/build/staleness.h"
 #include "host/workers/workerpool.h"
@@ -35,6 +36,9 @@ public:
         ZStaleness& staleness;
         bool bForce = false;         ///< nothing is up to date but what this run has made
         bool bAfterCutShort = false; ///< the run before could not note all that it made
+        bool bExplain = false;       ///< results tell why they were not up to date
+        /// Extensions of packed resources that are there or not, but never made here.
+        std::vector<std::string> standing = {};
     };
     using FReport = std::function<void(const SJobResult&)>;
     /// Called often: results told, jobs listed, and a job that runs.
@@ -48,7 +52,7 @@ public:
     void Run(const std::vector<SJob>& jobs, bool bNamesOnly = false);
 
     /// The function of the pool's workers.
-    static void WorkerMain(const ZAssetTree& tree, const std::string& sOut, ZLineChannel& channel);
+    static void WorkerMain(const SJobPlace& place, ZLineChannel& channel);
 
 private:
     enum class EState
@@ -93,6 +97,8 @@ private:
     static std::string_view FileOf(std::string_view id);
     SJob TakeNext(size_t nWorker);
     bool FillFromState(SEntry& entry);
+    void Explain(SEntry& entry);
+    bool IsMadeElsewhere(const SJob& job) const;
     bool MustWait(const SEntry& entry);
     void StartJobs();
     bool MayGetAhead(const SWorker& worker) const;

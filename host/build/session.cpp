@@ -1,6 +1,7 @@
 #include "host/build/session.h"
 
 #include "host/files/outputfile.h"
+#include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
 #include "host/module/hostmodule.h"
 #include "host/module/moduleloader.h"
@@ -12,6 +13,7 @@
 #include <exception>
 #include <filesystem>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace Host
 {
@@ -28,6 +30,7 @@ std::string CleanFolder(const std::string& sFolder)
     return sClean;
 }
 
+constexpr size_t SCHEME_LENGTH = std::string_view("assembly:/").size();
 constexpr const char NO_UTF8[] = "its name is no UTF-8, so there is no identifier for it";
 
 /// A worker takes one of the files that this process may have open, and some are for the others.
@@ -40,25 +43,26 @@ unsigned int MostWorkers(unsigned int nWanted)
 } // namespace
 
 ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watcher, EUse eUse)
-    : m_watcher(watcher), m_sOut(CleanFolder(options.sOut)), m_tree(options.sAssets)
+    : m_watcher(watcher), m_sOut(CleanFolder(options.sOut)), m_eUse(eUse), m_tree(options.sAssets)
 {
     const auto notice = [&watcher](const std::string& sText) { watcher.Notice(sText); };
     RegisterHostModules();
     LoadModule(options.sModule);
-    m_bWrites = eUse == EUse::eWrites;
-    if (m_bWrites)
+    std::error_code error;
+    m_bWrites = eUse == EUse::eWrites && !options.bNoState;
+    if (m_bWrites || (LooksAhead() && std::filesystem::exists(m_sOut + '/' + STATE_FILE, error)))
         m_pLock = std::make_unique<ZOutputLock>(m_sOut, notice);
-    else
+    else if (!options.bNoState)
     {
-        std::error_code error;
         if (options.bMakeOut)
             std::filesystem::create_directories(m_sOut, error);
         m_pLock = std::make_unique<ZOutputLock>(m_sOut);
-        if (!m_pLock->IsHeld() && (options.bMakeOut || std::filesystem::is_directory(m_sOut, error)))
+        if (!m_pLock->IsHeld() && !LooksAhead() && (options.bMakeOut || std::filesystem::is_directory(m_sOut, error)))
             notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
     }
     m_interruptNote.emplace();
-    m_pState = std::make_unique<ZBuildState>(m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
+    m_pState =
+        std::make_unique<ZBuildState>(m_pLock && m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
     m_pState->SetAssets(m_tree.Root());
     const bool bAfterCutShort = m_bWrites && m_pState->BeginRun();
     if (bAfterCutShort)
@@ -66,10 +70,12 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
     m_pStaleness = std::make_unique<ZStaleness>(m_tree, m_sOut, *m_pState, HashOfTools(options.sModule));
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
     m_pPool = std::make_unique<ZWorkerPool>(MostWorkers(options.nWorkers) + 1, limits,
-                                            [this](ZLineChannel& channel)
-                                            { ZJobScheduler::WorkerMain(m_tree, m_sOut, channel); });
+                                            [this, bKeepSame = options.bNoState](ZLineChannel& channel) {
+                                                ZJobScheduler::WorkerMain({m_tree, m_sOut, bKeepSame}, channel);
+                                            });
     m_pScheduler = std::make_unique<ZJobScheduler>(
-        ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce, bAfterCutShort},
+        ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce, bAfterCutShort,
+                                 options.bExplain || LooksAhead(), options.standing},
         [this](const SJobResult& result) { m_report(result); },
         [this](size_t nTold, size_t nListed, const SJob& job) { m_watcher.Progress(nTold, nListed, job.Source()); });
 }
@@ -95,6 +101,41 @@ void ZHostSession::Run(const std::vector<SJob>& jobs, const ZJobScheduler::FRepo
 {
     m_report = report;
     m_pScheduler->Run(jobs, bNamesOnly);
+}
+
+void ZHostSession::Foresee(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report)
+{
+    m_pStaleness->Foresee(jobs, report);
+}
+
+ZHostSession::SInputs ZHostSession::InputsOf(const std::vector<std::string>& ids)
+{
+    SInputs inputs;
+    std::unordered_set<std::string> seen(ids.begin(), ids.end());
+    std::vector<std::string> pending = ids;
+    while (!pending.empty())
+    {
+        SBuildRecord record;
+        const bool bFound = m_pState->Find(pending.back(), record);
+        pending.pop_back();
+        for (const SDependency& dependency : bFound ? record.dependencies : std::vector<SDependency>())
+        {
+            if (!seen.insert(dependency.sId).second)
+                continue;
+            if (dependency.eKind == SDependency::eDerived)
+            {
+                pending.push_back(dependency.sId);
+                inputs.files.push_back(m_pStaleness->FileOf(OutputPathOf(ToId(dependency.sId))));
+                continue;
+            }
+            const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(dependency.sId));
+            if (lookup.eState == ZAssetTree::SLookup::eFound)
+                inputs.files.push_back(lookup.sPath);
+            else if (lookup.eState == ZAssetTree::SLookup::eMissing)
+                inputs.absent.push_back(m_tree.Root() + '/' + dependency.sId.substr(SCHEME_LENGTH));
+        }
+    }
+    return inputs;
 }
 
 SJobResult ZHostSession::FailedScan(const std::string& sId, const std::string& sWhy)
@@ -159,6 +200,15 @@ void ZHostSession::RemoveGone(const SPresentSources& present, const std::vector<
         const std::string sPath = m_pStaleness->FileOf(record.sFile);
         const bool bThere = Os::StampOf(sPath).bExists;
         const bool bOurs = m_pStaleness->HasFile(record);
+        if (LooksAhead())
+        {
+            SJobResult removed;
+            removed.job = {SJob::ePack, record.sId};
+            removed.eStatus = EJobStatus::eToRemove;
+            if (bThere && bOurs)
+                report(removed);
+            continue;
+        }
         m_pState->Remove(record.sId);
         SJobResult removed;
         removed.job = {SJob::ePack, record.sId};

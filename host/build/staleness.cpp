@@ -18,7 +18,7 @@ ZStaleness::ELook ZStaleness::Compare(const std::string& sPath, const SFileStamp
     return ELook::eSameContent;
 }
 
-ZStaleness::ELook ZStaleness::CompareSource(SDependency& dependency)
+const ZStaleness::SSource& ZStaleness::SourceOf(const SDependency& dependency)
 {
     auto it = m_sources.find(dependency.sId);
     if (it == m_sources.end())
@@ -28,7 +28,12 @@ ZStaleness::ELook ZStaleness::CompareSource(SDependency& dependency)
         if (!lookup.sPath.empty())
             it->second.stamp = StampOf(lookup.sPath);
     }
-    const SSource& source = it->second;
+    return it->second;
+}
+
+ZStaleness::ELook ZStaleness::CompareSource(SDependency& dependency)
+{
+    const SSource& source = SourceOf(dependency);
     return source.bWrong ? ELook::eOther : Compare(source.sPath, source.stamp, dependency.stamp, dependency.nHash);
 }
 
@@ -101,6 +106,93 @@ bool ZStaleness::IsUpToDate(const SJob& job, SBuildRecord& record)
         m_state.Save(record);
     m_upToDate.insert(job.sId);
     return true;
+}
+
+std::vector<SReason> ZStaleness::WhyNot(const SJob& job)
+{
+    std::vector<SReason> why;
+    SBuildRecord record;
+    if (!m_state.Find(job.sId, record))
+        return {{SReason::eNew, {}, 0, 0}};
+    if (record.sTools != m_sTools)
+        why.push_back({SReason::eTools, {}, 0, 0});
+    if (record.sComponent != job.Component())
+        why.push_back({SReason::eComponent, {}, 0, 0});
+    if (bool bNoted = false; job.eKind == SJob::ePack && !HasFile(record, bNoted))
+    {
+        const std::string sFile = FileOf(record.sFile);
+        const SFileStamp now = StampOf(sFile);
+        why.push_back(
+            {now.bExists ? SReason::eOutputChanged : SReason::eOutputGone, sFile, record.stamp.nSize, now.nSize});
+    }
+    for (SDependency& dependency : record.dependencies)
+    {
+        const SFileStamp before = dependency.stamp;
+        if (dependency.eKind == SDependency::eDerived)
+        {
+            bool bNoted = false;
+            if (IsSameDerived(dependency, bNoted))
+                continue;
+            const SFileStamp now = StampOf(FileOf(OutputPathOf(ToId(dependency.sId))));
+            if (before == now)
+                why.push_back({SReason::eNeedAgain, dependency.sId, before.nSize, now.nSize});
+            else
+                why.push_back({now.bExists ? SReason::eInputChanged : SReason::eInputGone, dependency.sId, before.nSize,
+                               now.nSize});
+        }
+        else if (CompareSource(dependency) == ELook::eOther)
+        {
+            const SSource& source = SourceOf(dependency);
+            why.push_back({source.bWrong           ? SReason::eInputDoubtful
+                           : !source.stamp.bExists ? SReason::eInputGone
+                           : !before.bExists       ? SReason::eInputNew
+                                                   : SReason::eInputChanged,
+                           dependency.sId, before.nSize, source.stamp.nSize});
+        }
+    }
+    return why;
+}
+
+void ZStaleness::Foresee(const std::vector<SJob>& jobs, const std::function<void(const SJobResult&)>& report)
+{
+    std::unordered_set<std::string> told;
+    std::vector<std::pair<SJob, bool>> pending; ///< and whether its needs are told
+    for (const SJob& listed : jobs)
+    {
+        pending.emplace_back(listed, false);
+        while (!pending.empty())
+        {
+            const SJob job = pending.back().first;
+            const bool bNeedsTold = std::exchange(pending.back().second, true);
+            if (!bNeedsTold && !told.insert(job.sId).second)
+            {
+                pending.pop_back();
+                continue;
+            }
+            SJobResult result;
+            result.job = job;
+            SBuildRecord record;
+            const bool bUpToDate = IsUpToDate(job, record);
+            if (!bUpToDate && !bNeedsTold)
+            {
+                const std::vector<std::string> needs = m_state.NeedsOf(job.sId);
+                for (auto it = needs.rbegin(); it != needs.rend(); ++it)
+                    if (const SJob need{SJob::ePack, *it}; !need.Component().empty() && !IsUpToDate(need, record))
+                        pending.emplace_back(need, false);
+                continue;
+            }
+            pending.pop_back();
+            result.eStatus = bUpToDate ? EJobStatus::eUpToDate : EJobStatus::eToPack;
+            if (bUpToDate)
+            {
+                result.sFile = record.sFile;
+                result.nBytes = record.stamp.nSize;
+            }
+            else
+                result.why = WhyNot(job);
+            report(result);
+        }
+    }
 }
 
 SBuildRecord ZStaleness::RecordOf(const SJobResult& result) const

@@ -3,6 +3,7 @@
 #include "host/build/buildstate.h"
 #include "host/files/assettree.h"
 
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -24,6 +25,13 @@ public:
     /// True: the record holds. A time that has changed alone is noted, so that the next look is quick again.
     bool IsUpToDate(const SJob& job, SBuildRecord& record);
 
+    /// All that keeps the last record of a job from holding; none when it does.
+    std::vector<SReason> WhyNot(const SJob& job);
+
+    /// Tells of each job, and before it of the stale ones among those that it needs, whether it is eUpToDate or eToPack
+    /// with the reasons.
+    void Foresee(const std::vector<SJob>& jobs, const std::function<void(const SJobResult&)>& report);
+
     /// Whether the record's packed file is still the one that was made, and not gone or another's.
     bool HasFile(SBuildRecord record);
 
@@ -41,6 +49,13 @@ private:
     };
     ELook Compare(const std::string& sPath, const SFileStamp& now, SFileStamp& stamp, uint64_t nHash);
     bool HasFile(SBuildRecord& record, bool& bNoted);
+    struct SSource
+    {
+        std::string sPath;
+        SFileStamp stamp;
+        bool bWrong = false; ///< one of several, for example: what was made of it can't stay
+    };
+    const SSource& SourceOf(const SDependency& dependency);
     ELook CompareSource(SDependency& dependency);
     bool IsSameDerived(SDependency& dependency, bool& bNoted);
 
@@ -49,12 +64,6 @@ private:
     ZBuildState& m_state;
     std::string m_sTools;
     ZFileHashes m_hashes;
-    struct SSource
-    {
-        std::string sPath;
-        SFileStamp stamp;
-        bool bWrong = false; ///< one of several, for example: what was made of it can't stay
-    };
     std::unordered_map<std::string, SSource> m_sources; ///< as they are for this run; many jobs look at one
     std::unordered_map<std::string, SSource> m_derived; ///< packed files that were up to date; the same
     std::unordered_set<std::string> m_upToDate;         ///< what was asked before; such a thing stays so for the run

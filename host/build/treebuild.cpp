@@ -11,7 +11,7 @@
 namespace Host
 {
 
-SBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
+ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
 {
     const auto start = std::chrono::steady_clock::now();
     m_report = report;
@@ -20,13 +20,18 @@ SBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
     Scan(sources);
     if (!Os::Interrupted())
     {
-        if (m_words.empty())
+        const bool bForesee = m_session.LooksAhead();
+        if (m_words.empty() && !bForesee)
             m_session.ForgetAllBut(sources);
         const std::vector<SJob> jobs = Plan();
-        m_session.Run(jobs, tell);
+        if (bForesee)
+            m_session.Foresee(jobs, tell);
+        else
+            m_session.Run(jobs, tell);
         if (m_words.empty() && !Os::Interrupted())
             m_session.RemoveGone(Present(sources), jobs, tell);
     }
+    m_totals.bForeseen = m_session.LooksAhead();
     m_totals.bInterrupted = Os::Interrupted();
     m_totals.fSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return m_totals;
@@ -34,9 +39,7 @@ SBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
 
 void ZTreeBuild::Report(const SJobResult& result)
 {
-    ++m_totals.counts[static_cast<size_t>(result.eStatus)];
-    if (result.eStatus == EJobStatus::ePacked)
-        m_totals.nBytes += result.nBytes;
+    m_totals.Add(result);
     m_report(result);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/build/buildtotals.h"
 #include "host/build/session.h"
 
 #include <string>
@@ -8,18 +9,6 @@
 
 namespace Host
 {
-
-/// What came of a build, by status.
-struct SBuildTotals
-{
-    size_t counts[JOB_STATUS_COUNT] = {};
-    uint64_t nBytes = 0; ///< packed
-    double fSeconds = 0.0;
-    bool bInterrupted = false;
-
-    size_t Count(EJobStatus eStatus) const { return counts[static_cast<size_t>(eStatus)]; }
-    bool IsGood() const { return Count(EJobStatus::eFailed) + Count(EJobStatus::eCrashed) == 0; }
-};
 
 /// Packs every take, rig and character that scanning finds in the sources that words name, or in the whole tree when
 /// there are none, for each platform; of the whole tree it also removes what was packed of what is gone.
@@ -32,9 +21,9 @@ public:
     {
     }
 
-    /// Reports each packed resource, those sources that could not be scanned, and what is removed. Once. An interrupt
-    /// ends it early.
-    SBuildTotals Run(const ZJobScheduler::FReport& report);
+    /// Reports each packed resource, or in a session that looks ahead what would be packed, those sources that could
+    /// not be scanned, and what is removed. Once. An interrupt ends it early.
+    ZBuildTotals Run(const ZJobScheduler::FReport& report);
 
 private:
     static bool IsBuilt(const std::string& sSubResource);
@@ -51,7 +40,7 @@ private:
     std::vector<std::string> m_files;                                  ///< to build as a whole
     std::vector<std::string> m_named;                                  ///< takes and rigs that the user named
     std::unordered_map<std::string, std::vector<std::string>> m_found; ///< sub-resources, by file
-    SBuildTotals m_totals;
+    ZBuildTotals m_totals;
 };
 
 } // namespace Host

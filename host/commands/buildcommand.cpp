@@ -7,10 +7,14 @@
 namespace Host
 {
 
-int RunBuild(const SOptions& options, ZConsole& console)
+namespace
 {
-    ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
-    const SBuildTotals totals = ZTreeBuild(session, console, options.sources, options.platforms)
+
+int BuildOnce(const SOptions& options, ZConsole& console)
+{
+    ZHostSession session(options.session, console,
+                         options.bForesee ? ZHostSession::EUse::eLooksAhead : ZHostSession::EUse::eWrites);
+    const ZBuildTotals totals = ZTreeBuild(session, console, options.sources, options.platforms)
                                     .Run(
                                         [&](const SJobResult& result)
                                         {
@@ -20,10 +24,18 @@ int RunBuild(const SOptions& options, ZConsole& console)
                                         });
     if (console.IsJson())
         console.Output(BuildSummaryLine(totals));
+    console.Epilogue(BuildStoryText(totals));
     console.Summary(BuildSummaryText(totals), totals.IsGood() && !totals.bInterrupted);
     if (totals.bInterrupted)
         return eExit_Interrupted;
     return totals.IsGood() ? eExit_Done : eExit_AssetsFailed;
+}
+
+} // namespace
+
+int RunBuild(const SOptions& options, ZConsole& console)
+{
+    return BuildOnce(options, console);
 }
 
 } // namespace Host

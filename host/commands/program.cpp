@@ -35,6 +35,8 @@ int RunProgram(int nArguments, const char* const* ppArguments)
                                         [&options](const auto& command) { return command.name == options.sCommand; });
     try
     {
+        if (!options.sLogFile.empty())
+            console.OpenLog(options.sLogFile);
         if (pCommand == std::end(COMMANDS))
             throw ZUsageError("there is no command '" + options.sCommand + "'");
         return pCommand->pRun(options, console);

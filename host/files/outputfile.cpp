@@ -29,6 +29,13 @@ constexpr auto ALONE = std::chrono::milliseconds(2);
 constexpr size_t COLLECTED = size_t(1) << 20;
 constexpr size_t READ_AHEAD = size_t(64) << 10;
 
+/// Several machines may write to one disk, and their processes have the same numbers.
+std::string PassingStartOf(Os::TProcessId nProcess)
+{
+    static const uint64_t s_nMachine = ZContentHash::Of(Os::MachineName()) & 0xffffffffu;
+    return std::string(PASSING_START) + std::to_string(s_nMachine) + '-' + std::to_string(nProcess) + '-';
+}
+
 class ZFileOutputStream final : public TCountedComponent<ZFileOutputStream, IOutputStream>
 {
 public:
@@ -189,8 +196,8 @@ bool ZOutputFile::Open(const std::string& sPath)
     m_hash = {};
     m_stamp = {};
     const std::string sFolder = fs::path(sPath).parent_path().string();
-    m_sPassingPath = sFolder + '/' + std::string(PASSING_START) + std::to_string(Os::OwnProcess()) + '-' +
-                     std::to_string(s_nNext++) + std::string(PASSING_END);
+    m_sPassingPath =
+        sFolder + '/' + PassingStartOf(Os::OwnProcess()) + std::to_string(s_nNext++) + std::string(PASSING_END);
     m_interrupt.Remember(m_sPassingPath);
     std::error_code error = m_file.Open(m_sPassingPath);
     if (error == std::errc::no_such_file_or_directory)
@@ -256,6 +263,17 @@ bool ZOutputFile::Release(SPublication& publication)
     return true;
 }
 
+bool ZOutputFile::LeaveSame()
+{
+    Close();
+    const SFileStamp there = StampOf(m_sPath);
+    if (!IsComplete() || there.nSize != m_stamp.nSize || !there.bExists || ZFileHashes().Of(m_sPath, there) != Hash())
+        return false;
+    Discard();
+    m_stamp = there;
+    return true;
+}
+
 void ZOutputFile::Discard()
 {
     m_collected.clear();
@@ -284,7 +302,7 @@ void RemovePassingFiles(const std::string& sFolder)
 void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess,
                               const std::function<bool(const std::string& sPassingPath)>& isHandedOver)
 {
-    const std::string sStart = std::string(PASSING_START) + std::to_string(nProcess) + '-';
+    const std::string sStart = PassingStartOf(nProcess);
     std::error_code error;
     for (fs::directory_iterator entry(fs::path(sPath).parent_path(), error), end; !error && entry != end;
          entry.increment(error))

@@ -46,6 +46,8 @@ public:
     /// Hands the complete file over to whoever will publish it: from here on it is theirs to remove. False as with
     /// Publish().
     bool Release(SPublication& publication);
+    /// Where a file with the same bytes stands already, it stays and is taken for this one. False: Publish() this one.
+    bool LeaveSame();
     void Discard();
 
     bool IsOpen() const { return m_file.IsOpen(); }

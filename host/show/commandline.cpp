@@ -161,6 +161,15 @@ void AddOutputOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
             ->group("Messages");
 }
 
+void AddLogOptions(CLI::App& command, SOptions& options)
+{
+    command.add_flag("-q,--quiet", options.bQuiet, "Tell people of errors alone")->group("Messages");
+    command
+        .add_option("--log", options.sLogFile,
+                    "Write all that could be told to this file too, notes and reasons included")
+        ->group("Messages");
+}
+
 void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& sDefault)
 {
     command
@@ -256,11 +265,16 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
                      "Parameter of the packed resource, such as the rig of an animation; may be repeated")
         ->allow_extra_args(false);
     pPack->add_flag("--force", options.session.bForce, "Pack also what is up to date");
+    AddLogOptions(*pPack, options);
     pPack->footer(DerivedKindsHelp());
 
     CLI::App* pBuild = add("build", "Make everything that scanning finds, for each platform; only what changed");
     pBuild->add_option("SOURCE", options.sources, "Sources or folders [default: the whole tree]");
     pBuild->add_flag("--force", options.session.bForce, "Pack also what is up to date");
+
+    pBuild->add_flag("--dry-run", options.bForesee, "Only tell what would be packed or removed, and why");
+    pBuild->add_flag("--explain", options.bExplain, "Tell of each job why it ran");
+    AddLogOptions(*pBuild, options);
 
     CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
     AddQueryOptions(*pQuery, options);
@@ -360,6 +374,7 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     options.eRoot = ROOTS.at(raw.sRoot);
     options.eColor = WHEN.at(raw.sColor);
     options.eProgress = WHEN.at(raw.sProgress);
+    options.session.bExplain = options.bExplain || options.bJson || !options.sLogFile.empty();
     options.session.nMemoryLimit = raw.nMemoryMegabytes << 20;
     options.bPlatformGiven = !options.platforms.empty();
     const CLI::Option* pOut = command.get_option_no_throw("--out");
@@ -372,7 +387,7 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     options.bAssetsGiven = !options.session.sAssets.empty();
     if (options.session.sAssets.empty())
         options.session.sAssets = std::filesystem::is_directory("assembly", error) ? "assembly" : ".";
-    options.session.bMakeOut = options.bOutGiven || options.sources.empty();
+    options.session.bMakeOut = !options.bForesee && (options.bOutGiven || options.sources.empty());
     if (options.session.sModule.empty())
         options.session.sModule = DefaultModulePath();
     if (options.sCommand == "inspect" && command.count("--frames") != 0)

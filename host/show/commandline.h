@@ -33,6 +33,8 @@ struct SOptions
 
     bool bJson = false;
     bool bVerbose = false;
+    bool bQuiet = false;  ///< people are told of errors only
+    std::string sLogFile; ///< where all is told as well; empty: nowhere
     EWhen eColor = EWhen::eAuto;
     EWhen eProgress = EWhen::eAuto;
 
@@ -52,6 +54,13 @@ struct SOptions
     // Of stats.
     std::string sSaveId; ///< empty: nothing is saved
     size_t nTop = 10;    ///< of the largest animations, how many are listed
+
+    // Of build.
+    bool bForesee = false; ///< only tells what would be done
+    bool bExplain = false;
+    bool bWatch = false;
+
+    std::string sDepFile; ///< of pack and plan; empty: none
 
     // Of adopt.
     std::string sFolder; ///< below --assets; empty: the character's name

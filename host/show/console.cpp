@@ -49,7 +49,11 @@ std::string Harmless(std::string_view text)
 
 } // namespace
 
-ZConsole::ZConsole(const SOptions& options) : m_bJson(options.bJson), m_bVerbose(options.bVerbose)
+ZConsole::ZConsole(const SOptions& options)
+    : m_bJson(options.bJson),
+      m_bVerbose(options.bVerbose && !options.bQuiet),
+      m_bQuiet(options.bQuiet),
+      m_bExplain(options.bExplain || options.bForesee)
 {
     const char* szTerminal = std::getenv("TERM");
     const Os::STerminal terminal = Os::ErrorTerminal();
@@ -58,6 +62,15 @@ ZConsole::ZConsole(const SOptions& options) : m_bJson(options.bJson), m_bVerbose
     m_bProgress = Decide(options.eProgress, bCapable);
     if (terminal.nColumns > 20)
         m_nColumns = terminal.nColumns;
+    m_bProgress &= !m_bQuiet;
+}
+
+void ZConsole::OpenLog(const std::string& sPath)
+{
+    m_pLog.reset(std::fopen(sPath.c_str(), "we"));
+    if (!m_pLog)
+        throw ZHostError("the log '" + sPath + "' can't be written: " + std::strerror(errno),
+                         "name another file with --log");
 }
 
 std::string ZConsole::Ink(EInk eInk, std::string_view text) const
@@ -84,8 +97,26 @@ void ZConsole::Output(std::string_view text)
         throw ZHostError(std::string("standard output can't be written to: ") + std::strerror(errno));
 }
 
-void ZConsole::Line(const std::string& sText)
+void ZConsole::Line(const std::string& sText, bool bShown)
 {
+    if (m_pLog)
+    {
+        std::string sPlain;
+        for (size_t n = 0; n < sText.size(); ++n)
+            if (sText[n] == '\x1b')
+                n = std::min(sText.find('m', n), sText.size());
+            else
+                sPlain += sText[n];
+        sPlain += '\n';
+        if (std::fwrite(sPlain.data(), 1, sPlain.size(), m_pLog.get()) != sPlain.size() ||
+            std::fflush(m_pLog.get()) != 0)
+        {
+            m_pLog.reset();
+            Line("animpack: the log ends here, it can't be written: " + std::string(std::strerror(errno)));
+        }
+    }
+    if (!bShown)
+        return;
     ClearProgress();
     // In one piece: another process may write to the same terminal.
     const std::string sLine = sText + '\n';
@@ -102,14 +133,14 @@ void ZConsole::Diagnostic(ESeverity eSeverity, std::string_view source, std::str
     if (eSeverity == ESeverity::eError)
         Line(sWhere + Ink(EInk::eRed, "error:") + ' ' + Harmless(text));
     else if (eSeverity == ESeverity::eWarning)
-        Line(sWhere + Ink(EInk::eYellow, "warning:") + ' ' + Harmless(text));
-    else if (m_bVerbose)
-        Line(sWhere + "note: " + Harmless(text));
+        Line(sWhere + Ink(EInk::eYellow, "warning:") + ' ' + Harmless(text), !m_bQuiet);
+    else if (m_bVerbose || m_pLog)
+        Line(sWhere + "note: " + Harmless(text), m_bVerbose);
 }
 
 void ZConsole::Notice(std::string_view text)
 {
-    Line("animpack: " + Harmless(text));
+    Line("animpack: " + Harmless(text), !m_bQuiet);
 }
 
 void ZConsole::Failure(std::string_view file, std::string_view text)
@@ -138,16 +169,27 @@ void ZConsole::Error(const ZHostError& error)
 
 void ZConsole::Job(const SJobResult& result)
 {
-    const bool bLine = !m_bJson && (result.eStatus != EJobStatus::eUpToDate || m_bVerbose);
-    if (!bLine && result.messages.empty())
+    const bool bShown = !m_bJson && !m_bQuiet && (result.eStatus != EJobStatus::eUpToDate || m_bVerbose);
+    if (!bShown && !m_pLog && result.messages.empty())
         return;
     const std::string sSource = result.job.Source();
     for (const SMessage& message : result.messages)
         Diagnostic(message.eSeverity, sSource, message.sText);
-    if (!bLine)
+    if (!bShown && !m_pLog)
         return;
-    constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed, EInk::eRed, EInk::eFaint};
-    constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   ", "removed   "};
+    Line(JobText(result), bShown);
+    for (const SReason& reason : result.why)
+        if (m_bExplain || m_pLog)
+            Line(Ink(EInk::eFaint, "             because " + Harmless(TextOf(reason))), bShown && m_bExplain);
+}
+
+std::string ZConsole::JobText(const SJobResult& result) const
+{
+    const std::string sSource = result.job.Source();
+    constexpr EInk inks[] = {EInk::eGreen, EInk::eFaint, EInk::eRed,  EInk::eRed,
+                             EInk::eFaint, EInk::eGreen, EInk::eFaint};
+    constexpr const char* words[] = {"packed    ", "up to date", "failed    ", "crashed   ",
+                                     "removed   ", "to pack   ", "to remove "};
     std::string sLine = Ink(inks[static_cast<int>(result.eStatus)], words[static_cast<int>(result.eStatus)]);
     sLine += ' ' + Harmless(sSource);
     if (result.job.eKind == SJob::ePack)
@@ -163,13 +205,18 @@ void ZConsole::Job(const SJobResult& result)
         sLine +=
             Ink(EInk::eFaint, "  " + BytesText(result.nBytes) +
                                   (result.eStatus == EJobStatus::ePacked ? ", " + SecondsText(result.fSeconds) : ""));
-    Line(sLine);
+    return sLine;
 }
 
 void ZConsole::Summary(std::string_view text, bool bGood)
 {
-    if (!m_bJson)
-        Line(Ink(bGood ? EInk::eBold : EInk::eRed, text));
+    Line(Ink(bGood ? EInk::eBold : EInk::eRed, text), !m_bJson && !m_bQuiet);
+}
+
+void ZConsole::Epilogue(std::string_view text)
+{
+    for (; !text.empty(); text.remove_prefix(std::min(text.find('\n') + 1, text.size())))
+        Line(Harmless(text.substr(0, text.find('\n'))), !m_bJson && !m_bQuiet);
 }
 
 void ZConsole::ClearProgress()

@@ -5,6 +5,8 @@
 #include "host/show/commandline.h"
 
 #include <chrono>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -20,6 +22,9 @@ public:
     ~ZConsole() { ClearProgress(); }
     ZConsole(const ZConsole&) = delete;
     ZConsole& operator=(const ZConsole&) = delete;
+
+    /// From here on the file gets all that people may be told, plain. ZHostError when it can't be made.
+    void OpenLog(const std::string& sPath);
 
     bool IsJson() const { return m_bJson; }
 
@@ -38,6 +43,9 @@ public:
     void Job(const SJobResult& result);
     void Summary(std::string_view text, bool bGood);
 
+    /// Several lines that end a run.
+    void Epilogue(std::string_view text);
+
     /// A line that the next one overwrites.
     void Progress(size_t nDone, size_t nAll, std::string_view what) override;
 
@@ -52,16 +60,25 @@ private:
         eBold
     };
     std::string Ink(EInk eInk, std::string_view text) const;
-    void Line(const std::string& sText);
+    /// On standard error, unless it is not bShown; and in the log.
+    void Line(const std::string& sText, bool bShown = true);
+    std::string JobText(const SJobResult& result) const;
     void ClearProgress();
 
     bool m_bJson;
     bool m_bVerbose;
+    bool m_bQuiet;
+    bool m_bExplain;
     bool m_bColor;
     bool m_bProgress;
     bool m_bProgressShown = false;
     size_t m_nColumns = 80;
     std::chrono::steady_clock::time_point m_lastProgress;
+    struct SLogCloser
+    {
+        void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+    };
+    std::unique_ptr<std::FILE, SLogCloser> m_pLog;
 };
 
 } // namespace Host

@@ -17,6 +17,20 @@ std::string JobLine(const SJobResult& result, const std::string& sOut)
     WriteMessages(json, result.messages);
     json.UnsignedField("bytes", result.nBytes);
     json.NumberField("seconds", result.fSeconds);
+    if (!result.why.empty())
+        json.ListField("why", result.why,
+                       [&json](const SReason& reason)
+                       {
+                           json.Object(
+                               [&]
+                               {
+                                   json.TextField("what", NameOf(reason.eKind));
+                                   json.OptionalField("id", reason.sId);
+                                   json.UnsignedField("bytesBefore", reason.nBytesBefore);
+                                   json.UnsignedField("bytesNow", reason.nBytesNow);
+                                   json.TextField("text", TextOf(reason));
+                               });
+                       });
     json.Close('}');
     return json.Take();
 }

@@ -28,9 +28,12 @@ protected:
         std::vector<SJobResult> results;
         const ZAssetTree tree(folder / "tree");
         ZBuildState state(folder / STATE_FILE, [](const std::string&) {});
-        ZStaleness staleness(tree, folder / "out", state, sTools);
+        const std::string sOut = folder / "out";
+        ZStaleness staleness(tree, sOut, state, sTools);
         ZWorkerPool pool(nWorkers + 1, {0, 1.0},
-                         [&](ZLineChannel& channel) { ZJobScheduler::WorkerMain(tree, folder / "out", channel); });
+                         [&](ZLineChannel& channel) {
+                             ZJobScheduler::WorkerMain({tree, sOut}, channel);
+                         });
         ZJobScheduler scheduler(
             {pool, state, staleness, bForce}, [&](const SJobResult& result) { results.push_back(result); },
             [](size_t, size_t, const SJob&) {});

@@ -1,0 +1,76 @@
+"""What a build tells of itself: why a job ran, what failed for which cause, what would be done."""
+
+import os
+
+import host
+
+SCOUT = "assembly:/characters/scout/"
+RIG = "<%sscout.rig.fbx?/scout.rig>.pc.animationrig" % SCOUT
+WALK = "<%smoves.fbx?/walk.take>.pc.animation" % SCOUT
+LEVER = "<assembly:/props/lever.fbx?/pull.take>.pc.animation"
+SHOT = "<assembly:/cameras/shot.fbx?/shot.take>.pc.animation"
+NAMES = ("characters/scout/scout.rig.fbx", "characters/scout/moves.fbx", "props/lever.fbx", "cameras/shot.fbx",
+         "animations/_common/trajectoryrig.rig.fbx", "props/door.fbx", "props/door.rig.fbx")
+
+
+def reasons(result):
+    """What each job says why it ran: (what, identifier, change of bytes)."""
+    return {j["id"]: [(w["what"], w["id"], w["bytesNow"] - w["bytesBefore"]) for w in j["why"]]
+            for j in result.jobs if "why" in j}
+
+
+class ExplainTest(host.HostTest):
+    def change(self):
+        """One input of each kind of change, in a tree that is built."""
+        self.tree = self.copy_tree(*NAMES)
+        self.assertEqual(self.run_host("build", assets=self.tree).summary["failed"], 2)
+        with open(os.path.join(self.tree, NAMES[0]), "ab") as file:
+            file.write(b"\n")
+        with open(os.path.join(self.tree, "cameras/shot.events"), "wb") as file:
+            file.write(b"<TakeList/>")
+        lever = os.path.join(self.out, "pc/props/lever.fbx/pull.take.animation")
+        os.remove(lever)
+        os.remove(os.path.join(self.tree, "props/door.rig.fbx"))
+        return {RIG: [("inputChanged", SCOUT + "scout.rig.fbx", 1)], LEVER: [("outputGone", lever, -os.path.getsize(
+            self.pack("assembly:/props/lever.fbx?/pull.take", out=os.path.join(self.work, "other"))["file"]))],
+            SHOT: [("inputNew", "assembly:/cameras/shot.events", 11)]}
+
+    def test_why(self):
+        expected = self.change()
+        before = self.files_of()
+        foreseen = self.run_host("build", "--dry-run", assets=self.tree)
+        self.assertEqual(foreseen.code, 0, foreseen)
+        self.assertEqual(self.files_of(), before, "a dry run writes nothing")
+        self.assertEqual(reasons(foreseen)[WALK], [("inputChanged", SCOUT + "scout.rig.fbx", 1), ("needAgain", RIG, 0)])
+        self.assertEqual([j["id"] for j in foreseen.jobs if j["status"] == "toRemove"],
+                         ["<assembly:/props/door.rig.fbx?/door.rig>.pc.animationrig"])
+        done = self.run_host("build", assets=self.tree)
+        for found in (reasons(foreseen), reasons(done)):
+            self.assertEqual({job: found[job] for job in expected}, expected)
+        status = {"toPack": ("packed", "failed"), "toRemove": ("removed",), "upToDate": ("upToDate",)}
+        now = {j["id"]: j["status"] for j in done.jobs}
+        for job in foreseen.jobs:
+            self.assertIn(now[job["id"]], status[job["status"]], job)
+        for forced, what in ((False, "new"), (True, "forced")):
+            words = ["--force"] if forced else []
+            again = reasons(self.run_host("build", *words, assets=self.tree))
+            self.assertEqual({w for job, why in again.items() if forced or "door" in job for w, *_ in why}, {what})
+        self.assertEqual(again.keys() >= expected.keys(), True)
+
+    def test_no_output_folder(self):
+        result = self.run_host("build", "--dry-run", assets=self.copy_tree(*NAMES))
+        self.assertGreater(result.summary["toPack"], 5)
+        self.assertFalse(os.path.exists(self.out), "a dry run makes no folder")
+
+    def test_end_of_the_story(self):
+        """Two failures of one cause are one; the log has what -q leaves out."""
+        log = os.path.join(self.work, "log")
+        result = self.run_host("build", "-q", "--log", log, assets=self.copy_tree(*NAMES), json_lines=False)
+        lines = result.stderr.splitlines()
+        self.assertEqual([": error: " in line for line in lines], [True, True], result)
+        told = host.content(log).decode().splitlines()
+        self.assertLessEqual(set(lines), set(told))
+        causes = told.index("failures by cause:")
+        self.assertRegex(told[causes + 1], "^ +2  .*No Rig is referenced.*first assembly:/props/door.fbx")
+        self.assertEqual(len([x for x in told[told.index("slowest:") + 1:-1] if " s  <assembly:/" in x]), 5)
+        self.assertIn("because it is new, or failed the last time", "\n".join(told))
