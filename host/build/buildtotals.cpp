@@ -20,7 +20,8 @@ std::string Alike(const std::string& sText)
     for (size_t n = 0; n < sText.size(); ++n)
     {
         sAlike += IsDigit(sText[n]) ? '0' : sText[n];
-        if (const size_t nEnd = sText[n] == '\'' ? sText.find('\'', n + 1) : std::string::npos; nEnd != std::string::npos)
+        if (const size_t nEnd = sText[n] == '\'' ? sText.find('\'', n + 1) : std::string::npos;
+            nEnd != std::string::npos)
             n = nEnd;
         while (IsDigit(sText[n]) && n + 1 < sText.size() && IsDigit(sText[n + 1]))
             ++n;

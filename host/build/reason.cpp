@@ -7,17 +7,19 @@ namespace Host
 
 std::string_view NameOf(SReason::EKind eKind)
 {
-    constexpr std::string_view names[] = {"new",          "forced",   "tools",     "component",     "outputGone", "outputChanged",
-                                          "inputChanged", "inputNew", "inputGone", "inputDoubtful", "needAgain"};
+    constexpr std::string_view names[] = {"new",        "forced",        "tools",        "component",
+                                          "outputGone", "outputChanged", "inputChanged", "inputNew",
+                                          "inputGone",  "inputDoubtful", "needAgain"};
     return names[eKind];
 }
 
 std::string TextOf(const SReason& reason)
 {
     const auto bytes = [](uint64_t nBytes) { return Formatted("%llu bytes", static_cast<unsigned long long>(nBytes)); };
-    const std::string sSizes = reason.nBytesBefore == reason.nBytesNow
-                                   ? ", still " + bytes(reason.nBytesNow)
-                                   : ", " + bytes(reason.nBytesBefore) + " before and " + bytes(reason.nBytesNow) + " now";
+    const std::string sSizes =
+        reason.nBytesBefore == reason.nBytesNow
+            ? ", still " + bytes(reason.nBytesNow)
+            : ", " + bytes(reason.nBytesBefore) + " before and " + bytes(reason.nBytesNow) + " now";
     switch (reason.eKind)
     {
     case SReason::eNew:

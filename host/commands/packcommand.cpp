@@ -1,13 +1,16 @@
 #include "host/build/session.h"
 #include "host/commands/commands.h"
 #include "host/files/derivedkinds.h"
+#include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
+#include "host/plan/depfile.h"
 #include "host/show/jobtext.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace Host
 {
@@ -64,6 +67,29 @@ std::string WhatThereIs(ZHostSession& session, const std::string& sSource, const
     return "'" + sSource + "' names no " + std::string(kind.builtFrom) + ": " + ThereIs(found, sSource, kind.builtFrom);
 }
 
+/// For make and ninja: what the packed files were made of.
+void WriteDepFile(const SOptions& options, ZConsole& console, ZHostSession& session, const std::vector<SJob>& jobs)
+{
+    std::vector<std::string> ids, targets, leftOut;
+    for (const SJob& job : jobs)
+    {
+        ids.push_back(job.sId);
+        targets.push_back(session.Out() + '/' + OutputPathOf(ToId(job.sId)));
+    }
+    ZHostSession::SInputs inputs = session.InputsOf(ids);
+    const std::filesystem::path source = session.Tree().Find(ToId(jobs.front().sId)).sPath;
+    for (const std::string& sAbsent : inputs.absent)
+    {
+        const std::filesystem::path absent = sAbsent;
+        if (!options.bBesideGiven || ToLower(absent.stem().string()) != ToLower(source.stem().string()) ||
+            ToLower(absent.parent_path().string()) != ToLower(source.parent_path().string()))
+            inputs.files.push_back(FolderToWatch(sAbsent));
+    }
+    WriteIfOther(options.sDepFile, DepFileText(targets, inputs.files, leftOut));
+    for (const std::string& sName : leftOut)
+        console.Diagnostic(ESeverity::eWarning, sName, "has a name that no depfile can hold, and is left out of it");
+}
+
 } // namespace
 
 int RunPack(const SOptions& options, ZConsole& console)
@@ -112,7 +138,9 @@ int RunPack(const SOptions& options, ZConsole& console)
     }
     if (Os::Interrupted())
         return eExit_Interrupted;
-    if (!console.IsJson() && !sFiles.empty())
+    if (!options.sDepFile.empty() && bAllGood)
+        WriteDepFile(options, console, session, jobs);
+    if (!console.IsJson() && !options.bQuiet && !sFiles.empty())
         console.Output(sFiles);
     return bAllGood ? eExit_Done : eExit_AssetsFailed;
 }

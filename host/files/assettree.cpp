@@ -276,6 +276,16 @@ ZAssetTree::SSources ZAssetTree::Sources(const std::string& sFolderId, const FKn
     return ZSourceWalk(*this, isKnown).Run(sFolder);
 }
 
+std::vector<std::string> ZAssetTree::ListedFolders() const
+{
+    std::vector<std::string> folders;
+    for (const auto& [sFolder, listing] : m_listings)
+        if (!listing.error)
+            folders.push_back(sFolder);
+    std::sort(folders.begin(), folders.end());
+    return folders;
+}
+
 std::string PathOfWord(const std::string& sWord, const std::string& sAssets)
 {
     if (sWord.find(":/") == std::string::npos)

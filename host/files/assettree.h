@@ -68,6 +68,9 @@ public:
     /// is found without it stands for nothing; of several links to one folder outside the first one counts.
     SSources Sources(const std::string& sFolderId, const FKnown& isKnown = {}) const;
 
+    /// Folders that have been looked into so far, in their order; after Sources("assembly:/") all that are reached.
+    std::vector<std::string> ListedFolders() const;
+
     const std::string& Root() const { return m_sRoot; }
 
 private:

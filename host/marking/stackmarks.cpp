@@ -76,8 +76,9 @@ std::string Settle(STakeMark& take, const SStacks& stacks, const std::string& sC
     if (pStack == nullptr && !take.sStack.empty())
         throw ZMarksError(sPlace + "/stack: there is no anim stack '" + sStack + "'" + stacks.Names());
     if (pStack == nullptr)
-        throw ZMarksError(sPlace + ": without startFrame and endFrame a take is all of its anim stack, and the file has "
-                                   "none");
+        throw ZMarksError(sPlace +
+                          ": without startFrame and endFrame a take is all of its anim stack, and the file has "
+                          "none");
     const auto number = [](int64_t n)
     {
         using TLimits = std::numeric_limits<int32_t>;

@@ -61,23 +61,41 @@ void LoadModule(const std::string& sPath, const char* szEntry, const char* szWha
             throw ZHostError("the module '" + std::string(modules()[n]->Name().View()) + "' does not start");
 }
 
-std::string HashOfTools(const std::string& sModulePath)
+namespace
+{
+
+std::vector<Os::SLoadedLibrary> Tools(const std::string& sModulePath)
 {
     std::error_code error;
     const fs::path module = fs::canonical(sModulePath, error);
-    const std::vector<Os::SLoadedLibrary> loaded = Os::LoadedLibraries();
+    std::vector<Os::SLoadedLibrary> tools = Os::LoadedLibraries();
+    if (!tools.empty())
+        tools.erase(std::remove_if(tools.begin() + 1, tools.end(),
+                                   [&module](const Os::SLoadedLibrary& library)
+                                   { return fs::path(library.sPath).parent_path() != module.parent_path(); }),
+                    tools.end());
+    return tools;
+}
+
+} // namespace
+
+std::vector<std::string> ToolFiles(const std::string& sModulePath)
+{
+    std::vector<std::string> files;
+    for (const Os::SLoadedLibrary& library : Tools(sModulePath))
+        files.push_back(library.sPath);
+    return files;
+}
+
+std::string HashOfTools(const std::string& sModulePath)
+{
     // Of the files' names too, so that two libraries cannot swap places unseen; not of their folder, which may move.
     std::vector<std::string> parts;
     ZFileHashes hashes;
-    for (const Os::SLoadedLibrary& library : loaded)
-    {
-        const fs::path path = library.sPath;
-        if (path.parent_path() != module.parent_path() && &library != loaded.data())
-            continue;
-        parts.push_back(path.filename().string() + ' ' +
+    for (const Os::SLoadedLibrary& library : Tools(sModulePath))
+        parts.push_back(fs::path(library.sPath).filename().string() + ' ' +
                         (library.sBuildId.empty() ? std::to_string(hashes.Of(library.sPath, StampOf(library.sPath)))
                                                   : library.sBuildId));
-    }
     std::sort(parts.begin(), parts.end());
     ZContentHash hash;
     for (const std::string& sPart : parts)

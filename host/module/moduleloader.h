@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace Host
 {
@@ -19,5 +20,7 @@ void LoadModule(const std::string& sPath, const char* szEntry, const char* szWha
 /// Content hash, as text, of what decides over packed bytes: this program, the module and the libraries beside it.
 /// A rebuilt tool packs everything again.
 std::string HashOfTools(const std::string& sModulePath);
+/// Absolute paths of these files, the program's first.
+std::vector<std::string> ToolFiles(const std::string& sModulePath);
 
 } // namespace Host

@@ -265,6 +265,27 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
                      "Parameter of the packed resource, such as the rig of an animation; may be repeated")
         ->allow_extra_args(false);
     pPack->add_flag("--force", options.session.bForce, "Pack also what is up to date");
+    pPack
+        ->add_option("--depfile", options.sDepFile,
+                     "Write the files that were read to this one, as make and ninja read it; of a file that was looked "
+                     "for in vain, its folder")
+        ->group("For other builders");
+    pPack
+        ->add_flag("--no-state", options.session.bNoState,
+                   "Neither ask nor keep the build state and its lock; a file whose bytes are the same is left alone")
+        ->group("For other builders");
+    pPack
+        ->add_option("--standing", options.session.standing,
+                     "Packed resources of this extension stand in --out or are missing: they are not made here")
+        ->allow_extra_args(false)
+        ->group("For other builders");
+    pPack
+        ->add_option(
+            "--beside", options.sBeside,
+            "Files of the source's name that stand beside it, with commas: whoever writes this command sees to "
+            "them, so the depfile does not name their folder")
+        ->allow_extra_args(false)
+        ->group("For other builders");
     AddLogOptions(*pPack, options);
     pPack->footer(DerivedKindsHelp());
 
@@ -275,6 +296,14 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pBuild->add_flag("--dry-run", options.bForesee, "Only tell what would be packed or removed, and why");
     pBuild->add_flag("--explain", options.bExplain, "Tell of each job why it ran");
     AddLogOptions(*pBuild, options);
+
+    CLI::App* pPlan = add("plan", "Write what a build does as a manifest for another builder");
+    pPlan->add_option("--format", options.sFormat, "ninja: edges for every packed resource")
+        ->required()
+        ->check(CLI::IsMember({"ninja"}));
+    pPlan->add_option("-o,--output", options.sOutput, "File to write [default: standard output]");
+    pPlan->add_option("--depfile", options.sDepFile,
+                      "Write the files and folders that the plan was made of to this one");
 
     CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
     AddQueryOptions(*pQuery, options);
@@ -354,9 +383,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         CLI::App* pCommand = app.get_subcommand(examples.szCommand);
         pCommand->footer(pCommand->get_footer() + "\nExamples:\n" + examples.szExamples);
     }
-    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery, pInspect, pScene})
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pPlan, pQuery, pInspect, pScene})
         AddTreeOptions(*pCommand, options);
-    for (CLI::App* pCommand : {pScan, pPack, pBuild, pQuery})
+    for (CLI::App* pCommand : {pScan, pPack, pBuild, pPlan, pQuery})
         AddWorkOptions(*pCommand, options, raw);
 }
 
@@ -376,6 +405,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     options.eProgress = WHEN.at(raw.sProgress);
     options.session.bExplain = options.bExplain || options.bJson || !options.sLogFile.empty();
     options.session.nMemoryLimit = raw.nMemoryMegabytes << 20;
+    const CLI::Option* pBeside = command.get_option_no_throw("--beside");
+    options.bBesideGiven = pBeside != nullptr && pBeside->count() != 0;
     options.bPlatformGiven = !options.platforms.empty();
     const CLI::Option* pOut = command.get_option_no_throw("--out");
     options.bOutGiven = pOut != nullptr && pOut->count() != 0;

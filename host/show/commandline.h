@@ -60,7 +60,14 @@ struct SOptions
     bool bExplain = false;
     bool bWatch = false;
 
-    std::string sDepFile; ///< of pack and plan; empty: none
+    std::string sDepFile;      ///< of pack and plan; empty: none
+    bool bBesideGiven = false; ///< whoever runs pack sees to what comes and goes beside the source
+    std::string sBeside;
+
+    // Of plan.
+    std::string sFormat;
+    std::string sOutput; ///< empty: standard output
+    unsigned int nShares = 0;
 
     // Of adopt.
     std::string sFolder; ///< below --assets; empty: the character's name

@@ -1,6 +1,7 @@
 """What a build tells of itself: why a job ran, what failed for which cause, what would be done."""
 
 import os
+import shutil
 
 import host
 
@@ -74,3 +75,22 @@ class ExplainTest(host.HostTest):
         self.assertRegex(told[causes + 1], "^ +2  .*No Rig is referenced.*first assembly:/props/door.fbx")
         self.assertEqual(len([x for x in told[told.index("slowest:") + 1:-1] if " s  <assembly:/" in x]), 5)
         self.assertIn("because it is new, or failed the last time", "\n".join(told))
+
+
+class DepFileTest(host.HostTest):
+    def test_what_was_read(self):
+        """Files that were read, of needs too, and the folder of what was looked for in vain."""
+        tree = os.path.realpath(self.copy_tree(*NAMES))
+        depfile = os.path.join(self.work, "lever.d")
+        source = os.path.join(tree, "props/le ver#$.fbx")
+        lever = os.path.join(tree, "props/lever.fbx")
+        shutil.copyfile(lever, source)
+        for status in ("packed", "upToDate"):
+            job = self.run_host("pack", source + "?/pull.take", "animation", "--depfile", depfile,
+                                assets=tree).job("AnimationPacker")
+            self.assertEqual(job["status"], status)
+            plain = [x.strip().replace("\\ ", " ").replace("\\#", "#").replace("$$", "$")
+                     for x in host.content(depfile).decode().split(" \\\n  ")]
+            self.assertEqual(plain[0], job["file"] + ":")
+            self.assertEqual(plain[1:], sorted([source, lever, os.path.join(tree, "props"), os.path.join(
+                self.out, "pc/props/lever.fbx/lever.rig.animationrig")]))

@@ -1,0 +1,63 @@
+#include "host/commands/commands.h"
+#include "host/module/moduleloader.h"
+#include "host/plan/depfile.h"
+#include "host/plan/ninjaplan.h"
+#include "host/text/hosterror.h"
+
+#include <filesystem>
+
+namespace Host
+{
+
+namespace
+{
+
+SPlanPlace PlaceOf(const SOptions& options, const ZHostSession& session)
+{
+    SPlanPlace place;
+    place.sModule = std::filesystem::canonical(options.session.sModule).string();
+    place.tools = ToolFiles(place.sModule);
+    place.sProgram = place.tools.front();
+    place.sTools = HashOfTools(place.sModule);
+    place.sAssets = session.Tree().Root();
+    place.sOut = std::filesystem::weakly_canonical(session.Out()).string();
+    if (!options.sOutput.empty())
+        place.sManifest = std::filesystem::absolute(options.sOutput).lexically_normal().string();
+    place.platforms = options.platforms;
+    return place;
+}
+
+void Write(const SOptions& options, ZConsole& console, const std::string& sText)
+{
+    if (options.sOutput.empty())
+        console.Output(sText);
+    else
+        WriteIfOther(options.sOutput, sText);
+}
+
+int PlanNinja(const SOptions& options, ZConsole& console)
+{
+    ZHostSession session(options.session, console, ZHostSession::EUse::eReads);
+    const SResourcePlan plan = PlanResources(session, options.platforms);
+    const SPlanPlace place = PlaceOf(options, session);
+    std::vector<std::string> leftOut;
+    const std::string sText = NinjaManifest(plan, place, leftOut);
+    std::vector<std::string> inputs = plan.sourceFiles;
+    inputs.insert(inputs.end(), plan.folders.begin(), plan.folders.end());
+    if (!options.sDepFile.empty())
+        WriteIfOther(options.sDepFile, DepFileText({place.sManifest}, inputs, leftOut));
+    std::erase_if(leftOut, [](const std::string& sName) { return sName.find('\n') == std::string::npos; });
+    for (const std::string& sLeftOut : leftOut)
+        console.Diagnostic(ESeverity::eWarning, sLeftOut, "is left out of the plan: its name has a line feed");
+    Write(options, console, sText);
+    return eExit_Done;
+}
+
+} // namespace
+
+int RunPlan(const SOptions& options, ZConsole& console)
+{
+    return PlanNinja(options, console);
+}
+
+} // namespace Host
