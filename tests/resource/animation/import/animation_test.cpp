@@ -135,7 +135,13 @@ TEST(Animation, ResamplingLeavesTheFrameCountField)
     EXPECT_EQ(pFew->AnimatedBones()[0]->FrameCount(), 2u) << "never fewer than two";
     EXPECT_EQ(pFew->FrameCount(), 3u);
     EXPECT_EQ(pFew->FrameRate(), 20.0f);
+    const auto pPair = MakeAnimation({"root"}, 2, eSpace_Parent);
+    EXPECT_TRUE(ZAnimation::Resample(pPair, 60.0f) == pPair) << "two frames stay what they are";
+    EXPECT_TRUE(ZAnimation::Resample(nullptr, 60.0f) == nullptr);
     ZAssertTrap trap;
+    EXPECT_THROW(ZAnimatedBone::CloneWithKeys(*pPair->AnimatedBones()[0], {SQuaternion()}, {}), zhalt_exception);
+    EXPECT_EQ(trap.FirstExpression(), "rotations.Size() == translations.Size()");
+    trap.Clear();
     EXPECT_THROW(ZAnimation::CreateForRange("t", 20, 10, 30.0f, "r", ZResourceID(), {}, eSpace_Parent, SQV(), {}),
                  zhalt_exception);
 }

@@ -45,6 +45,8 @@ TEST(Resample, EachTypeHasItsRule)
     EXPECT_TRUE(ResampleArray<bool>(flags, 4) == (TArray<bool>{false, true, false, false}));
     const TArray<SVector2> vectors{{0, 0}, {1, 10}, {2, 20}, {3, 30}, {4, 40}};
     EXPECT_EQ(ResampleArray<SVector2>(vectors, 4)[1], (SVector2{1.25f, 12.5f}));
+    EXPECT_EQ(Interpolate(SVector3{0, 4, 8}, SVector3{4, 4, 0}, 0.25f), (SVector3{1, 4, 6}));
+    EXPECT_EQ(Interpolate(SVector4{0, 4, 8, -4}, SVector4{4, 4, 0, 4}, 0.25f), (SVector4{1, 4, 6, -2}));
 }
 
 TEST(Resample, RefusesToDoubleATrack)
