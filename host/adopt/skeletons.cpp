@@ -233,6 +233,20 @@ private:
         return {skeleton};
     }
 
+    /// The namespace; else the name of the armature, where it is of this skeleton alone; else that of the first bone.
+    static std::string LabelOf(const TNodes& tops)
+    {
+        const std::string sFull = tops.front()->GetName();
+        if (sFull.find(':') != std::string::npos)
+            return sFull.substr(0, sFull.rfind(':'));
+        const FbxNode* pHolder = tops.front()->GetParent();
+        bool bAlone = pHolder != nullptr && pHolder->GetParent() != nullptr;
+        for (size_t n = 0; bAlone && n < pHolder->GetChildCount(); ++n)
+            bAlone = !IsBoneKind(pHolder->GetChild(n)->GetTypeText()) ||
+                     std::find(tops.begin(), tops.end(), pHolder->GetChild(n)) != tops.end();
+        return bAlone ? pHolder->GetName() : sFull;
+    }
+
     void AddBones(const TNodes& tops, SSkeleton& skeleton)
     {
         ZNameSet names;
@@ -255,8 +269,7 @@ private:
                 skeleton.bSkinned |= !m_source.SkinsOfNodes()[IndexOf(pNode)].empty();
                 skeleton.bones.push_back(std::move(bone));
             }
-        const std::string sFull = tops.front()->GetName();
-        skeleton.sLabel = sFull.find(':') != std::string::npos ? sFull.substr(0, sFull.rfind(':')) : sFull;
+        skeleton.sLabel = LabelOf(tops);
         if (!renamed.empty())
         {
             std::string sText = "names that were there before in the skeleton, but for their namespace or case: ";

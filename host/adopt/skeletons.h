@@ -20,7 +20,7 @@ struct SSkeletonBone
 /// What moves together in a file: the bones of a character; or where a file has no bones, all that moves.
 struct SSkeleton
 {
-    std::string sLabel; ///< tells it from others of its file: a namespace, or the name of its first bone
+    std::string sLabel; ///< tells it from others of its file: a namespace, its armature, or its first bone
     std::vector<SSkeletonBone> bones;
     bool bSkinned = false;
     bool bPlain = false; ///< of nodes that are no bones

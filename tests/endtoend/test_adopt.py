@@ -144,6 +144,10 @@ class AdoptTest(host.HostTest):
             lone_tree(scene, "Hips", "anna:")
             lone_tree(scene, "Hips", "ben:")
 
+        def armatures(scene):
+            for name in ("Alice", "Bob"):
+                lone_tree(scene, "Hips", parent=scene.node(name, "Null"))
+
         def prop(scene):
             base = scene.node("crane", "Null")
             arm = scene.node("arm", "Mesh", base, translation=(0, 0, 100))
@@ -158,6 +162,7 @@ class AdoptTest(host.HostTest):
             lone_tree(scene, "HEAD")
 
         for label, build, takes, bones in (("two", two, ["two_anna_Take_001", "two_ben_Take_001"], 4),
+                                           ("both", armatures, ["both_Alice_Take_001", "both_Bob_Take_001"], 4),
                                            ("prop", prop, ["prop_Take_001"], 4),
                                            ("biped", biped, ["biped_Take_001"], 5),
                                            ("names", same_names, ["names_Take_001"], 4)):
