@@ -15,6 +15,7 @@ using TVector = std::array<float, 3>;
 constexpr float THICKEST = 0.022f;
 constexpr float THINNEST = 0.003f;
 constexpr float SHORTEST = 0.0005f; ///< a part that is shorter shows nothing
+constexpr float ACROSS = 0.2f;      ///< from the floor to the hips, at least
 constexpr float END = 0.05f;        ///< a part of a bone without children, at most
 constexpr float FRONT = 0.22f;      ///< the trajectory's
 // Of the part's length.
@@ -90,6 +91,15 @@ std::vector<SBodyPart> MakeBody(const SClipRig& rig)
     for (const SClipBone& bone : rig.bones)
         if (bone.nParent >= 0)
             isParent[static_cast<size_t>(bone.nParent)] = true;
+    // The trajectory bone, and bones that carry the rig where it stands.
+    std::vector<bool> isBase(rig.bones.size(), false);
+    for (const uint32_t n : rig.order)
+    {
+        const SClipBone& bone = rig.bones[n];
+        isBase[n] =
+            static_cast<int>(n) == rig.nTrajectory || (bone.nParent >= 0 && isBase[static_cast<size_t>(bone.nParent)] &&
+                                                       Length(bone.bindPose.t) <= SHORTEST * fSize);
+    }
     const auto add = [&](int nBone, const TVector& tip)
     {
         const float fRadius = std::clamp(SLIM * Length(tip), THINNEST * fSize, THICKEST * fSize);
@@ -100,7 +110,8 @@ std::vector<SBodyPart> MakeBody(const SClipRig& rig)
         const SClipBone& bone = rig.bones[n];
         const float fLength = Length(bone.bindPose.t);
         const bool bTrajectory = static_cast<int>(n) == rig.nTrajectory;
-        const bool bAcross = bone.nParent >= 0 && bone.nParent == rig.nTrajectory && isParent[n];
+        const bool bAcross =
+            bone.nParent >= 0 && isBase[static_cast<size_t>(bone.nParent)] && isParent[n] && fLength > ACROSS * fSize;
         if (bone.nParent >= 0 && !bAcross && fLength > SHORTEST * fSize)
             add(bone.nParent, bone.bindPose.t);
         if (bTrajectory)

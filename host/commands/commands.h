@@ -19,6 +19,7 @@ int RunVerify(const SOptions& options, ZConsole& console);
 int RunExport(const SOptions& options, ZConsole& console);
 int RunScene(const SOptions& options, ZConsole& console);
 int RunEffect(const SOptions& options, ZConsole& console);
+int RunView(const SOptions& options, ZConsole& console);
 int RunMark(const SOptions& options, ZConsole& console);
 int RunAdopt(const SOptions& options, ZConsole& console);
 

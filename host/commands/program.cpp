@@ -20,7 +20,7 @@ constexpr struct
     {"query", &RunQuery, false},    {"stats", &RunStats, false}, {"verify", &RunVerify, false},
     {"inspect", &RunInspect, true}, {"scene", &RunScene, true},  {"mark", &RunMark, true},
     {"effect", &RunEffect, true},   {"adopt", &RunAdopt, false}, {"export", &RunExport, false},
-    {"plan", &RunPlan, false},
+    {"plan", &RunPlan, false},      {"view", &RunView, false},
 };
 
 } // namespace

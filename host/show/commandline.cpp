@@ -61,6 +61,8 @@ constexpr struct
     {"export",
      "  animpack export assembly:/characters/hero/moves.fbx --assets art -o hero.glb\n"
      "  animpack export 'assembly:/characters/hero/moves.fbx?/walk.take' --source --assets art -o walk.glb\n"},
+    {"view", "  animpack view --assets art -o art.html\n"
+             "  animpack view characters/hero --assets art --out packed -o hero.html\n"},
     {"effect", "  animpack effect effects/glow.fx -I effects/shared -D SHADOWS=1\n"},
     {"mark", "  animpack mark downloads/run.fbx run.marks.json art/characters/hero/run.fbx\n"},
 };
@@ -94,6 +96,12 @@ constexpr const char EXPORT_HELP[] = R"(
 Metres, Y up and front +Z as glTF has it: (x, y, z) of the packed file is (x, z, -y) here. Each take is an animation with a
 key a frame; the ground's bone carries the way that the character goes. Takes of one rig share its bones, several rigs stand
 side by side. Animated properties and events are in the extras of their animation.
+)";
+
+constexpr const char VIEW_HELP[] = R"(
+One file that needs no network: the character in 3D, its bones coloured by how far they are from what the scene says, which
+stands around them; a list of all takes with what is wrong with them; every bone's tracks and errors, and curves over time.
+A take whose source is gone is shown without it, and told.
 )";
 
 constexpr const char ADOPT_HELP[] = R"(
@@ -341,6 +349,12 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pExport->footer(EXPORT_HELP);
     AddPackedOptions(*pExport, options, raw, "pc if that is there");
 
+    CLI::App* pView = add("view", "Make a page that plays packed takes over their sources, in any browser");
+    pView->add_option("ID", options.sources, "Takes, their files, folders, or packed files [default: all]");
+    pView->add_option("-o,--output", options.sOutputFile, "The page to write [default: animpack.html]");
+    pView->footer(VIEW_HELP);
+    AddPackedOptions(*pView, options, raw, "pc if that is there");
+
     CLI::App* pScene = add("scene", "Show what the reader makes of an FBX file, turned to Z up and front -Y");
     pScene->add_option("FILE", raw.sSource, "The FBX file")->required();
     pScene->add_option("--stack", options.sStack, "Evaluate this anim stack [default: the current one]");
@@ -400,6 +414,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
         options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
+    if (options.sCommand == "view" && options.sOutputFile.empty())
+        options.sOutputFile = "animpack.html";
     options.eRoot = ROOTS.at(raw.sRoot);
     options.eColor = WHEN.at(raw.sColor);
     options.eProgress = WHEN.at(raw.sProgress);
