@@ -57,8 +57,8 @@ std::string ManifestDepFile(const SPlanPlace& place)
 
 std::string NinjaManifest(const SResourcePlan& plan, const SPlanPlace& place, std::vector<std::string>& leftOut)
 {
-    const std::string sWhere = " --assets " + Word(place.sAssets) + " --out " + Word(place.sOut) + " --module " +
-                               Word(place.sModule);
+    const std::string sWhere =
+        " --assets " + Word(place.sAssets) + " --out " + Word(place.sOut) + " --module " + Word(place.sModule);
     std::string sText = "# Written by animpack plan, which writes it anew when the tree changes.\n"
                         "ninja_required_version = 1.7\n"
                         "builddir = " +
@@ -116,7 +116,8 @@ std::string NinjaManifest(const SResourcePlan& plan, const SPlanPlace& place, st
     // What can't be scanned fails here as it fails in a build, until it is another.
     for (const std::string& sId : plan.unreadable)
         if (sId.find('\n') == std::string::npos)
-            sText += "build " + Path(place.sOut + "/.ninja/" + sId + ".scanned") + ": scan\n  source = " + Word(sId) + '\n';
+            sText +=
+                "build " + Path(place.sOut + "/.ninja/" + sId + ".scanned") + ": scan\n  source = " + Word(sId) + '\n';
     return sText;
 }
 

@@ -92,14 +92,13 @@ private:
     std::string PlanRig(const std::string& sRig, const std::string& sPlatform)
     {
         return m_tree.Find(ToId(sRig)).eState == ZAssetTree::SLookup::eFound ? Plan(sRig, RIG_EXTENSION, sPlatform, {})
-                                                                           : std::string();
+                                                                             : std::string();
     }
 
     std::string Plan(const std::string& sSource, std::string_view extension, const std::string& sPlatform,
                      const std::string& sNeed)
     {
-        const ZResourceID id =
-            ToId(sSource).CreateDerivedResourceID(ToZString(extension), "", ToZString(sPlatform));
+        const ZResourceID id = ToId(sSource).CreateDerivedResourceID(ToZString(extension), "", ToZString(sPlatform));
         const std::string sFile = OutputPathOf(id);
         const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(sSource));
         if (sFile.empty() || lookup.eState != ZAssetTree::SLookup::eFound || !m_places.insert(sFile).second)
