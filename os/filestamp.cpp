@@ -51,6 +51,24 @@ bool IdentityOf(const std::string& sPath, SFileIdentity& identity)
     return true;
 }
 
+bool IsStandardStream(const std::string& sPath)
+{
+    struct stat file
+    {
+    };
+    if (::stat(sPath.c_str(), &file) != 0)
+        return false;
+    for (const int nStream : {STDOUT_FILENO, STDERR_FILENO})
+    {
+        struct stat stream
+        {
+        };
+        if (::fstat(nStream, &stream) == 0 && stream.st_dev == file.st_dev && stream.st_ino == file.st_ino)
+            return true;
+    }
+    return false;
+}
+
 bool IsWritable(const std::string& sPath)
 {
     return ::access(sPath.c_str(), W_OK) == 0;

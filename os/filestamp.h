@@ -33,6 +33,9 @@ struct SFileIdentity
 /// Links followed. False when nothing is there.
 bool IdentityOf(const std::string& sPath, SFileIdentity& identity);
 
+/// Whether it is the file that standard output or standard error of this process goes to.
+bool IsStandardStream(const std::string& sPath);
+
 /// Whether this process may write to what stands there.
 bool IsWritable(const std::string& sPath);
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <set>
 #include <vector>
 
 namespace Host
@@ -39,6 +40,9 @@ void LoadModule(const std::string& sPath)
 
 void LoadModule(const std::string& sPath, const char* szEntry, const char* szWhat, const char* szOption)
 {
+    static std::set<std::pair<std::string, std::string>> s_loaded;
+    if (s_loaded.contains({sPath, szEntry}))
+        return;
     const std::string sWhat = szWhat;
     std::error_code error;
     if (!fs::exists(sPath, error))
@@ -59,6 +63,7 @@ void LoadModule(const std::string& sPath, const char* szEntry, const char* szWha
     for (size_t n = nBefore; n < modules().Size(); ++n)
         if (!modules()[n]->Initialize() || !modules()[n]->Activate())
             throw ZHostError("the module '" + std::string(modules()[n]->Name().View()) + "' does not start");
+    s_loaded.emplace(sPath, szEntry);
 }
 
 namespace

@@ -303,6 +303,8 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
 
     pBuild->add_flag("--dry-run", options.bForesee, "Only tell what would be packed or removed, and why");
     pBuild->add_flag("--explain", options.bExplain, "Tell of each job why it ran");
+    pBuild->add_flag("--watch", options.bWatch, "Build again whenever files of the tree change, until Ctrl-C")
+        ->excludes("--dry-run");
     AddLogOptions(*pBuild, options);
 
     CLI::App* pPlan = add("plan", "Write what a build does as a manifest for another builder");

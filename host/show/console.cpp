@@ -167,9 +167,10 @@ void ZConsole::Error(const ZHostError& error)
         Line("  " + Harmless(error.Hint()));
 }
 
-void ZConsole::Job(const SJobResult& result)
+void ZConsole::Job(const SJobResult& result, bool bLine)
 {
-    const bool bShown = !m_bJson && !m_bQuiet && (result.eStatus != EJobStatus::eUpToDate || m_bVerbose);
+    const bool bShown = !m_bJson && !m_bQuiet && (bLine || m_bVerbose || m_bExplain) &&
+                        (result.eStatus != EJobStatus::eUpToDate || m_bVerbose);
     if (!bShown && !m_pLog && result.messages.empty())
         return;
     const std::string sSource = result.job.Source();

@@ -40,7 +40,8 @@ public:
     void Failure(std::string_view file, std::string_view text);
 
     /// A job's messages, and in people's form its line. What is up to date is told when asked for only.
-    void Job(const SJobResult& result);
+    /// Without bLine the messages alone, unless all is to be told.
+    void Job(const SJobResult& result, bool bLine = true);
     void Summary(std::string_view text, bool bGood);
 
     /// Several lines that end a run.

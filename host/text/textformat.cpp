@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <ctime>
 
 namespace Host
 {
@@ -28,6 +29,15 @@ std::string BytesText(uint64_t nBytes)
         std::snprintf(buffer, sizeof buffer, "%.1f kB", static_cast<double>(nBytes) / 1e3);
     else
         std::snprintf(buffer, sizeof buffer, "%.1f MB", static_cast<double>(nBytes) / 1e6);
+    return buffer;
+}
+
+std::string ClockText()
+{
+    const std::time_t now = std::time(nullptr);
+    char buffer[16] = {};
+    std::tm local{};
+    std::strftime(buffer, sizeof buffer, "%H:%M:%S", ::localtime_r(&now, &local));
     return buffer;
 }
 

@@ -1,7 +1,11 @@
 """What a build tells of itself: why a job ran, what failed for which cause, what would be done."""
 
+import json
 import os
 import shutil
+import signal
+import subprocess
+import time
 
 import host
 
@@ -94,3 +98,44 @@ class DepFileTest(host.HostTest):
             self.assertEqual(plain[0], job["file"] + ":")
             self.assertEqual(plain[1:], sorted([source, lever, os.path.join(tree, "props"), os.path.join(
                 self.out, "pc/props/lever.fbx/lever.rig.animationrig")]))
+
+
+class WatchTest(host.HostTest):
+    def test_builds_again(self):
+        """Right after the last write, once for a storm, in folders that come and are renamed; the output is in the tree."""
+        tree = self.copy_tree(*NAMES[:4])
+        words = [host.PROGRAM, "build", "--watch", "--json", "--assets", tree, "--out", os.path.join(tree, "packed")]
+        watch = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.addCleanup(watch.kill)
+
+        def summary():
+            jobs = []
+            for line in watch.stdout:
+                value = json.loads(line)
+                if "summary" in value:
+                    return value["summary"], jobs
+                jobs.append(value)
+            self.fail(watch.stderr.read())
+
+        self.assertEqual(summary()[0]["failed"], 2)      # cameras without their rig
+        while "watching" not in watch.stderr.readline():
+            pass
+        lever, folder = os.path.join(tree, "props/lever.fbx"), os.path.join(tree, "new")
+        with open(lever, "ab") as file:
+            file.write(b"\n")
+        wrote = time.monotonic()
+        told, jobs = summary()
+        self.assertLess(time.monotonic() - wrote - told["seconds"], 0.2)
+        self.assertEqual([j["source"] for j in jobs if j["status"] == "packed"],
+                         ["assembly:/props/lever.fbx?/lever.rig", "assembly:/props/lever.fbx?/pull.take"])
+        os.mkdir(folder)
+        for n in range(20):
+            shutil.copyfile(lever, os.path.join(folder, "%d.fbx" % n))
+        self.assertEqual(summary()[0]["packed"], 40, "a storm is one build")
+        os.rename(folder, folder + "er")
+        told, _ = summary()
+        self.assertEqual((told["packed"], told["removed"]), (40, 40))
+        os.remove(os.path.join(folder + "er", "7.fbx"))
+        self.assertEqual(summary()[0]["removed"], 2, "in a folder that was renamed")
+        watch.send_signal(signal.SIGINT)
+        self.assertEqual(watch.wait(10), 130)
