@@ -18,6 +18,7 @@ class PlainNode:
     name: str
     parent: int
     rest: Matrix
+    length: float = 0.0  # as a bone is drawn; 0: like others of the figure
 
 
 def action_curves(thing: Any, action: bpy.types.Action) -> Any:
@@ -33,10 +34,10 @@ def action_curves(thing: Any, action: bpy.types.Action) -> Any:
     return strip.channelbag(animation.action_slot, ensure=True).fcurves
 
 
-def build(name: str, nodes: list[PlainNode], scene: bpy.types.Scene, length: float) -> bpy.types.Object:
+def build(name: str, nodes: list[PlainNode], scene: bpy.types.Scene) -> bpy.types.Object:
     """An armature object at the ground's rest with a bone for each node below it; an empty when there is none.
 
-    `length` is that of a bone without a child. Blender has to be in object mode; the scene has to be the one shown.
+    Blender has to be in object mode; the scene has to be the one shown.
     """
     if len(nodes) == 1:
         thing = bpy.data.objects.new(name, None)
@@ -57,8 +58,9 @@ def build(name: str, nodes: list[PlainNode], scene: bpy.types.Scene, length: flo
     bpy.ops.object.mode_set(mode="EDIT")
     to_ground = nodes[0].rest.inverted()
     bones = [None] + [data.edit_bones.new(node.name) for node in nodes[1:]]
-    for bone, node, size in zip(bones[1:], nodes[1:], _lengths(nodes, length)[1:]):
-        bone.head, bone.tail = (0.0, 0.0, 0.0), (0.0, size, 0.0)
+    usual = _usual_length([node.rest.to_translation() for node in nodes])
+    for bone, node in zip(bones[1:], nodes[1:]):
+        bone.head, bone.tail = (0.0, 0.0, 0.0), (0.0, node.length or usual, 0.0)
         bone.matrix = to_ground @ node.rest
         bone.parent = bones[node.parent]
     bpy.ops.object.mode_set(mode="OBJECT")
@@ -66,18 +68,6 @@ def build(name: str, nodes: list[PlainNode], scene: bpy.types.Scene, length: flo
     for bone in thing.pose.bones:
         bone.rotation_mode = "QUATERNION"
     return thing
-
-
-def _lengths(nodes: list[PlainNode], length: float) -> list[float]:
-    """A bone reaches to its nearest child along itself."""
-    sizes = [length] * len(nodes)
-    for node in nodes[1:]:
-        if node.parent > 0:
-            above = nodes[node.parent].rest
-            way = above.inverted() @ node.rest.to_translation()
-            if way.y > 0.2 * length and way.y > 0.9 * way.length:
-                sizes[node.parent] = way.y
-    return sizes
 
 
 class Recorder:
@@ -111,7 +101,7 @@ class Recorder:
         return action
 
 
-def bone_length(rests: list[Vector]) -> float:
+def _usual_length(rests: list[Vector]) -> float:
     """A length for bones of a figure of this size."""
     if len(rests) < 2:
         return 0.1

@@ -48,6 +48,7 @@ class Sampled:
     camera: bpy.types.Camera | None = None
     # What sampling fills in:
     rest: list[Matrix] = field(default_factory=list)
+    lengths: list[float] = field(default_factory=list)
     turn: Matrix = field(default_factory=lambda: Matrix.Identity(4))
     poses: dict[int, list[Matrix]] = field(default_factory=dict)
     lenses: dict[int, float] = field(default_factory=dict)
@@ -136,6 +137,16 @@ def rest_pose(scene: bpy.types.Scene, nodes: list[tuple[Place, int]], scale: flo
     return _world(nodes, scale)
 
 
+def lengths(nodes: list[tuple[Place, int]], scale: float) -> list[float]:
+    """How long nodes that are bones are drawn; 0 for others."""
+    found = []
+    for place, _ in nodes:
+        bones = place.object.data.bones if place.bone else None
+        size = place.object.matrix_world.median_scale
+        found.append(max(bones[place.bone].length * size * scale, 1e-4) if bones else 0.0)
+    return found
+
+
 class Kept:
     """Puts back a scene's frame and its armatures' positions when left."""
 
@@ -159,6 +170,7 @@ def _sample_rest(scene: bpy.types.Scene, sampled: list[Sampled], scale: float) -
     with Kept(scene):
         for ground in sampled:
             ground.rest = rest_pose(scene, ground.nodes, scale)
+            ground.lengths = lengths(ground.nodes, scale)
             if not ground.place.camera:
                 ground.turn = upright(ground.rest[0])
                 ground.rest[0] = ground.rest[0] @ ground.turn

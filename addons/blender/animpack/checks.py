@@ -128,7 +128,7 @@ def _ground_faults(ground: Ground, file: str) -> list[Fault]:
     if root and not rig and not marks.text(ground.item, marks.RIG_RESOURCE):
         tell(ERROR, f"'{ground.name}' was expected to have FbxProperty 'RigResource', but it does not exist")
     if rig and not file:
-        tell(WARNING, "The rig has no identifier until the file has a place in the asset folder")
+        tell(WARNING, "Choose the file below: the identifier of the rig comes of its place in the asset folder")
     try:
         for name in marks.root_objects(ground.item):
             if name not in ground.beside:

@@ -85,15 +85,14 @@ def _empty(scene: bpy.types.Scene) -> None:
 
 
 def _build(scene: bpy.types.Scene, ground: bake.Sampled, rest_frame: int) -> None:
-    nodes = [PlainNode(name, parent, rest) for (name, parent), rest in zip(ground.names, ground.rest)]
+    nodes = [PlainNode(*words) for words in zip(*zip(*ground.names), ground.rest, ground.lengths)]
     if ground.camera is not None:
         thing = bpy.data.objects.new(ground.name, ground.camera)
         scene.collection.objects.link(thing)
         thing.rotation_mode = "QUATERNION"
         thing.matrix_world = ground.rest[0]
     else:
-        length = armatures.bone_length([rest.to_translation() for rest in ground.rest])
-        thing = armatures.build(ground.name, nodes, scene, length)
+        thing = armatures.build(ground.name, nodes, scene)
     thing.name = ground.name
     for name, value in ground.properties.items():
         thing[name] = value

@@ -20,6 +20,7 @@ def _new_take(
     if place.bone:
         thing.parent_type, thing.parent_bone = "BONE", place.bone
     thing.hide_render = True
+    context.view_layer.update()
     if thing.name in context.view_layer.objects:
         thing.hide_set(True)
     thing[marks.TAKE_NODE] = True

@@ -27,7 +27,7 @@ def _wrapped(layout: bpy.types.UILayout, context: bpy.types.Context, text: str, 
     column = layout.column(align=True)
     column.scale_y = 0.75
     for number, line in enumerate(textwrap.wrap(text, width) or [""]):
-        column.label(text=line, icon=icon if number == 0 else "BLANK1")
+        column.label(text=line, icon=icon if number == 0 or icon == "NONE" else "BLANK1")
 
 
 class ANIMPACK_PT_mark(_Panel):
@@ -71,12 +71,10 @@ class ANIMPACK_PT_mark(_Panel):
     def _draw_ground(self, layout: bpy.types.UILayout, context: bpy.types.Context, place: Place) -> None:
         item = place.item
         column = layout.column()
-        column.use_property_split = True
-        column.use_property_decorate = False
         column.prop(item, "animpack_ground_name", text="Name")
         column.prop(item, "animpack_is_rig")
         if marks.flag(item, marks.RIG):
-            _wrapped(column, context, marks.text(item, marks.RIG_RESOURCE) or "The rig has no file yet")
+            _wrapped(column, context, marks.text(item, marks.RIG_RESOURCE))
         else:
             column.prop(item, "animpack_rig_resource", text="Rig")
         column.prop(item, "animpack_deform_only")
@@ -86,7 +84,7 @@ class ANIMPACK_PT_mark(_Panel):
             names = marks.text(item, marks.ROOT_OBJECTS)
             if names:
                 _wrapped(layout, context, f"Root objects: {names}", "OUTLINER")
-            layout.operator("animpack.root_objects", icon="OUTLINER")
+            layout.operator("animpack.root_objects", text="Root objects", icon="OUTLINER")
         _mark(layout, "NONE", "Take the mark away", "X")
 
 
@@ -116,20 +114,19 @@ class ANIMPACK_UL_takes(bpy.types.UIList):
     ) -> None:
         """Name, ground, frames, and what came of packing it."""
         take = marks.read_take(item)
-        row = layout.row(align=True)
         if take is None:
-            row.label(text=item.name, icon="ERROR")
+            layout.label(text=item.name, icon="ERROR")
             return
-        row.prop(item, "animpack_take_name", text="", emboss=False, icon="ACTION" if item.animpack_action else "TIME")
-        part = row.row(align=True)
-        part.alignment = "RIGHT"
         result = _result(take.name)
-        if result is None:
-            part.label(text=f"{take.start}-{take.end}")
-        else:
-            part.alert = result.failed
+        icon = "ACTION" if item.animpack_action else "TIME"
+        figure = f"{take.start}-{take.end}"
+        if result is not None:
+            icon = "ERROR" if result.failed else "CHECKMARK"
             figure = "failed" if result.millimetres is None else f"{result.millimetres:.3f} mm"
-            part.label(text=figure, icon="ERROR" if result.failed else "CHECKMARK")
+        row = layout.split(factor=0.48, align=True)
+        row.alert = result is not None and result.failed
+        row.prop(item, "animpack_take_name", text="", emboss=False, icon=icon)
+        row.label(text=figure)
 
     def filter_items(self, _context, data, name):
         """Only take nodes of all objects."""
@@ -158,48 +155,48 @@ class ANIMPACK_PT_takes(_Panel):
         """The list and the chosen take."""
         layout = self.layout
         settings = context.scene.animpack
-        layout.template_list("ANIMPACK_UL_takes", "", bpy.data, "objects", settings, "take_index", rows=4)
+        row = layout.row()
+        row.template_list("ANIMPACK_UL_takes", "", bpy.data, "objects", settings, "take_index", rows=4)
+        side = row.column(align=True)
+        side.operator("animpack.add_take", text="", icon="ADD")
+        side.operator("animpack.remove_take", text="", icon="REMOVE")
+        side.separator()
+        side.operator("animpack.show_take", text="", icon="PLAY")
         column = layout.column(align=True)
-        row = column.row(align=True)
-        row.operator("animpack.takes_from_markers", text="Of markers", icon="MARKER_HLT")
-        row.operator("animpack.takes_from_actions", text="Of actions", icon="ACTION")
-        row = column.row(align=True)
-        row.operator("animpack.add_take", text="Of the timeline", icon="ADD")
-        row.operator("animpack.remove_take", text="Remove", icon="REMOVE")
+        column.operator("animpack.takes_from_markers", text="Takes from markers", icon="MARKER_HLT")
+        column.operator("animpack.takes_from_actions", text="Takes from actions", icon="ACTION")
 
         thing = settings.take
         take = marks.read_take(thing) if thing else None
-        if take is None:
-            return
-        box = layout.box()
+        if take is not None:
+            self._draw_take(layout.box(), context, thing, take)
+
+    def _draw_take(
+        self, box: bpy.types.UILayout, context: bpy.types.Context, thing: bpy.types.Object, take: marks.Take
+    ) -> None:
         place = grounds.parent_place(thing)
-        row = box.row()
-        row.label(text=take.name, icon="ACTION" if thing.animpack_action else "TIME")
-        row.label(text=f"of {place.name}" if place else "of no ground")
-        part = box.column()
-        part.use_property_split = True
-        part.use_property_decorate = False
-        part.prop(thing, "animpack_start")
-        part.prop(thing, "animpack_end")
-        part.prop(thing, "animpack_action")
-        part.prop(thing, "animpack_origin")
+        about = f"{take.name} of {place.name}" if place else f"{take.name}, of no ground"
+        box.label(text=about, icon="ACTION" if thing.animpack_action else "TIME")
         row = box.row(align=True)
-        row.label(text=f"{len(take.bones)} bones" if take.bones else "All bones", icon="BONE_DATA")
-        row.operator("animpack.partial_list", text="Selected").all = False
+        row.prop(thing, "animpack_start")
+        row.prop(thing, "animpack_end")
+        box.prop(thing, "animpack_action", text="")
+        box.prop(thing, "animpack_origin", text="Origin")
+        column = box.column(align=True)
+        bones = f"{len(take.bones)} bones only" if take.bones else "All bones"
+        column.operator("animpack.partial_list", text="Only selected bones", icon="BONE_DATA").all = False
         if take.bones:
-            row.operator("animpack.partial_list", text="All").all = True
+            column.operator("animpack.partial_list", text=f"All bones, not {len(take.bones)}", icon="X").all = True
         result = _result(take.name)
         if result is not None:
             figure = (
                 "not packed" if result.millimetres is None else f"{result.millimetres:.4f} mm off at {result.worst}"
             )
-            _wrapped(box, context, figure, "ERROR" if result.failed else "CHECKMARK")
-            if result.bytes:
-                box.label(text=f"{result.bytes / 1000:.1f} kB", icon="FILE")
-        row = box.row(align=True)
-        row.operator("animpack.show_take", text="Play", icon="PLAY")
-        row.operator("animpack.load_packed", text="Load packed", icon="GHOST_ENABLED")
-        box.prop(settings, "beside", text="Packed beside by")
+            size = f"; {result.bytes / 1000:.1f} kB" if result.bytes else ""
+            _wrapped(box, context, f"{bones}: {figure}{size}", "ERROR" if result.failed else "CHECKMARK")
+        column = box.column(align=True)
+        column.operator("animpack.load_packed", icon="GHOST_ENABLED")
+        column.prop(context.scene.animpack, "beside")
 
 
 class ANIMPACK_PT_faults(_Panel):
@@ -247,16 +244,13 @@ class ANIMPACK_PT_pack(_Panel):
         """Where to, and the buttons."""
         layout = self.layout
         settings = context.scene.animpack
-        column = layout.column()
-        column.use_property_split = True
-        column.use_property_decorate = False
-        column.prop(settings, "assets")
+        column = layout.column(align=True)
+        column.label(text="Asset folder")
+        column.prop(settings, "assets", text="")
         if not settings.assets and properties.assets_folder(context.scene):
-            column.label(text=properties.assets_folder(context.scene))
-        column.prop(settings, "file")
-        column.prop(settings, "platform")
-        column.prop(settings, "max_mm", text="At most mm off")
-        column.prop(settings, "rest_frame")
+            _wrapped(column, context, properties.assets_folder(context.scene))
+        column.label(text="File in it")
+        column.prop(settings, "file", text="")
         if state.running:
             layout.label(text=f"{state.running} ... Escape stops it", icon="SORTTIME")
         column = layout.column(align=True)
@@ -267,4 +261,25 @@ class ANIMPACK_PT_pack(_Panel):
             _wrapped(layout, context, state.last.said, "CHECKMARK")
 
 
-CLASSES = (ANIMPACK_UL_takes, ANIMPACK_PT_mark, ANIMPACK_PT_takes, ANIMPACK_PT_faults, ANIMPACK_PT_pack)
+class ANIMPACK_PT_options(_Panel):
+    """What is seldom changed"""
+
+    bl_label = "Options"
+    bl_parent_id = "ANIMPACK_PT_pack"
+    bl_options = {"DEFAULT_CLOSED"}
+
+    def draw(self, context: bpy.types.Context) -> None:
+        """Of the scene; those of the machine are in the preferences."""
+        column = self.layout.column()
+        for name in ("platform", "max_mm", "rest_frame"):
+            column.prop(context.scene.animpack, name)
+
+
+CLASSES = (
+    ANIMPACK_UL_takes,
+    ANIMPACK_PT_mark,
+    ANIMPACK_PT_takes,
+    ANIMPACK_PT_faults,
+    ANIMPACK_PT_pack,
+    ANIMPACK_PT_options,
+)

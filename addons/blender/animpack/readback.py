@@ -38,7 +38,11 @@ def read(scene: bpy.types.Scene, take: bpy.types.Object, told: dict[str, Any]) -
 
     origin = _origin(scene, take, rests[0]) @ packed_transform(told["animation"]["sequenceOffset"])
     units = 1.0 / scene.unit_settings.scale_length
-    plain = [PlainNode(node.name, parent, rigid(rest, units)) for (node, parent), rest in zip(nodes, rests)]
+    drawn = bake.lengths(nodes, 1.0)
+    plain = [
+        PlainNode(node.name, parent, rigid(rest, units), length)
+        for (node, parent), rest, length in zip(nodes, rests, drawn)
+    ]
     thing = _armature(scene, place, plain)
     recorder = Recorder(thing, plain)
     look = CAMERA_TURN.inverted() if place.camera else Matrix.Identity(4)
@@ -105,12 +109,9 @@ def _armature(scene: bpy.types.Scene, place: Place, plain: list[PlainNode]) -> b
         scene.collection.objects.link(thing)
         thing.rotation_mode = "QUATERNION"
     else:
-        length = armatures.bone_length([node.rest.to_translation() for node in plain])
-        thing = armatures.build(name, plain, scene, length)
+        thing = armatures.build(name, plain, scene)
     thing.delta_location.x = scene.animpack.beside
-    thing.show_in_front = True
-    if thing.type == "ARMATURE":
-        thing.data.display_type = "STICK"
-    elif thing.type == "EMPTY":
+    thing.show_name = thing.show_in_front = True
+    if thing.type == "EMPTY":
         thing.empty_display_type = "ARROWS"
     return thing

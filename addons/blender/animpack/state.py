@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import time
+
 import bpy
 
 from . import checks, fbxmarks, grounds, host, properties
@@ -12,14 +14,21 @@ last: Run | None = None
 running = ""
 _faults: list[Fault] = []
 _stale = True
+_looked = 0.0
 
 
 def faults(scene: bpy.types.Scene) -> list[Fault]:
-    """The faults of the marks as they are now; looked for again only when something has changed."""
-    global _faults, _stale
-    if _stale:
+    """The faults of the marks as they are now.
+
+    They are looked for again when something has changed, and after a second: custom properties that are edited by
+    hand tell nobody. While an animation plays nothing is looked for.
+    """
+    global _faults, _stale, _looked
+    now = time.monotonic()
+    playing = bpy.context.screen is not None and bpy.context.screen.is_animation_playing
+    if (_stale or now - _looked > 1.0) and not playing:
         _faults = _host_faults(scene) + checks.faults(grounds.marked(scene))
-        _stale = False
+        _stale, _looked = False, now
     return _faults
 
 
