@@ -15,11 +15,28 @@ TOKEN = re.compile(
       |(?P<number>\.?\d(?:'\d|[eEpP][+-]|[\w.])*)
       |(?P<name>[A-Za-z_]\w*)
       |(?P<sign><=>|<<=|>>=|->|::|\+\+|--|<<|&&|\|\||[-+*/%&|^<>=!]=|.)""",
-    re.S | re.M | re.X)
+    re.S | re.M | re.X,
+)
 
 TURNED = {"<": ("<=", ">"), "<=": ("<", ">"), ">": (">=", "<"), ">=": (">", "<"), "==": ("!=",), "!=": ("==",)}
-SWAPPED = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "/", "&": "|", "|": "&", "<<": ">>", ">>": "<<", "+=": "-=",
-           "-=": "+=", "*=": "/=", "|=": "&=", "&=": "|=", "++": "--", "--": "++"}
+SWAPPED = {
+    "+": "-",
+    "-": "+",
+    "*": "/",
+    "/": "*",
+    "%": "/",
+    "&": "|",
+    "|": "&",
+    "<<": ">>",
+    ">>": "<<",
+    "+=": "-=",
+    "-=": "+=",
+    "*=": "/=",
+    "|=": "&=",
+    "&=": "|=",
+    "++": "--",
+    "--": "++",
+}
 LOGIC = {"&&": "||", "||": "&&"}
 ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "|=", "&=", "^=", "<<=", ">>="}
 CONTROL = {"if", "for", "while", "switch", "catch", "return", "sizeof", "alignof", "decltype", "noexcept", "assert"}
@@ -48,7 +65,7 @@ class Fault:
     def made_in(self, source: str) -> str:
         """The source with the fault; its lines keep their numbers."""
         lines = source.count("\n", self.start, self.end) - self.text.count("\n")
-        return source[:self.start] + self.text + "\n" * lines + source[self.end:]
+        return source[: self.start] + self.text + "\n" * lines + source[self.end :]
 
 
 def tokens_of(source: str) -> list[Token]:
@@ -125,7 +142,7 @@ class Finder:
             yield Fault("arithmetic", token.start, token.end, SWAPPED[token.text])
         elif token.text == "!":
             yield Fault("negation", token.start, token.end, "")
-        elif self.source[token.start - 1:token.start].isspace() and self.source[token.end:token.end + 1].isspace():
+        elif self.source[token.start - 1 : token.start].isspace() and self.source[token.end : token.end + 1].isspace():
             if token.text in TURNED:
                 yield Fault("comparison", token.start, token.end, self.choose.choice(TURNED[token.text]))
             elif token.text in LOGIC:
@@ -152,11 +169,16 @@ class Finder:
         if len(edges) < 3:
             return
         at = self.choose.randrange(len(edges) - 2)
-        first, second = (self.source[self.tokens[edges[k]].end:self.tokens[edges[k + 1]].start].strip()
-                         for k in (at, at + 1))
+        first, second = (
+            self.source[self.tokens[edges[k]].end : self.tokens[edges[k + 1]].start].strip() for k in (at, at + 1)
+        )
         if first and second and first != second:
-            yield Fault("swapped arguments", self.tokens[edges[at]].end, self.tokens[edges[at + 2]].start,
-                        f"{' ' if at else ''}{second}, {first}")
+            yield Fault(
+                "swapped arguments",
+                self.tokens[edges[at]].end,
+                self.tokens[edges[at + 2]].start,
+                f"{' ' if at else ''}{second}, {first}",
+            )
 
     def statement(self, i: int) -> Iterator[Fault]:
         """A call, an assignment or a jump, left out."""

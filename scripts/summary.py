@@ -30,10 +30,23 @@ def main(tool, assets, out):
             animation = info["animation"]
             bones, frames = animation["boneCount"], animation["frameCount"]
             size = os.path.getsize(path)
-            tracks = {label: sum(len(g["bones"]) for g in animation["trackGroups"] if g["type"] in types)
-                      for label, types in CLASSES}
-            rows.append((info["platform"], animation["name"], bones, frames, size, size / (bones * frames), tracks,
-                         2 * bones, os.path.relpath(path, out)))
+            tracks = {
+                label: sum(len(g["bones"]) for g in animation["trackGroups"] if g["type"] in types)
+                for label, types in CLASSES
+            }
+            rows.append(
+                (
+                    info["platform"],
+                    animation["name"],
+                    bones,
+                    frames,
+                    size,
+                    size / (bones * frames),
+                    tracks,
+                    2 * bones,
+                    os.path.relpath(path, out),
+                )
+            )
     rows.sort(key=lambda row: (row[0], row[8]))
     print(f"{'platform':8} {'take':12} {'bones':>5} {'frames':>6} {'bytes':>8} {'B/bone/frame':>12}  share of tracks")
     for platform, name, bones, frames, size, density, tracks, total, _ in rows:

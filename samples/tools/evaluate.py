@@ -22,8 +22,10 @@ def text(value):
 def properties(record):
     """Name to (type, values) of a record's property block."""
     block = record.child("Properties70") if record else None
-    return {text(p.value(0)): (text(p.value(1)), [text(v) for _, v in p.values[4:]])
-            for p in (block.children if block else [])}
+    return {
+        text(p.value(0)): (text(p.value(1)), [text(v) for _, v in p.values[4:]])
+        for p in (block.children if block else [])
+    }
 
 
 class Curve:
@@ -34,7 +36,7 @@ class Curve:
         self.modes, self.slopes = [], []
         for entry, count in enumerate(record.child("KeyAttrRefCount").value()):
             self.modes += [record.child("KeyAttrFlags").value()[entry]] * count
-            self.slopes += [tuple(words[4 * entry:4 * entry + 2])] * count
+            self.slopes += [tuple(words[4 * entry : 4 * entry + 2])] * count
 
     def at(self, ticks):
         i = bisect_right(self.times, ticks) - 1
@@ -49,8 +51,12 @@ class Curve:
             return a + (b - a) * u
         seconds = span / TICKS_A_SECOND
         right, left = (s * seconds for s in self.slopes[i])
-        return ((2 * u ** 3 - 3 * u ** 2 + 1) * a + (u ** 3 - 2 * u ** 2 + u) * right
-                + (3 * u ** 2 - 2 * u ** 3) * b + (u ** 3 - u ** 2) * left)
+        return (
+            (2 * u**3 - 3 * u**2 + 1) * a
+            + (u**3 - 2 * u**2 + u) * right
+            + (3 * u**2 - 2 * u**3) * b
+            + (u**3 - u**2) * left
+        )
 
 
 class Node:
@@ -61,7 +67,7 @@ class Node:
         self.properties = properties(record)
         self.parent = None
         self.children = []
-        self.attribute = None           # id and properties
+        self.attribute = None  # id and properties
 
 
 class Evaluator:
@@ -74,8 +80,10 @@ class Evaluator:
         self.nodes = [Node(o) for o in root.child("Objects").children if o.name == "Model"]
         self.by_name = {n.name: n for n in self.nodes}
         at = {n.ident: n for n in self.nodes}
-        links = [(text(c.value(0)), c.value(1), c.value(2), text(c.value(3)) if len(c.values) > 3 else "")
-                 for c in root.child("Connections").children]
+        links = [
+            (text(c.value(0)), c.value(1), c.value(2), text(c.value(3)) if len(c.values) > 3 else "")
+            for c in root.child("Connections").children
+        ]
         layers = self.layers(root, by_id, links)
         channels, owners = {}, []
         for kind, a, b, name in links:
@@ -182,7 +190,7 @@ class Evaluator:
         roots = [n for n in self.nodes if self.flag(n, "IsGroundRoot")]
         if "TakeSequenceOrigin" in node.properties:
             m = node.properties["TakeSequenceOrigin"][1]
-            half = math.atan2(m[1], m[0]) / 2           # the samples' origins turn about Z only
+            half = math.atan2(m[1], m[0]) / 2  # the samples' origins turn about Z only
             qo, to = (0.0, 0.0, math.sin(half), math.cos(half)), m[12:15]
         elif roots:
             to, qo = self.world(roots[-1], None)
@@ -216,18 +224,36 @@ def describe_takes(path, name, extra_frames=None):
     takes = []
     for ground, node, data in e.takes():
         first, last = data["startFrame"], data["endFrame"]
-        frames = {first + round((last - first) * k / 4) for k in range(5)} | set((extra_frames or {}).get(data["name"],
-                                                                                                          ()))
+        frames = {first + round((last - first) * k / 4) for k in range(5)} | set(
+            (extra_frames or {}).get(data["name"], ())
+        )
         t, q = e.sequence_offset(ground, node, first)
-        samples = [{"frame": f, "nodes": {n.name: node_entry(e, n,
-                                                             f) for n in e.bones(ground)}} for f in sorted(frames)]
-        takes.append({"name": data["name"], "startFrame": first, "endFrame": last, "partialList": data["partialList"],
-                      "ground": ground.name,
-                      "roots": [n.name for n in e.bones(ground) if n.parent is None and n is not ground],
-                      "sequenceOffset": {"translation": tidy(t, 6), "rotation": tidy(q, 7)},
-                      "pathMetres": round(e.path_metres(ground, first, last), 6), "samples": samples})
-    return {"file": name, "unit": "cm", "up": "Z", "rotation": "quaternion x, y, z, w; turns column vectors",
-            "local": "relative to the parent node", "frames": "scene frame numbers", "fps": e.fps, "takes": takes}
+        samples = [
+            {"frame": f, "nodes": {n.name: node_entry(e, n, f) for n in e.bones(ground)}} for f in sorted(frames)
+        ]
+        takes.append(
+            {
+                "name": data["name"],
+                "startFrame": first,
+                "endFrame": last,
+                "partialList": data["partialList"],
+                "ground": ground.name,
+                "roots": [n.name for n in e.bones(ground) if n.parent is None and n is not ground],
+                "sequenceOffset": {"translation": tidy(t, 6), "rotation": tidy(q, 7)},
+                "pathMetres": round(e.path_metres(ground, first, last), 6),
+                "samples": samples,
+            }
+        )
+    return {
+        "file": name,
+        "unit": "cm",
+        "up": "Z",
+        "rotation": "quaternion x, y, z, w; turns column vectors",
+        "local": "relative to the parent node",
+        "frames": "scene frame numbers",
+        "fps": e.fps,
+        "takes": takes,
+    }
 
 
 def describe_rig(path, name):
@@ -267,10 +293,18 @@ def describe_properties(path, name):
                 for ground, _, data in e.takes():
                     if node in e.bones(ground):
                         first, last = data["startFrame"], data["endFrame"]
-                        values[data["name"]] = [[f, property_value(e, node, key, kind, f)] for f in range(first,
-                                                                                                          last + 1)]
-                out.append({"node": node.name, "property": key, "type": kind, "exported": exported_name(node, key),
-                            "values": values})
+                        values[data["name"]] = [
+                            [f, property_value(e, node, key, kind, f)] for f in range(first, last + 1)
+                        ]
+                out.append(
+                    {
+                        "node": node.name,
+                        "property": key,
+                        "type": kind,
+                        "exported": exported_name(node, key),
+                        "values": values,
+                    }
+                )
     return {"file": name, "note": "values at every frame of each take", "properties": out}
 
 
@@ -286,11 +320,17 @@ def property_value(e, node, key, kind, frame):
 
 def write_json(path, value):
     """JSON with one line a node, so that differences can be read."""
+
     def lines(v, depth):
         pad = " " * depth
         flat = json.dumps(v, separators=(",", ":"))
-        if not isinstance(v, (dict, list)) or len(flat) < 230 or not v or isinstance(v, list) and not isinstance(v[0],
-                                                                                                                 dict):
+        if (
+            not isinstance(v, (dict, list))
+            or len(flat) < 230
+            or not v
+            or isinstance(v, list)
+            and not isinstance(v[0], dict)
+        ):
             return flat
         if isinstance(v, dict):
             body = ["%s %s:%s" % (pad, json.dumps(k), lines(x, depth + 1)) for k, x in v.items()]

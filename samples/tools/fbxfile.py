@@ -24,7 +24,7 @@ class Record:
         self.name = name
         self.values = list(values)
         self.children = list(children)
-        self.block = block              # has a closing null record even when it is empty
+        self.block = block  # has a closing null record even when it is empty
 
     def add(self, name, *values, **more):
         child = Record(name, *values, **more)
@@ -102,9 +102,9 @@ def read_value(data, at):
         return (letter, kind.unpack_from(data, at)[0]), at + kind.size
     if letter in "SR":
         size = struct.unpack_from("<I", data, at)[0]
-        return (letter, data[at + 4:at + 4 + size]), at + 4 + size
+        return (letter, data[at + 4 : at + 4 + size]), at + 4 + size
     count, encoding, size = struct.unpack_from("<III", data, at)
-    raw = data[at + 12:at + 12 + size]
+    raw = data[at + 12 : at + 12 + size]
     raw = zlib.decompress(raw) if encoding else raw
     return (letter, list(struct.unpack("<%d%s" % (count, ARRAYS[letter]), raw))), at + 12 + size
 
@@ -123,7 +123,7 @@ def read(path):
         if end == 0:
             return None, at + head.size
         at += head.size
-        out = Record(data[at:at + length].decode("ascii"))
+        out = Record(data[at : at + length].decode("ascii"))
         at += length
         for _ in range(count):
             value, at = read_value(data, at)

@@ -25,7 +25,7 @@ MISSING = "'%s' was expected to have FbxProperty '%s', but it does not exist"
 NO_TAKE = ANIMATION + "ERROR: The requested take does not exist. Take name: '%s'."
 TRANSFORM = "Invalid scale, rotation or translation in transform data of bone "
 
-FILES = {}      # name -> function that gives the bytes
+FILES = {}  # name -> function that gives the bytes
 ROWS = []
 
 
@@ -45,8 +45,9 @@ def expect(name, result, message="", take="sway", **more):
 class Post(Scene):
     """The small scene that everything here is made from: a ground and three bones, which is its own rig."""
 
-    def __init__(self, name, mark=True, takes=True, stack=True, names=("post_a", "post_b", "post_c"), rig=True,
-                 **ground):
+    def __init__(
+        self, name, mark=True, takes=True, stack=True, names=("post_a", "post_b", "post_c"), rig=True, **ground
+    ):
         super().__init__(span=(0, 30))
         if stack:
             self.stack()
@@ -64,8 +65,9 @@ class Post(Scene):
         if stack:
             for i, bone in enumerate(self.bones):
                 x, y, z = bone.rest["Lcl Rotation"]
-                self.animate(bone, "Lcl Rotation", [(f, (x + (i + 1) * (f % 7) * 1.5, y + f * 0.5,
-                                                         z - f)) for f in range(0, 31)])
+                self.animate(
+                    bone, "Lcl Rotation", [(f, (x + (i + 1) * (f % 7) * 1.5, y + f * 0.5, z - f)) for f in range(0, 31)]
+                )
             self.animate(self.root, "Lcl Translation", [(0, (0, 0, 0)), (30, (12, -40, 0))])
 
     def bytes(self, deflate_from=128):
@@ -74,47 +76,53 @@ class Post(Scene):
 
 def post(name, change=None, **more):
     """A file made from the small scene, after `change` had it."""
+
     def make():
         scene = Post(name, **more)
         if change:
             change(scene)
         return scene.bytes()
+
     FILES[name + ".fbx"] = make
 
 
 def take_data(name, data, result, message):
     def change(scene):
         scene.take(scene.root, "sway", 5, 25, data=data)
+
     post(name, change, takes=False)
     expect(name, result, message)
 
 
 def user(name, node, prop, kind, value, message, **more):
     """One property of another type than it should have."""
+
     def change(scene):
         target = scene.find(node)
         target.properties = [p for p in target.properties if p.value(0) != prop]
         if kind:
             target.user(prop, kind, value)
+
     post(name, change, **more)
     expect(name, "fails", message)
 
 
 # The file itself
 
+
 def raw_files():
-    whole = Post("whole").bytes(10**9)          # arrays as they are, so that they can be found and damaged
+    whole = Post("whole").bytes(10**9)  # arrays as they are, so that they can be found and damaged
     packed = Post("whole").bytes(0)
     # Behind the type letter: count, encoding, size.
     array = packed.index(b"KeyValueFloat") + len(b"KeyValueFloat") + 1
     plain = whole.index(b"KeyValueFloat") + len(b"KeyValueFloat") + 1
     objects = whole.index(b"\x07Objects")
-    put = lambda data, at, new: data[:at] + new + data[at + len(new):]
+    put = lambda data, at, new: data[:at] + new + data[at + len(new) :]
     out = {
         "not_fbx": b"\x89PNG\r\n\x1a\n" + bytes(range(256)) * 8,
         "text": b"Not a scene, only a line of text.\n",
         "empty": b"",
-        "truncated": whole[:len(whole) * 6 // 10],
+        "truncated": whole[: len(whole) * 6 // 10],
         "truncated_header": whole[:20],
         "truncated_magic": MAGIC,
         "future_version": put(whole, len(MAGIC), struct.pack("<I", 99900)),
@@ -123,8 +131,8 @@ def raw_files():
         "array_too_long_deflated": put(packed, array, struct.pack("<I", 0x3FFFFFF0)),
         "array_short": put(packed, array, struct.pack("<I", 4000)),
         "array_damaged": put(packed, array + 12 + 4, b"\xff" * 12),
-        "ascii_unclosed": b'; FBX 7.4.0 project file\nFBXHeaderExtension:  {\n\tFBXVersion: 7400\n}\n'
-                          b'Objects:  {\n\tModel: 1, "Model::a", "Null" {\n',
+        "ascii_unclosed": b"; FBX 7.4.0 project file\nFBXHeaderExtension:  {\n\tFBXVersion: 7400\n}\n"
+        b'Objects:  {\n\tModel: 1, "Model::a", "Null" {\n',
     }
     for name, data in out.items():
         FILES[name + ".fbx"] = lambda data=data: data
@@ -136,12 +144,18 @@ def raw_files():
     expect("wholesome", "packs")
     expect("wholesome", "fails", NO_TAKE % "nap", take="nap")
     expect("wholesome", "fails", RIG + "ERROR: No rig found in FBX source resource.", rig="nobody")
-    expect("wholesome", "fails", ANIMATION + "Multiple rig resources in parameter list not allowed! "
-           "Rig 1: 'assembly:/wholesome.fbx'. "
-           "Rig 2: 'assembly:/wholesome.fbx'.", parameters=["assembly:/wholesome.fbx", "assembly:/wholesome.fbx"])
+    expect(
+        "wholesome",
+        "fails",
+        ANIMATION + "Multiple rig resources in parameter list not allowed! "
+        "Rig 1: 'assembly:/wholesome.fbx'. "
+        "Rig 2: 'assembly:/wholesome.fbx'.",
+        parameters=["assembly:/wholesome.fbx", "assembly:/wholesome.fbx"],
+    )
 
 
 # Marks on grounds and takes
+
 
 def marks():
     json_error = ANIMATION + "JSON error: "
@@ -149,42 +163,107 @@ def marks():
     take_data("take_json_empty", "", "fails", json_error)
     take_data("take_json_is_array", "[1, 2, 3]", "fails", json_error)
     take_data("take_json_no_name", '{"startFrame": 1, "endFrame": 3, "partialList": []}', "fails", json_error)
-    take_data("take_json_text_frame", '{"name": "sway", "startFrame": "one", "endFrame": 3, "partialList": []}',
-              "fails", json_error)
+    take_data(
+        "take_json_text_frame",
+        '{"name": "sway", "startFrame": "one", "endFrame": 3, "partialList": []}',
+        "fails",
+        json_error,
+    )
     nested = "[" * 30000 + "]" * 30000
-    take_data("take_json_deep", '{"name": "sway", "startFrame": 1, "endFrame": 3, "partialList": ' + nested + "}",
-              "fails", json_error)
+    take_data(
+        "take_json_deep",
+        '{"name": "sway", "startFrame": 1, "endFrame": 3, "partialList": ' + nested + "}",
+        "fails",
+        json_error,
+    )
     take_data("take_json_no_partial_list", '{"name": "sway", "startFrame": 1, "endFrame": 3}', "halts", "")
     take_data("take_json_no_commas", '{"startFrame": 5"endFrame": 9"partialList": []"name": "sway"}', "packs", "")
     take_data("huge_take", '{"name": "sway", "startFrame": 0, "endFrame": 2147483647, "partialList": []}', "halts", "")
-    take_data("overflowing_take",
-              '{"name": "sway", "startFrame": -2147483648, "endFrame": 2147483647, "partialList": []}', "halts", "")
-    take_data("unknown_partial_list", '{"name": "sway", "startFrame": 5, "endFrame": 9, "partialList": ["nobody"]}',
-              "fails",
-              ANIMATION + "No bones to pack when matching animation with reference rig "
-              "'assembly:/unknown_partial_list.fbx?/post.rig'.")
+    take_data(
+        "overflowing_take",
+        '{"name": "sway", "startFrame": -2147483648, "endFrame": 2147483647, "partialList": []}',
+        "halts",
+        "",
+    )
+    take_data(
+        "unknown_partial_list",
+        '{"name": "sway", "startFrame": 5, "endFrame": 9, "partialList": ["nobody"]}',
+        "fails",
+        ANIMATION + "No bones to pack when matching animation with reference rig "
+        "'assembly:/unknown_partial_list.fbx?/post.rig'.",
+    )
 
     user("take_without_data", "TAKE_sway", "TakeData", None, None, FBX + MISSING % ("TAKE_sway", "TakeData"))
     user("take_data_int", "TAKE_sway", "TakeData", "int", 3, FBX + TYPE % ("TakeData", "TAKE_sway", "String", "Int"))
-    user("take_node_string", "TAKE_sway", "IsTakeNode", "KString", "true",
-         FBX + TYPE % ("IsTakeNode", "TAKE_sway", "Bool", "String'"))
-    user("int_ground_root", "post_ground", "IsGroundRoot", "int", 1,
-         FBX + TYPE % ("IsGroundRoot", "post_ground", "Bool", "Int"))
-    user("double_is_rig", "post_ground", "IsRig", "double", 1.0,
-         FBX + TYPE % ("IsRig", "post_ground", "Bool", "Double'"))
-    user("attach_root_string", "post_ground", "IsAttachRoot", "KString", "1",
-         FBX + TYPE % ("IsAttachRoot", "post_ground", "Bool", "String'"), mark=False)
-    user("ground_name_bool", "post_ground", "GroundName", "bool", 1,
-         FBX + TYPE % ("GroundName", "post_ground", "String", "Bool'"))
-    user("missing_rig_resource", "post_ground", "RigResource", None, None,
-         FBX + MISSING % ("post_ground", "RigResource"), rig=False)
-    user("rig_resource_bool", "post_ground", "RigResource", "bool", 1,
-         FBX + TYPE % ("RigResource", "post_ground", "String", "Bool'"))
-    user("rig_resource_absent_file", "post_ground", "RigResource", "KString",
-         "assembly:/nowhere/none.rig.fbx?/none.rig",
-         ANIMATION + "Failed to open packed rig resource '")
-    user("root_object_missing", "post_ground", "RootObjectNames", "KString", '["post_a", "nowhere"]',
-         FBX + "Ground 'post_ground' expect to have hierarchy 'nowhere', but it does not exist")
+    user(
+        "take_node_string",
+        "TAKE_sway",
+        "IsTakeNode",
+        "KString",
+        "true",
+        FBX + TYPE % ("IsTakeNode", "TAKE_sway", "Bool", "String'"),
+    )
+    user(
+        "int_ground_root",
+        "post_ground",
+        "IsGroundRoot",
+        "int",
+        1,
+        FBX + TYPE % ("IsGroundRoot", "post_ground", "Bool", "Int"),
+    )
+    user(
+        "double_is_rig", "post_ground", "IsRig", "double", 1.0, FBX + TYPE % ("IsRig", "post_ground", "Bool", "Double'")
+    )
+    user(
+        "attach_root_string",
+        "post_ground",
+        "IsAttachRoot",
+        "KString",
+        "1",
+        FBX + TYPE % ("IsAttachRoot", "post_ground", "Bool", "String'"),
+        mark=False,
+    )
+    user(
+        "ground_name_bool",
+        "post_ground",
+        "GroundName",
+        "bool",
+        1,
+        FBX + TYPE % ("GroundName", "post_ground", "String", "Bool'"),
+    )
+    user(
+        "missing_rig_resource",
+        "post_ground",
+        "RigResource",
+        None,
+        None,
+        FBX + MISSING % ("post_ground", "RigResource"),
+        rig=False,
+    )
+    user(
+        "rig_resource_bool",
+        "post_ground",
+        "RigResource",
+        "bool",
+        1,
+        FBX + TYPE % ("RigResource", "post_ground", "String", "Bool'"),
+    )
+    user(
+        "rig_resource_absent_file",
+        "post_ground",
+        "RigResource",
+        "KString",
+        "assembly:/nowhere/none.rig.fbx?/none.rig",
+        ANIMATION + "Failed to open packed rig resource '",
+    )
+    user(
+        "root_object_missing",
+        "post_ground",
+        "RootObjectNames",
+        "KString",
+        '["post_a", "nowhere"]',
+        FBX + "Ground 'post_ground' expect to have hierarchy 'nowhere', but it does not exist",
+    )
     user("root_objects_bad_json", "post_ground", "RootObjectNames", "KString", '["post_a"', json_error)
 
     post("not_a_rig", rig=False)
@@ -192,6 +271,7 @@ def marks():
 
     def off(scene):
         scene.take(scene.root, "off", 5, 25, node="TAKE_off").properties[0].values[4] = ("I", 0)
+
     post("take_node_false", off)
     expect("take_node_false", "fails", NO_TAKE % "off", take="off")
     expect("take_node_false", "packs")
@@ -203,26 +283,42 @@ def marks():
     def clash(scene):
         scene.take(scene.root, "Move", 5, 10, node="T1")
         scene.take(scene.root, "MOVE", 20, 30, node="T2")
+
     post("take_name_case", clash, takes=False)
     expect("take_name_case", "packs", take="MOVE", frames=6)
 
     def same_name(scene):
         scene.ground(scene.bones[1], name="inner", rig=True, resource="assembly:/take_name_twice.fbx?/inner.rig")
         scene.take(scene.bones[1], "SWAY", 6, 12)
-        scene.take(scene.root, "nod", 6, 12, node="post_c")       # and a bone of that name
+        scene.take(scene.root, "nod", 6, 12, node="post_c")  # and a bone of that name
+
     post("take_name_twice", same_name)
-    expect("take_name_twice", "packs", "The node 'post_c' is lost with all below it: it has the name of a take node",
-           bones=3)
-    expect("take_name_twice", "warns", "The take 'SWAY' of ground 'inner' is lost: another one of this name, of ground "
-           "'post', stands before it", scan=True)
+    expect(
+        "take_name_twice",
+        "packs",
+        "The node 'post_c' is lost with all below it: it has the name of a take node",
+        bones=3,
+    )
+    expect(
+        "take_name_twice",
+        "warns",
+        "The take 'SWAY' of ground 'inner' is lost: another one of this name, of ground " "'post', stands before it",
+        scan=True,
+    )
     post("take_name_bracket", lambda s: s.take(s.root, "a<b", 5, 25, node="T1"))
-    expect("take_name_bracket", "fails", "Error when scanning FBX: The take 'a<b' can't be packed: no identifier holds "
-           "angle brackets or control characters", scan=True)
+    expect(
+        "take_name_bracket",
+        "fails",
+        "Error when scanning FBX: The take 'a<b' can't be packed: no identifier holds "
+        "angle brackets or control characters",
+        scan=True,
+    )
 
     def backwards(scene):
         scene.take(scene.root, "backwards", 20, 10)
         scene.take(scene.root, "early", -20, -10)
         scene.take(scene.root, "late", 1000, 1010)
+
     post("take_ranges", backwards)
     expect("take_ranges", "halts", take="backwards")
     expect("take_ranges", "packs")
@@ -236,13 +332,19 @@ def marks():
 
     def attach(scene):
         scene.ground(scene.root, "IsAttachRoot", "post")
+
     post("no_rig", attach, mark=False)
-    expect("no_rig", "fails", ANIMATION + "No Rig is referenced in the animation. It is valid only with a "
-           "trajectory animation (1 bone only), but animation has 4 animated bones.")
+    expect(
+        "no_rig",
+        "fails",
+        ANIMATION + "No Rig is referenced in the animation. It is valid only with a "
+        "trajectory animation (1 bone only), but animation has 4 animated bones.",
+    )
 
     def inner(scene):
         scene.ground(scene.bones[1], name="inner", rig=True, resource="assembly:/two_grounds.fbx?/inner.rig")
         scene.take(scene.bones[1], "inner_move", 6, 12)
+
     post("two_grounds", inner)
     expect("two_grounds", "packs", frames=21, bones=4)
     expect("two_grounds", "packs", take="inner_move", frames=7, bones=2)
@@ -251,6 +353,7 @@ def marks():
 
 # Skeletons, transforms and the graph of objects
 
+
 def first_curve(scene, prop, node):
     """Column of values of the first channel of a property's curves."""
     return next(c[4][0][3] for c in scene.curves if c[1] == scene.find(node).ident and c[2] == prop)
@@ -258,49 +361,80 @@ def first_curve(scene, prop, node):
 
 def skeletons():
     post("duplicate_bones.rig", names=("post_a", "post_b", "post_a"), takes=False, stack=False)
-    expect("duplicate_bones.rig.fbx", "packs", "WARNING: ZBoneHierarchy: found duplicate names bone while "
-           "constructing the bone hierarchy.\n"
-           "\tDuplicate name: 'post_a'", rig="post", bones=3)
+    expect(
+        "duplicate_bones.rig.fbx",
+        "packs",
+        "WARNING: ZBoneHierarchy: found duplicate names bone while "
+        "constructing the bone hierarchy.\n"
+        "\tDuplicate name: 'post_a'",
+        rig="post",
+        bones=3,
+    )
     post("case_clash.rig", names=("post_a", "post_b", "POST_A"), takes=False, stack=False)
-    expect("case_clash.rig.fbx", "fails", RIG + "ZBoneHierarchy: Uid clash detected in bone hierarchy. \n"
-           "\tClashing names are: "
-           "'post_a' and 'POST_A'\n\twith Uid: ", rig="post")
+    expect(
+        "case_clash.rig.fbx",
+        "fails",
+        RIG + "ZBoneHierarchy: Uid clash detected in bone hierarchy. \n"
+        "\tClashing names are: "
+        "'post_a' and 'POST_A'\n\twith Uid: ",
+        rig="post",
+    )
 
     for name, bones, result, message in (
-            ("case_clash", ("post_a", "post_b", "POST_B"), "fails",
-             ANIMATION + "The bones 'post_b' and 'POST_B' of take 'sway' have one uid, "),
-            ("namespaces", ("post_a", "x:post_b", "y:post_b"), "packs",
-             "WARNING: Take 'sway' has several bones that are packed as 'post_b': the last one stands, the others are "
-             "lost")):
+        (
+            "case_clash",
+            ("post_a", "post_b", "POST_B"),
+            "fails",
+            ANIMATION + "The bones 'post_b' and 'POST_B' of take 'sway' have one uid, ",
+        ),
+        (
+            "namespaces",
+            ("post_a", "x:post_b", "y:post_b"),
+            "packs",
+            "WARNING: Take 'sway' has several bones that are packed as 'post_b': the last one stands, the others are "
+            "lost",
+        ),
+    ):
         post(name, names=bones, rig=False, resource="assembly:/wholesome.fbx?/post.rig")
         expect(name, result, message)
 
     def zero(scene):
         scene.bones[1].rest["Lcl Scaling"] = (0.0, 0.0, 0.0)
+
     post("zero_scale", zero)
     expect("zero_scale", "fails", ANIMATION + TRANSFORM + "post_b")
     expect("zero_scale", "fails", RIG + TRANSFORM + "post_b", rig="post")
 
-    for name, value, prop in (("nan_curve", float("nan"), "Lcl Rotation"),
-                              ("inf_curve", float("inf"), "Lcl Translation")):
+    for name, value, prop in (
+        ("nan_curve", float("nan"), "Lcl Rotation"),
+        ("inf_curve", float("inf"), "Lcl Translation"),
+    ):
+
         def spoil(scene, value=value, prop=prop):
             bone = scene.bones[0]
             if prop == "Lcl Translation":
                 scene.animate(bone, prop, [(f, (f * 0.1, 0, 20)) for f in range(0, 31)])
             first_curve(scene, prop, "post_a")[20] = value
+
         post(name, spoil)
         expect(name, "fails", ANIMATION + TRANSFORM + "post_a")
 
     def enum(scene):
         scene.animate(scene.root, "export_mode", [(0, 0), (10, 2)], CONSTANT, "enum")
+
     post("enum_property", enum)
     expect("enum_property", "packs")
 
     def nan_property(scene):
         scene.animate(scene.bones[0], "export_mood", [(0, 0.0), (10, float("nan"))], CONSTANT, "double")
+
     post("nan_property", nan_property)
-    expect("nan_property", "fails", ANIMATION + "A value that is no finite number: property 'export_mood' of bone "
-           "'post_a', which is bone 1 of the rig, in take 'sway'")
+    expect(
+        "nan_property",
+        "fails",
+        ANIMATION + "A value that is no finite number: property 'export_mood' of bone "
+        "'post_a', which is bone 1 of the rig, in take 'sway'",
+    )
 
     def int_focal_length():
         scene = Scene(span=(0, 30))
@@ -310,23 +444,28 @@ def skeletons():
         scene.take(camera, "sway", 5, 25)
         scene.animate(camera, "FocalLength", [(0, 35), (30, 85)], CONSTANT, "int", attribute=True)
         return Writer(scene.version).file(scene.records())
+
     FILES["int_focal_length.fbx"] = int_focal_length
     expect("int_focal_length", "packs", frames=21)
 
     def cycle(scene):
         scene.bones[0].parent = scene.bones[2]
+
     post("parent_cycle", cycle)
     expect("parent_cycle", "ends")
     post("own_parent", lambda s: setattr(s.bones[1], "parent", s.bones[1]))
     expect("own_parent", "ends")
-    post("dangling_connection", lambda s: s.links.extend([(999999999, 888888888), (s.bones[0].ident, 777),
-                                                          (777, s.root.ident)]))
+    post(
+        "dangling_connection",
+        lambda s: s.links.extend([(999999999, 888888888), (s.bones[0].ident, 777), (777, s.root.ident)]),
+    )
     expect("dangling_connection", "ends")
 
     def chain(scene):
         above = scene.bones[2]
         for i in range(1000):
             above = scene.node("deep_%d" % i, parent=above, translation=(0, 0, 0.5))
+
     post("deep_chain", chain)
     expect("deep_chain", "ends")
 
@@ -338,6 +477,7 @@ def skeletons():
         for _ in range(400):
             inner = inner.add("Nested", block=True)
         return Writer(7400).file(records)
+
     FILES["deep_records.fbx"] = deep_records
     expect("deep_records", "ends")
 
@@ -350,8 +490,10 @@ def skeletons():
                 letter, values = array.values[0]
                 array.values = [(letter, change(values))]
             return Writer(7400).file(records)
+
         FILES[name + ".fbx"] = make
         expect(name, "ends")
+
     curve_change("key_counts_differ", "KeyTime", lambda v: v[:10])
     curve_change("keys_backwards", "KeyTime", lambda v: v[::-1])
     curve_change("key_flags_overrun", "KeyAttrRefCount", lambda v: [2**31 - 1] * len(v))

@@ -14,7 +14,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.dont_write_bytecode = True
 sys.path.insert(0, HERE)
 
-from fbxscene import Scene      # noqa: E402  the folder above comes first
+from fbxscene import Scene  # noqa: E402  the folder above comes first
 
 SAMPLES = os.path.join(HERE, "..", "assembly")
 TAKE = "assembly:/characters/scout/moves.fbx?/%s.take"
@@ -29,7 +29,10 @@ def make_database(folder, entries):
         shutil.copyfile(os.path.join(SAMPLES, "characters", "scout", name), os.path.join(scout, name))
     top, below = entries // 2, entries // 8
     line = lambda n, shift: '%s<Animation name="anim_%04d" take="%s"/>' % (
-        "  " * 2, n, TAKE % TAKES[(n + shift) % len(TAKES)])
+        "  " * 2,
+        n,
+        TAKE % TAKES[(n + shift) % len(TAKES)],
+    )
     text = ["<AnimationDatabase>", '  <Character name="everybody">', *(line(n, 0) for n in range(top))]
     left = entries - top
     for group in range(2):

@@ -27,6 +27,7 @@ def grid(values):
 
 # Joint spaces: what a node's rotation property is relative to
 
+
 class Space:
     """`pre` and `post` as angles; a node's rotation is pre * property * conj(post)."""
 
@@ -49,8 +50,17 @@ def add_biped(scene, parent, bones, prefix="", spaces=None):
     nodes = {}
     for bone in bones:
         space = (spaces or {}).get(bone.name, PLAIN)
-        nodes[bone.name] = scene.node(prefix + bone.name, "LimbNode", nodes.get(bone.parent, parent), grid(bone.offset),
-                                      space.angles(bone.local, (0, 0, 0)), None, space.pre, space.post, space.order)
+        nodes[bone.name] = scene.node(
+            prefix + bone.name,
+            "LimbNode",
+            nodes.get(bone.parent, parent),
+            grid(bone.offset),
+            space.angles(bone.local, (0, 0, 0)),
+            None,
+            space.pre,
+            space.post,
+            space.order,
+        )
     return nodes
 
 
@@ -103,6 +113,7 @@ def yaw_matrix(x, y, yaw):
 
 # The tree
 
+
 def trajectory_rig():
     scene = Scene()
     scene.ground(scene.node("trajectory"), rig=True)
@@ -116,23 +127,39 @@ def scout_rig():
     return scene
 
 
-ARM_AND_HEAD = ["Bip01_L_Clavicle", "Bip01_L_UpperArm", "Bip01_L_Forearm", "Bip01_L_Hand", "Bip01_Neck",
-                "Bip01_Head"] + [
-    "Bip01_L_Finger%d%s" % (finger, joint) for finger in range(5) for joint in ("", "1", "2")]
+ARM_AND_HEAD = [
+    "Bip01_L_Clavicle",
+    "Bip01_L_UpperArm",
+    "Bip01_L_Forearm",
+    "Bip01_L_Hand",
+    "Bip01_Neck",
+    "Bip01_Head",
+] + ["Bip01_L_Finger%d%s" % (finger, joint) for finger in range(5) for joint in ("", "1", "2")]
 
 
 def scout_moves():
-    takes = [("walk", 10, 69, motions.walk, (120, -60, 40)), ("run", 80, 119, motions.run, (0, 0, 0)),
-             ("turn", 130, 189, motions.turn_around, (-40, 30, -25)), ("jump", 200, 254, motions.jump, (0, 0, 0)),
-             ("wave", 265, 319, motions.wave_hand, (0, 0, 15)), ("strafe", 330, 379, motions.strafe, (200, 100, 90))]
+    takes = [
+        ("walk", 10, 69, motions.walk, (120, -60, 40)),
+        ("run", 80, 119, motions.run, (0, 0, 0)),
+        ("turn", 130, 189, motions.turn_around, (-40, 30, -25)),
+        ("jump", 200, 254, motions.jump, (0, 0, 0)),
+        ("wave", 265, 319, motions.wave_hand, (0, 0, 15)),
+        ("strafe", 330, 379, motions.strafe, (200, 100, 90)),
+    ]
     scene = Scene(span=(0, 379))
     scene.stack()
     ground = scene.ground(scene.node("scout_ground"), name="scout", resource=SCOUT_RIG)
     bones = biped()
     nodes = add_biped(scene, ground, bones)
     for name, first, last, _, _ in takes:
-        scene.take(ground, name, first, last, ARM_AND_HEAD if name == "wave" else (),
-                   yaw_matrix(200, 100, 90) if name == "strafe" else None)
+        scene.take(
+            ground,
+            name,
+            first,
+            last,
+            ARM_AND_HEAD if name == "wave" else (),
+            yaw_matrix(200, 100, 90) if name == "strafe" else None,
+        )
     poses = timeline(takes)
     key_ground(scene, ground, poses)
     key_biped(scene, nodes, bones, poses)
@@ -144,8 +171,13 @@ def scout_moves():
     contact = [(0, 1)] + [(f, (f // 15) % 2) for f in range(15, 200, 15)] + [(216, 0), (241, 1)]
     scene.animate(ground, "export_contact", contact, CONSTANT, "Bool")
     scene.animate(ground, "export_gait", [(0, 0), (10, 1), (80, 2), (130, -1), (330, 3)], CONSTANT, "Integer")
-    scene.animate(nodes["Bip01_Spine2"], "export_lean", [(0, (0, 0, 0)), (120, (0.5, -1, 2)), (379, (-1, 3, 0.25))],
-                  LINEAR, "Vector")
+    scene.animate(
+        nodes["Bip01_Spine2"],
+        "export_lean",
+        [(0, (0, 0, 0)), (120, (0.5, -1, 2)), (379, (-1, 3, 0.25))],
+        LINEAR,
+        "Vector",
+    )
     # Passed over: another prefix, and no curve.
     scene.animate(ground, "tool_speed", [(0, 0.0), (379, 9.0)], LINEAR, "Number")
     nodes["Bip01_Head"].user("export_mass", "Number", 4.5, "A+U")
@@ -159,8 +191,11 @@ def scout_moves_yup():
     scene.active_stack = "Take 001"
     ground = scene.ground(scene.node("scout_ground", rotation=(-90, 0, 0)), name="scout", resource=SCOUT_RIG)
     bones = biped()
-    spaces = {b.name: Space(pre=grid(to_euler(b.local))) for b in bones
-              if b.name.endswith(("Clavicle", "UpperArm", "Forearm", "Thigh", "Calf", "Foot", "Spine", "Spine1"))}
+    spaces = {
+        b.name: Space(pre=grid(to_euler(b.local)))
+        for b in bones
+        if b.name.endswith(("Clavicle", "UpperArm", "Forearm", "Thigh", "Calf", "Foot", "Spine", "Spine1"))
+    }
     spaces["Bip01_Head"] = Space(order="YZX")
     spaces["Bip01_Neck1"] = Space(pre=(10, -5, 20), order="ZXY")
     for side in "LR":
@@ -177,9 +212,12 @@ def scout_moves_yup():
 
 # A rider and his crate: trees beside the ground
 
+
 def ride(u):
-    pose = {"ground": (60.0 * math.sin(math.pi * u), -420.0 * u, 18.0 * motions.wave(1, u)),
-            "Bip01": (0.0, 2.0 * motions.wave(1, u), 3.0 * motions.wave(3, u) - 44.0)}
+    pose = {
+        "ground": (60.0 * math.sin(math.pi * u), -420.0 * u, 18.0 * motions.wave(1, u)),
+        "Bip01": (0.0, 2.0 * motions.wave(1, u), 3.0 * motions.wave(3, u) - 44.0),
+    }
     motions.arms(pose, 10.0 * motions.wave(1, u), drop=20.0, bend=35.0)
     motions.trunk(pose, 2, u, 3.0, 12.0)
     for side, sign in motions.SIDES:
@@ -207,8 +245,13 @@ def rider(rig):
     scene = Scene(span=(0, 114))
     prefix = "" if rig else "ns:"
     ground = scene.node("rider_ground")
-    scene.ground(ground, name="rider", rig=rig, roots='["%sBip01", "%scrate_root"]' % (prefix, prefix),
-                 resource=None if rig else "assembly:/characters/crate_rider/rider.rig.fbx?/rider.rig")
+    scene.ground(
+        ground,
+        name="rider",
+        rig=rig,
+        roots='["%sBip01", "%scrate_root"]' % (prefix, prefix),
+        resource=None if rig else "assembly:/characters/crate_rider/rider.rig.fbx?/rider.rig",
+    )
     bones = biped(fingers=False, extras=False)
     nodes = add_biped(scene, None, bones, prefix)
     crate = scene.node(prefix + "crate_root", translation=(0, 10, 22))
@@ -217,8 +260,9 @@ def rider(rig):
         return scene
     scene.stack()
     for name, first, last, _, _ in takes:
-        scene.take(ground, name, first, last, ("ns:Bip01_Head", "ns:Bip01_Neck",
-                                               "Bip01_Spine") if name == "brake" else ())
+        scene.take(
+            ground, name, first, last, ("ns:Bip01_Head", "ns:Bip01_Neck", "Bip01_Spine") if name == "brake" else ()
+        )
     poses = timeline(takes)
     key_ground(scene, ground, poses)
     key_biped(scene, nodes, bones, poses, root=ground_transform)
@@ -230,8 +274,11 @@ def rider(rig):
         turns.append((frame, grid((0, 0, pose["ground"][2] if pose else 0))))
     scene.animate(crate, "Lcl Translation", moves)
     scene.animate(crate, "Lcl Rotation", turns)
-    scene.animate(lid, "Lcl Rotation", [(0, (0, 0, 90)), (20, (12, 0, 90)), (40, (0, 0, 90)), (90, (35, 0, 90)),
-                                        (114, (5, 0, 90))])
+    scene.animate(
+        lid,
+        "Lcl Rotation",
+        [(0, (0, 0, 90)), (20, (12, 0, 90)), (40, (0, 0, 90)), (90, (35, 0, 90)), (114, (5, 0, 90))],
+    )
     return scene
 
 
@@ -239,16 +286,24 @@ def camera_shot():
     scene = Scene(fps=25, span=(0, 100))
     scene.stack()
     camera = scene.node("shot_cam", "Camera", None, (300, -500, 160), (0, 8, 120), post=(0, -90, 0))
-    camera.attribute += [prop("AspectWidth", "double", 1920), prop("AspectHeight", "double", 1080),
-                         prop("FilmWidth", "double", 1.41732), prop("FilmHeight", "double", 0.94488),
-                         prop("ApertureMode", "enum", 3), prop("FarPlane", "double", 5000)]
+    camera.attribute += [
+        prop("AspectWidth", "double", 1920),
+        prop("AspectHeight", "double", 1080),
+        prop("FilmWidth", "double", 1.41732),
+        prop("FilmHeight", "double", 0.94488),
+        prop("ApertureMode", "enum", 3),
+        prop("FarPlane", "double", 5000),
+    ]
     scene.ground(camera, None)
     scene.take(camera, "shot", 1, 50)
     scene.take(camera, "shot_b", 51, 100)
     scene.animate(camera, "FocalLength", [(0, 35.0), (40, 85.0), (100, 50.0)], LINEAR, "Number", attribute=True)
     scene.animate(camera, "NearPlane", [(0, 10.0), (60, 25.0)], CONSTANT, "Number", attribute=True)
-    scene.animate(camera, "Lcl Translation", [(0, (300, -500, 160)), (30, (260, -430, 150)), (70, (120, -390, 190)),
-                                              (100, (-80, -420, 210))])
+    scene.animate(
+        camera,
+        "Lcl Translation",
+        [(0, (300, -500, 160)), (30, (260, -430, 150)), (70, (120, -390, 190)), (100, (-80, -420, 210))],
+    )
     scene.animate(camera, "Lcl Rotation", [(0, (0, 8, 120)), (50, (2, 12, 104)), (100, (0, 15, 75))], CUBIC)
     return scene
 
@@ -265,15 +320,34 @@ def door(rig):
     scene.stack()
     scene.take(frame, "open", 5, 44)
     scene.take(frame, "slam", -20, -5)
-    scene.animate(leaf, "Lcl Rotation", [(-24, (0, 0, 95)), (-12, (0, 0, 60)), (-7, (0, 0, 0)), (0, (0, 0, 0)),
-                                         (12, (0, 0, 0)), (30, (0, 0, 70)), (44, (0, 0, 95))])
+    scene.animate(
+        leaf,
+        "Lcl Rotation",
+        [
+            (-24, (0, 0, 95)),
+            (-12, (0, 0, 60)),
+            (-7, (0, 0, 0)),
+            (0, (0, 0, 0)),
+            (12, (0, 0, 0)),
+            (30, (0, 0, 70)),
+            (44, (0, 0, 95)),
+        ],
+    )
     scene.animate(handle, "Lcl Rotation", [(0, (90, 0, 0)), (8, (90, 0, 0)), (12, (90, 40, 0)), (20, (90, 0, 0))])
-    scene.animate(latch, "Lcl Translation", [(-24, (88, 0, 102)), (-8, (86, 0, 102)), (-6, (88, 0, 102)),
-                                             (11, (86, 0, 102)), (31, (88, 0, 102))], CONSTANT)
-    scene.animate(latch, "Lcl Rotation", [(-24, (0, 0, 30)), (-9, (0, 0, -15)), (10, (0, 25, -15)), (33, (0, 0, 30))],
-                  CONSTANT)
-    scene.animate(frame, "Lcl Translation", [(-24, (40, 0, 0)), (-7, (40, 0, 0)), (-6, (40, 1.5, 0)), (-5, (40, 0, 0)),
-                                             (0, (40, 0, 0))])
+    scene.animate(
+        latch,
+        "Lcl Translation",
+        [(-24, (88, 0, 102)), (-8, (86, 0, 102)), (-6, (88, 0, 102)), (11, (86, 0, 102)), (31, (88, 0, 102))],
+        CONSTANT,
+    )
+    scene.animate(
+        latch, "Lcl Rotation", [(-24, (0, 0, 30)), (-9, (0, 0, -15)), (10, (0, 25, -15)), (33, (0, 0, 30))], CONSTANT
+    )
+    scene.animate(
+        frame,
+        "Lcl Translation",
+        [(-24, (40, 0, 0)), (-7, (40, 0, 0)), (-6, (40, 1.5, 0)), (-5, (40, 0, 0)), (0, (40, 0, 0))],
+    )
     return scene
 
 
@@ -296,19 +370,26 @@ def lever():
     scene.stack("Empty")
     scene.stack("Moves")
     scene.active_stack = "Moves"
-    base = scene.ground(scene.node("lever_base"), name="lever", rig=True,
-                        resource="assembly:/props/lever.fbx?/lever.rig")
+    base = scene.ground(
+        scene.node("lever_base"), name="lever", rig=True, resource="assembly:/props/lever.fbx?/lever.rig"
+    )
     arm = scene.node("lever_arm", parent=base, translation=(0, 0, 20), rotation=(-30, 0, 0))
     knob = scene.node("lever_knob", parent=arm, translation=(0, 0, 45), rotation=(0, 0, 45))
     scene.take(base, "pull", 10, 49)
-    scene.animate(arm, "Lcl Rotation", [(0, (-30, 0, 0)), (10, (-30, 0, 0)), (22, (12, 0, 0)), (35, (38, 4, 0)),
-                                        (49, (30, 0, 0))], CUBIC, stack=1)
+    scene.animate(
+        arm,
+        "Lcl Rotation",
+        [(0, (-30, 0, 0)), (10, (-30, 0, 0)), (22, (12, 0, 0)), (35, (38, 4, 0)), (49, (30, 0, 0))],
+        CUBIC,
+        stack=1,
+    )
     scene.animate(knob, "Lcl Scaling", [(0, (1, 1, 1)), (30, (1.4, 1.4, 1.4)), (49, (1, 1, 1))], stack=1)
     scene.animate(knob, "Lcl Rotation", [(0, (0, 0, 45)), (49, (0, 0, 225))], stack=1)
     return scene
 
 
 # The layout before this one: marks on nodes and stacks instead of ground properties and take nodes
+
 
 def crane(old, kind="takes"):
     """A crane, and its load beside it, in the old layout or as it is to be read; `kind` takes, rig or own."""
@@ -327,34 +408,75 @@ def crane(old, kind="takes"):
             root.user("RootObjectName", "KString", "crane_mast")
             root.user("RootObjectName1", "KString", "crane_load")
     else:
-        scene.ground(root, resource="assembly:/old/crane_old.rig.fbx" if kind == "takes" else None, rig=kind != "takes",
-                     roots=None if kind == "own" else '["crane_mast", "crane_load"]')
+        scene.ground(
+            root,
+            resource="assembly:/old/crane_old.rig.fbx" if kind == "takes" else None,
+            rig=kind != "takes",
+            roots=None if kind == "own" else '["crane_mast", "crane_load"]',
+        )
     if kind == "rig":
         return scene
-    turn_about_z = [math.cos(math.radians(30)), math.sin(math.radians(30)), 0, 0, -math.sin(math.radians(30)),
-                    math.cos(math.radians(30)), 0, 0, 0, 0, 1, 0, 40, 15, 0, 1]
+    turn_about_z = [
+        math.cos(math.radians(30)),
+        math.sin(math.radians(30)),
+        0,
+        0,
+        -math.sin(math.radians(30)),
+        math.cos(math.radians(30)),
+        0,
+        0,
+        0,
+        0,
+        1,
+        0,
+        40,
+        15,
+        0,
+        1,
+    ]
     if not old:
         scene.stack()
         for name, first, last in takes:
             scene.take(root, name, first, last, origin=turn_about_z if name == "crane_swing" else None)
     elif kind == "own":
-        scene.stack("crane_idle", (5, 20), [("AnimatedObjectName", "KString", "crane_root"),
-                                            ("RigFile", "KString", "\\main\\Assembly\\old\\crane_own_rig.xml")])
+        scene.stack(
+            "crane_idle",
+            (5, 20),
+            [
+                ("AnimatedObjectName", "KString", "crane_root"),
+                ("RigFile", "KString", "\\main\\Assembly\\old\\crane_own_rig.xml"),
+            ],
+        )
     else:
         rig = ("RigFile", "KString", "\\Assembly\\old\\crane_old.rig.xml")
-        scene.stack("crane_lift", (10, 40), [
-            ("Compression", "KString", "Medium"), ("CompressionTolerance", "float", 0.5),
-            ("TrajectoryTolerance", "float", 0.25), ("IncludeHandAnimation", "bool", 1),
-            ("IncludeRootBoneAnimation", "bool", 0), ("KeyFramedFacialAnimation", "bool", 0),
-            ("GroundID", "ULongLong", 7000), ("GroundName", "KString", "no_such_node"),
-            ("AnimatedObjectName", "KString", "crane_load"), rig])
+        scene.stack(
+            "crane_lift",
+            (10, 40),
+            [
+                ("Compression", "KString", "Medium"),
+                ("CompressionTolerance", "float", 0.5),
+                ("TrajectoryTolerance", "float", 0.25),
+                ("IncludeHandAnimation", "bool", 1),
+                ("IncludeRootBoneAnimation", "bool", 0),
+                ("KeyFramedFacialAnimation", "bool", 0),
+                ("GroundID", "ULongLong", 7000),
+                ("GroundName", "KString", "no_such_node"),
+                ("AnimatedObjectName", "KString", "crane_load"),
+                rig,
+            ],
+        )
         scene.stack("notes", (0, 5), [("AnimatedObjectName", "KString", "no_such_node")])
-        scene.stack("crane_swing", (50, 90), [("AnimatedObjectID", "ULongLong", 7002), rig,
-                                              ("CutsequenceOriginObject", "matrix4x4", turn_about_z)])
+        scene.stack(
+            "crane_swing",
+            (50, 90),
+            [("AnimatedObjectID", "ULongLong", 7002), rig, ("CutsequenceOriginObject", "matrix4x4", turn_about_z)],
+        )
         # Curves of a later stack are dropped with it.
         scene.animate(boom, "Lcl Rotation", [(0, (80, 0, 0)), (90, (-80, 0, 0))], stack=2)
     end = takes[-1][2]
-    scene.animate(root, "Lcl Translation", [(0, (0, 0, 0)), (5, (0, 0, 0)), (end // 2, (30, -60, 0)), (end, (55, -20, 0))])
+    scene.animate(
+        root, "Lcl Translation", [(0, (0, 0, 0)), (5, (0, 0, 0)), (end // 2, (30, -60, 0)), (end, (55, -20, 0))]
+    )
     scene.animate(root, "Lcl Rotation", [(0, (0, 0, 0)), (end // 2, (0, 0, 25)), (end, (0, 0, -40))])
     scene.animate(mast, "Lcl Rotation", [(0, (0, 0, 0)), (end, (0, 0, 70))])
     scene.animate(boom, "Lcl Rotation", [(0, (-20, 0, 0)), (end // 3, (10, 0, 4)), (end, (-25, 0, 0))])
@@ -393,12 +515,20 @@ EXTRA_FRAMES = {"open": (9, 10, 11, 30, 31, 32, 33), "slam": (-10, -9, -8, -7, -
 # A character as exporters leave it: bones in metres below an armature that is scaled by 100, Y up, a namespace, a stack
 # for each motion, a mesh beside; no marks.
 HIKER_BONES = (
-    ("Hips", None, (0, 0, 0.9)), ("Spine", "Hips", (0, 0.02, 0.2)), ("Head", "Spine", (0, -0.02, 0.45)),
-    ("LeftArm", "Spine", (0.2, 0, 0.35)), ("LeftForeArm", "LeftArm", (0.26, 0, 0)),
-    ("RightArm", "Spine", (-0.2, 0, 0.35)), ("RightForeArm", "RightArm", (-0.26, 0, 0)),
-    ("LeftUpLeg", "Hips", (0.1, 0, -0.05)), ("LeftLeg", "LeftUpLeg", (0, 0, -0.42)), ("LeftFoot", "LeftLeg", (0, 0, -0.4)),
-    ("RightUpLeg", "Hips", (-0.1, 0, -0.05)), ("RightLeg", "RightUpLeg", (0, 0, -0.42)),
-    ("RightFoot", "RightLeg", (0, 0, -0.4)))
+    ("Hips", None, (0, 0, 0.9)),
+    ("Spine", "Hips", (0, 0.02, 0.2)),
+    ("Head", "Spine", (0, -0.02, 0.45)),
+    ("LeftArm", "Spine", (0.2, 0, 0.35)),
+    ("LeftForeArm", "LeftArm", (0.26, 0, 0)),
+    ("RightArm", "Spine", (-0.2, 0, 0.35)),
+    ("RightForeArm", "RightArm", (-0.26, 0, 0)),
+    ("LeftUpLeg", "Hips", (0.1, 0, -0.05)),
+    ("LeftLeg", "LeftUpLeg", (0, 0, -0.42)),
+    ("LeftFoot", "LeftLeg", (0, 0, -0.4)),
+    ("RightUpLeg", "Hips", (-0.1, 0, -0.05)),
+    ("RightLeg", "RightUpLeg", (0, 0, -0.42)),
+    ("RightFoot", "RightLeg", (0, 0, -0.4)),
+)
 HIKER_STACKS = {"Idle": (0, 24), "Walk": (0, 30), "Turn": (10, 40)}
 
 
@@ -419,9 +549,15 @@ def hiker(stacks=("Idle", "Walk", "Turn"), namespace="hiker:", bones=None, mesh=
         for f in range(first, last + 1):
             u = (f - first) / (last - first)
             swing = 25 * math.sin(4 * math.pi * u) * (stack == "Walk")
-            pose = {"Head": (4 * math.sin(2 * math.pi * u), 0, 9 * u), "LeftArm": (swing, 30, 0),
-                    "RightArm": (-swing, -30, 0), "LeftUpLeg": (-swing, 0, 0), "RightUpLeg": (swing, 0, 0),
-                    "LeftLeg": (abs(swing), 0, 0), "RightLeg": (abs(swing), 0, 0)}
+            pose = {
+                "Head": (4 * math.sin(2 * math.pi * u), 0, 9 * u),
+                "LeftArm": (swing, 30, 0),
+                "RightArm": (-swing, -30, 0),
+                "LeftUpLeg": (-swing, 0, 0),
+                "RightUpLeg": (swing, 0, 0),
+                "LeftLeg": (abs(swing), 0, 0),
+                "RightLeg": (abs(swing), 0, 0),
+            }
             if stack == "Turn":
                 pose["Hips"] = (0, 0, 90 * motions.smooth(u))
             for name, angles in pose.items():
@@ -453,8 +589,10 @@ def main():
         if stem.endswith(".rig"):
             results = {stem: evaluate.describe_rig(path, label)}
         else:
-            results = {stem: evaluate.describe_takes(path, label, EXTRA_FRAMES),
-                       stem + "_properties": evaluate.describe_properties(path, label)}
+            results = {
+                stem: evaluate.describe_takes(path, label, EXTRA_FRAMES),
+                stem + "_properties": evaluate.describe_properties(path, label),
+            }
         for stem, result in results.items():
             if result.get("takes") or result.get("nodes") or result.get("properties"):
                 evaluate.write_json(os.path.join(top, "expected", stem + ".json"), result)

@@ -76,8 +76,10 @@ def walk(u):
 
 
 def run(u):
-    pose = {"ground": (0.0, -520.0 * u - 12.0 * wave(4, u), 8.0 * wave(1, u)),
-            "Bip01": (2.5 * wave(2, u), -3.0, 4.5 * wave(4, u) - 4.0)}
+    pose = {
+        "ground": (0.0, -520.0 * u - 12.0 * wave(4, u), 8.0 * wave(1, u)),
+        "Bip01": (2.5 * wave(2, u), -3.0, 4.5 * wave(4, u) - 4.0),
+    }
     legs(pose, 2, u, 46.0, 95.0)
     arms(pose, 42.0 * wave(2, u), bend=75.0, curl=38.0)
     trunk(pose, 2, u, 8.0, 16.0)
@@ -103,8 +105,10 @@ def jump(u):
         if start < u < end:
             crouch = math.sin(math.pi * (u - start) / (end - start))
     flight = max(0.0, 1.0 - ((u - 0.525) / 0.225) ** 2)
-    pose = {"ground": (0.0, -150.0 * smooth((u - 0.28) / 0.5), 0.0),
-            "Bip01": (0.0, 6.0 * crouch, 46.0 * flight - 26.0 * crouch)}
+    pose = {
+        "ground": (0.0, -150.0 * smooth((u - 0.28) / 0.5), 0.0),
+        "Bip01": (0.0, 6.0 * crouch, 46.0 * flight - 26.0 * crouch),
+    }
     arms(pose, 0.0, drop=38.0 - 60.0 * flight, bend=20.0 + 40.0 * flight, curl=10.0 + 25.0 * flight)
     trunk(pose, 1, u, 1.5, 28.0 * crouch + 6.0 * flight)
     for side, sign in SIDES:
@@ -132,8 +136,10 @@ def wave_hand(u):
 
 def strafe(u):
     """Sideways to the left along an arc."""
-    pose = {"ground": (140.0 * u, 25.0 * math.sin(math.pi * u), -35.0 * smooth(u)),
-            "Bip01": (0.0, 0.0, 1.2 * wave(4, u) - 3.0)}
+    pose = {
+        "ground": (140.0 * u, 25.0 * math.sin(math.pi * u), -35.0 * smooth(u)),
+        "Bip01": (0.0, 0.0, 1.2 * wave(4, u) - 3.0),
+    }
     legs(pose, 2, u, 9.0, 30.0)
     arms(pose, 6.0 * wave(2, u), drop=34.0, bend=35.0)
     trunk(pose, 2, u, 5.0, 6.0)

@@ -48,8 +48,9 @@ def arm():
         ("Bip01_{s}_ForeTwist2", "Bip01_{s}_ForeTwist1", add(elbow, scale(FOREARM, 20)), FOREARM, BACK),
         ("Bip01_{s}_Hand", "Bip01_{s}_Forearm", wrist, FOREARM, UP),
     ]
-    for finger, (along, side, below) in enumerate(((3, -3.5, -1), (8.5, -3, 0), (9, -0.8, 0.2), (8.6, 1.4, 0),
-                                                   (7.8, 3.3, -0.3))):
+    for finger, (along, side, below) in enumerate(
+        ((3, -3.5, -1), (8.5, -3, 0), (9, -0.8, 0.2), (8.6, 1.4, 0), (7.8, 3.3, -0.3))
+    ):
         at = add(add(wrist, scale(FOREARM, along)), (0, side, below))
         aim = unit(add(FOREARM, (0, -0.6 if finger == 0 else 0.05 * (finger - 2), -0.15)))
         parent = "Bip01_{s}_Hand"
@@ -96,8 +97,14 @@ def biped(fingers=True, extras=True):
         if parent is None:
             return Bone(name, parent, position, rotation, position, rotation)
         above = bones[parent]
-        return Bone(name, parent, position, rotation, turn(conj(above.rotation), sub(position, above.position)),
-                    mul(conj(above.rotation), rotation))
+        return Bone(
+            name,
+            parent,
+            position,
+            rotation,
+            turn(conj(above.rotation), sub(position, above.position)),
+            mul(conj(above.rotation), rotation),
+        )
 
     def walk(parent):
         for row in rows:

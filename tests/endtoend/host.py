@@ -68,10 +68,17 @@ def execute(*words, timeout=120, limit=False, env=None):
             resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-    process = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=timeout,
-                             preexec_fn=confine, env={**os.environ, **env} if env else None)
-    result = Result(command, process.returncode, process.stdout.decode("utf-8"),
-                    process.stderr.decode("utf-8", "replace"))
+    process = subprocess.run(
+        command,
+        stdin=subprocess.DEVNULL,
+        capture_output=True,
+        timeout=timeout,
+        preexec_fn=confine,
+        env={**os.environ, **env} if env else None,
+    )
+    result = Result(
+        command, process.returncode, process.stdout.decode("utf-8"), process.stderr.decode("utf-8", "replace")
+    )
     if process.returncode < 0:
         raise AssertionError("ended by %s: %s" % (signal.Signals(-process.returncode).name, result))
     return result

@@ -6,7 +6,7 @@ from collections import namedtuple
 Resource = namedtuple("Resource", "kind big_endian block_size sizes references third_words body")
 
 KINDS = {b"ARTY": "ARTY", b"RRTY": "RRTY", b"ChrT": "ChrT"}
-ADDED = 0x80000000          # the flags under which packers add a reference
+ADDED = 0x80000000  # the flags under which packers add a reference
 
 
 def parse(data):
@@ -25,14 +25,14 @@ def parse(data):
         raise ValueError("the third word is %d" % zero)
     references, third = [], []
     if block:
-        count, = struct.unpack_from(order + "I", data, 24)
+        (count,) = struct.unpack_from(order + "I", data, 24)
         if 8 * count + 12 > block:
             raise ValueError("%d references in %d bytes" % (count, block))
         third = list(struct.unpack_from(order + "%dI" % count, data, 28))
         names_at, text_at = struct.unpack_from(order + "2I", data, 28 + 4 * count)
         if (names_at, text_at) != (4 * count + 12, 8 * count + 12):
             raise ValueError("tables at %d and %d" % (names_at, text_at))
-        text = data[24 + text_at:24 + block]
+        text = data[24 + text_at : 24 + block]
         at = 0
         for word in struct.unpack_from(order + "%dI" % count, data, 24 + names_at):
             flags, offset = word & 0xE0000000, word & 0x1FFFFFFF
@@ -43,7 +43,7 @@ def parse(data):
             at = end + 1
         if at != len(text):
             raise ValueError("%d bytes behind the last name" % (len(text) - at))
-    body = data[24 + block:]
+    body = data[24 + block :]
     if len(body) != sizes[0]:
         raise ValueError("%d bytes of data, the header says %d" % (len(body), sizes[0]))
     return Resource(kind, order == ">", block, sizes, references, third, body)
@@ -56,9 +56,9 @@ def parse_character(resource):
     """The entries of an animation database, in the file's order; ValueError names what is wrong."""
     order = ">" if resource.big_endian else "<"
     body = resource.body
-    count, = struct.unpack_from(order + "I", body, 0)
+    (count,) = struct.unpack_from(order + "I", body, 0)
     positions = struct.unpack_from(order + "%dI" % count, body, 4)
-    flags = body[4 + 4 * count:4 + 5 * count]
+    flags = body[4 + 4 * count : 4 + 5 * count]
     offsets = struct.unpack_from(order + "%dI" % count, body, 4 + 5 * count)
     table = 4 + 5 * count
     entries, at = [], 4 * count
@@ -68,7 +68,7 @@ def parse_character(resource):
         if flag not in (0, 1):
             raise ValueError("a flag of %d" % flag)
         end = body.index(0, table + offset)
-        entries.append(Entry(body[table + offset:end].decode("utf-8"), resource.references[position][0], bool(flag)))
+        entries.append(Entry(body[table + offset : end].decode("utf-8"), resource.references[position][0], bool(flag)))
         at = end + 1 - table
     if table + at != len(body):
         raise ValueError("%d bytes behind the last name" % (len(body) - table - at))

@@ -18,7 +18,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, HERE)
 sys.path.insert(0, os.path.join(HERE, "..", "..", "samples", "tools"))
 
-import host     # noqa: E402  the folders above come first
+import host  # noqa: E402  the folders above come first
 
 
 def tests_of(suite):

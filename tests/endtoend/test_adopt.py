@@ -68,8 +68,10 @@ class AdoptTest(host.HostTest):
             lengths = [math.dist(a, b) for a in source for b in source]
             first = lengths if frame is decoded["frames"][0] else first
             moved = max(moved, *(abs(a - b) for a, b in zip(lengths, first)))
-            worst = max(worst, *(abs(a - math.dist(b, c)) for a, (b, c) in
-                                 zip(lengths, ((b, c) for b in target for c in target))))
+            worst = max(
+                worst,
+                *(abs(a - math.dist(b, c)) for a, (b, c) in zip(lengths, ((b, c) for b in target for c in target)))
+            )
         self.assertGreater(moved, 1e-3, "a source that stands still proves nothing")
         return worst * 1000
 
@@ -79,9 +81,13 @@ class AdoptTest(host.HostTest):
         self.assertFalse(os.path.exists(self.tree))
         lines = self.adopt(HIKER)
         self.assertEqual(lines, planned)
-        self.assertEqual([(l["take"], l["stack"], l["firstFrame"], l["lastFrame"]) for l in lines],
-                         [("assembly:/hiker/hiker_%s.fbx?/%s.take" % (s, s), "Armature|" + s, *span)
-                          for s, span in make_samples.HIKER_STACKS.items()])
+        self.assertEqual(
+            [(l["take"], l["stack"], l["firstFrame"], l["lastFrame"]) for l in lines],
+            [
+                ("assembly:/hiker/hiker_%s.fbx?/%s.take" % (s, s), "Armature|" + s, *span)
+                for s, span in make_samples.HIKER_STACKS.items()
+            ],
+        )
         self.assertIn("scale of 'Armature' (100)", lines[0]["messages"][0]["text"])
         files = {l["written"]: host.content(l["written"]) for l in lines}
         self.adopt(HIKER)
@@ -105,7 +111,7 @@ class AdoptTest(host.HostTest):
             with self.subTest(root=root):
                 line = self.adopt(HIKER, "--root", root, "--to", "go/" + root)[1]
                 self.assertLess(self.compare(line), 0.2)
-                entry, = self.run_host("scan", line["take"].split("?")[0], assets=self.tree).lines[0]["subResources"]
+                (entry,) = self.run_host("scan", line["take"].split("?")[0], assets=self.tree).lines[0]["subResources"]
                 self.assertAlmostEqual(float(entry["properties"]["ACD_TotalLinearDelta"]), way, delta=1e-3)
                 self.assertAlmostEqual(float(entry["properties"]["ACD_StartDirectionAngle"]), 0, delta=1e-3)
         turned = self.run_host("scan", "go/floor/hiker_Turn.fbx", assets=self.tree).lines[0]["subResources"][0]
@@ -116,26 +122,30 @@ class AdoptTest(host.HostTest):
             root = scene.node("root", "LimbNode")
             scene.animate(root, "Lcl Translation", [(0, (0, 0, 0)), (10, (0, -200, 0))])
             lone_tree(scene, "pelvis", parent=root)
-        line, = self.adopt(self.scene("rooted.fbx", rooted))
-        entry, = self.run_host("scan", "rooted/rooted_Take_001.fbx", assets=self.tree).lines[0]["subResources"]
+
+        (line,) = self.adopt(self.scene("rooted.fbx", rooted))
+        (entry,) = self.run_host("scan", "rooted/rooted_Take_001.fbx", assets=self.tree).lines[0]["subResources"]
         self.assertAlmostEqual(float(entry["properties"]["ACD_TotalLinearDelta"]), 2, delta=1e-3)
         self.assertEqual(line["bones"], 4)
 
     def test_files_of_one_skeleton(self):
         body = self.write(make_samples.hiker(stacks=()), "hero.fbx")
-        legs = self.write(make_samples.hiker(("Walk",), "", ("Hips", "LeftUpLeg", "RightUpLeg", "LeftLeg", "RightLeg")),
-                          "hero_stroll.fbx")
+        legs = self.write(
+            make_samples.hiker(("Walk",), "", ("Hips", "LeftUpLeg", "RightUpLeg", "LeftLeg", "RightLeg")),
+            "hero_stroll.fbx",
+        )
         rigs = []
         for files in ((body, legs), (legs, body)):
             lines = sorted(self.adopt(*files), key=lambda l: l["file"])
-            self.assertEqual([(l["take"], l["bones"]) for l in lines],
-                             [(None, 14), ("assembly:/hero/hero_Walk.fbx?/Walk.take", 14)])
+            self.assertEqual(
+                [(l["take"], l["bones"]) for l in lines], [(None, 14), ("assembly:/hero/hero_Walk.fbx?/Walk.take", 14)]
+            )
             rigs.append(host.content(os.path.join(self.tree, "hero/hero.rig.fbx")))
             os.remove(os.path.join(self.tree, "hero/hero.rig.fbx"))
         self.assertEqual(*rigs)
         # Of an animation that comes later, the rig keeps the bones that it has.
         self.adopt(body)
-        late, = self.adopt(legs, "--to", "hero", "--name", "hero")
+        (late,) = self.adopt(legs, "--to", "hero", "--name", "hero")
         self.assertEqual((late["bones"], host.content(os.path.join(self.tree, "hero/hero.rig.fbx"))), (14, rigs[0]))
         self.assertLess(self.compare(late), 0.2)
 
@@ -161,11 +171,13 @@ class AdoptTest(host.HostTest):
         def same_names(scene):
             lone_tree(scene, "HEAD")
 
-        for label, build, takes, bones in (("two", two, ["two_anna_Take_001", "two_ben_Take_001"], 4),
-                                           ("both", armatures, ["both_Alice_Take_001", "both_Bob_Take_001"], 4),
-                                           ("prop", prop, ["prop_Take_001"], 4),
-                                           ("biped", biped, ["biped_Take_001"], 5),
-                                           ("names", same_names, ["names_Take_001"], 4)):
+        for label, build, takes, bones in (
+            ("two", two, ["two_anna_Take_001", "two_ben_Take_001"], 4),
+            ("both", armatures, ["both_Alice_Take_001", "both_Bob_Take_001"], 4),
+            ("prop", prop, ["prop_Take_001"], 4),
+            ("biped", biped, ["biped_Take_001"], 5),
+            ("names", same_names, ["names_Take_001"], 4),
+        ):
             with self.subTest(label):
                 lines = self.adopt(self.scene(label + ".fbx", build))
                 self.assertEqual([os.path.basename(l["written"])[:-4] for l in lines], takes)
@@ -177,16 +189,20 @@ class AdoptTest(host.HostTest):
     def test_refused(self):
         still = self.scene("still.fbx", lambda scene: scene.node("box", "Mesh"))
         lines = self.adopt(still, HIKER, code=1)
-        self.assertEqual(lines[0], {"file": still, "error":
-                                    "nothing in it can be a rig: it has no bones, and no node moves"})
+        self.assertEqual(
+            lines[0], {"file": still, "error": "nothing in it can be a rig: it has no bones, and no node moves"}
+        )
         self.assertEqual(len(lines), 4, "the others are done")
         os.makedirs(os.path.join(self.tree, "mine"))
         mine = os.path.join(self.tree, "mine/mine_Walk.fbx")
         make_samples.hiker(("Walk",)).write(mine)
         before = host.content(mine)
-        for words, reason in (((HIKER, "--name", "mine"), "no file that adopt wrote"),
-                              ((mine, "--name", "mine"), "not written over"),
-                              ((still, "--to", "../out"), "--to"), ((still, "--name", "a b"), "--name")):
+        for words, reason in (
+            ((HIKER, "--name", "mine"), "no file that adopt wrote"),
+            ((mine, "--name", "mine"), "not written over"),
+            ((still, "--to", "../out"), "--to"),
+            ((still, "--name", "a b"), "--name"),
+        ):
             result = host.execute("adopt", *words, "--assets", self.tree)
             self.assertEqual(result.code, 2 if reason.startswith("--") else 1)
             self.assertIn(reason, result.stderr)

@@ -14,7 +14,7 @@ class BadTest(host.HostTest):
     def check_row(self, row):
         if "scan" in row:
             result = self.run_host("scan", row["scan"], timeout=60, limit=True)
-            line, = result.lines
+            (line,) = result.lines
             bad = row["result"] == "fails"
             self.assertEqual((result.code, line["ok"]), (int(bad), not bad), result)
             self.assertIn(row["message"], line["error"] if bad else result.stderr)
@@ -37,7 +37,7 @@ class BadTest(host.HostTest):
 
     def check_output(self, row, job):
         kind = "ARTY" if row["extension"] == "animation" else "RRTY"
-        kinds = [resourcefile.parse_file(path).kind for path in self.files_of()]      # each of them whole
+        kinds = [resourcefile.parse_file(path).kind for path in self.files_of()]  # each of them whole
         if job["status"] == "packed":
             self.assertEqual(resourcefile.parse_file(job["file"]).kind, kind)
             shown = self.inspect(job["file"])
@@ -82,5 +82,8 @@ class BadTest(host.HostTest):
 
 for _number, _row in enumerate(ROWS):
     _label = os.path.basename(_row.get("pack") or _row["scan"]).replace("?/", "_").replace(".", "_")
-    setattr(BadTest, "test_%02d_%s_%s" % (_number, _row["file"].split(".")[0], _label),
-            lambda self, row=_row: self.check_row(row))
+    setattr(
+        BadTest,
+        "test_%02d_%s_%s" % (_number, _row["file"].split(".")[0], _label),
+        lambda self, row=_row: self.check_row(row),
+    )

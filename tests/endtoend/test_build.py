@@ -14,14 +14,24 @@ RIG = "<%sscout.rig.fbx?/scout.rig>.pc.animationrig" % SCOUT
 WALK = "<%smoves.fbx?/walk.take>.pc.animation" % SCOUT
 LEVER = "<assembly:/props/lever.fbx?/pull.take>.pc.animation"
 SHOT = "<assembly:/cameras/shot.fbx?/shot.take>.pc.animation"
-NAMES = ("characters/scout/scout.rig.fbx", "characters/scout/moves.fbx", "props/lever.fbx", "cameras/shot.fbx",
-         "animations/_common/trajectoryrig.rig.fbx", "props/door.fbx", "props/door.rig.fbx")
+NAMES = (
+    "characters/scout/scout.rig.fbx",
+    "characters/scout/moves.fbx",
+    "props/lever.fbx",
+    "cameras/shot.fbx",
+    "animations/_common/trajectoryrig.rig.fbx",
+    "props/door.fbx",
+    "props/door.rig.fbx",
+)
 
 
 def reasons(result):
     """What each job says why it ran: (what, identifier, change of bytes)."""
-    return {j["id"]: [(w["what"], w["id"], w["bytesNow"] - w["bytesBefore"]) for w in j["why"]]
-            for j in result.jobs if "why" in j}
+    return {
+        j["id"]: [(w["what"], w["id"], w["bytesNow"] - w["bytesBefore"]) for w in j["why"]]
+        for j in result.jobs
+        if "why" in j
+    }
 
 
 class ExplainTest(host.HostTest):
@@ -36,9 +46,19 @@ class ExplainTest(host.HostTest):
         lever = os.path.join(self.out, "pc/props/lever.fbx/pull.take.animation")
         os.remove(lever)
         os.remove(os.path.join(self.tree, "props/door.rig.fbx"))
-        return {RIG: [("inputChanged", SCOUT + "scout.rig.fbx", 1)], LEVER: [("outputGone", lever, -os.path.getsize(
-            self.pack("assembly:/props/lever.fbx?/pull.take", out=os.path.join(self.work, "other"))["file"]))],
-            SHOT: [("inputNew", "assembly:/cameras/shot.events", 11)]}
+        return {
+            RIG: [("inputChanged", SCOUT + "scout.rig.fbx", 1)],
+            LEVER: [
+                (
+                    "outputGone",
+                    lever,
+                    -os.path.getsize(
+                        self.pack("assembly:/props/lever.fbx?/pull.take", out=os.path.join(self.work, "other"))["file"]
+                    ),
+                )
+            ],
+            SHOT: [("inputNew", "assembly:/cameras/shot.events", 11)],
+        }
 
     def test_why(self):
         expected = self.change()
@@ -47,8 +67,10 @@ class ExplainTest(host.HostTest):
         self.assertEqual(foreseen.code, 0, foreseen)
         self.assertEqual(self.files_of(), before, "a dry run writes nothing")
         self.assertEqual(reasons(foreseen)[WALK], [("inputChanged", SCOUT + "scout.rig.fbx", 1), ("needAgain", RIG, 0)])
-        self.assertEqual([j["id"] for j in foreseen.jobs if j["status"] == "toRemove"],
-                         ["<assembly:/props/door.rig.fbx?/door.rig>.pc.animationrig"])
+        self.assertEqual(
+            [j["id"] for j in foreseen.jobs if j["status"] == "toRemove"],
+            ["<assembly:/props/door.rig.fbx?/door.rig>.pc.animationrig"],
+        )
         done = self.run_host("build", assets=self.tree)
         for found in (reasons(foreseen), reasons(done)):
             self.assertEqual({job: found[job] for job in expected}, expected)
@@ -77,7 +99,7 @@ class ExplainTest(host.HostTest):
         self.assertLessEqual(set(lines), set(told))
         causes = told.index("failures by cause:")
         self.assertRegex(told[causes + 1], "^ +2  .*No Rig is referenced.*first assembly:/props/door.fbx")
-        self.assertEqual(len([x for x in told[told.index("slowest:") + 1:-1] if " s  <assembly:/" in x]), 5)
+        self.assertEqual(len([x for x in told[told.index("slowest:") + 1 : -1] if " s  <assembly:/" in x]), 5)
         self.assertIn("because it is new, or failed the last time", "\n".join(told))
 
 
@@ -90,14 +112,26 @@ class DepFileTest(host.HostTest):
         lever = os.path.join(tree, "props/lever.fbx")
         shutil.copyfile(lever, source)
         for status in ("packed", "upToDate"):
-            job = self.run_host("pack", source + "?/pull.take", "animation", "--depfile", depfile,
-                                assets=tree).job("AnimationPacker")
+            job = self.run_host("pack", source + "?/pull.take", "animation", "--depfile", depfile, assets=tree).job(
+                "AnimationPacker"
+            )
             self.assertEqual(job["status"], status)
-            plain = [x.strip().replace("\\ ", " ").replace("\\#", "#").replace("$$", "$")
-                     for x in host.content(depfile).decode().split(" \\\n  ")]
+            plain = [
+                x.strip().replace("\\ ", " ").replace("\\#", "#").replace("$$", "$")
+                for x in host.content(depfile).decode().split(" \\\n  ")
+            ]
             self.assertEqual(plain[0], job["file"] + ":")
-            self.assertEqual(plain[1:], sorted([source, lever, os.path.join(tree, "props"), os.path.join(
-                self.out, "pc/props/lever.fbx/lever.rig.animationrig")]))
+            self.assertEqual(
+                plain[1:],
+                sorted(
+                    [
+                        source,
+                        lever,
+                        os.path.join(tree, "props"),
+                        os.path.join(self.out, "pc/props/lever.fbx/lever.rig.animationrig"),
+                    ]
+                ),
+            )
 
 
 class WatchTest(host.HostTest):
@@ -117,7 +151,7 @@ class WatchTest(host.HostTest):
                 jobs.append(value)
             self.fail(watch.stderr.read())
 
-        self.assertEqual(summary()[0]["failed"], 2)      # cameras without their rig
+        self.assertEqual(summary()[0]["failed"], 2)  # cameras without their rig
         while "watching" not in watch.stderr.readline():
             pass
         lever, folder = os.path.join(tree, "props/lever.fbx"), os.path.join(tree, "new")
@@ -126,8 +160,10 @@ class WatchTest(host.HostTest):
         wrote = time.monotonic()
         told, jobs = summary()
         self.assertLess(time.monotonic() - wrote - told["seconds"], 0.2)
-        self.assertEqual([j["source"] for j in jobs if j["status"] == "packed"],
-                         ["assembly:/props/lever.fbx?/lever.rig", "assembly:/props/lever.fbx?/pull.take"])
+        self.assertEqual(
+            [j["source"] for j in jobs if j["status"] == "packed"],
+            ["assembly:/props/lever.fbx?/lever.rig", "assembly:/props/lever.fbx?/pull.take"],
+        )
         os.mkdir(folder)
         for n in range(20):
             shutil.copyfile(lever, os.path.join(folder, "%d.fbx" % n))

@@ -8,15 +8,25 @@ from resourcefile import ADDED
 
 WALK = "assembly:/characters/scout/moves.fbx?/walk.take"
 SCOUT = "assembly:/characters/scout/scout.rig.fbx?/scout.rig"
-SAMPLED = (WALK, "assembly:/characters/scout/moves.fbx?/wave.take", "assembly:/cameras/shot.fbx?/shot.take",
-           "assembly:/characters/crate_rider/rider.fbx?/ride.take", "assembly:/props/drift.fbx?/drift.take",
-           "assembly:/props/lever.fbx?/pull.take")
+SAMPLED = (
+    WALK,
+    "assembly:/characters/scout/moves.fbx?/wave.take",
+    "assembly:/cameras/shot.fbx?/shot.take",
+    "assembly:/characters/crate_rider/rider.fbx?/ride.take",
+    "assembly:/props/drift.fbx?/drift.take",
+    "assembly:/props/lever.fbx?/pull.take",
+)
 
 
 class HeadTest(host.HostTest):
     def test_animation(self):
-        for platform, start, big in (("pc", b"YTRA", False), ("ps3", b"ARTY", True), ("durango", b"YTRA", False),
-                                     ("ps4", b"YTRA", False), ("xbox360", b"ARTY", True)):
+        for platform, start, big in (
+            ("pc", b"YTRA", False),
+            ("ps3", b"ARTY", True),
+            ("durango", b"YTRA", False),
+            ("ps4", b"YTRA", False),
+            ("xbox360", b"ARTY", True),
+        ):
             with self.subTest(platform):
                 job = self.pack(WALK, platform=platform)
                 data = host.content(job["file"])
@@ -46,6 +56,7 @@ class HeadTest(host.HostTest):
             self.assertEqual((head.block_size, head.references), (0, []))
             self.assertEqual(head.sizes, [len(head.body), len(head.body), 0])
 
+
 class OrderTest(host.HostTest):
     def test_both_byte_orders_hold_the_same(self):
         """Value by value: groups, codes, properties, decoded bones. Only the order of the bytes differs."""
@@ -56,10 +67,16 @@ class OrderTest(host.HostTest):
                     job = self.pack(source, platform=platform)
                     one = self.inspect(job["file"], range(0, 40, 3), platform=platform)
                     heads = resourcefile.parse_file(job["file"])
-                    shown[platform] = (one["animation"], one["frames"], one["sizes"], len(one["references"]),
-                                       len(heads.body))
+                    shown[platform] = (
+                        one["animation"],
+                        one["frames"],
+                        one["sizes"],
+                        len(one["references"]),
+                        len(heads.body),
+                    )
                     self.assertEqual(one["endian"], "big" if platform == "ps3" else "little")
                 self.assertEqual(shown["pc"], shown["ps3"])
+
 
 class SameBytesTest(host.HostTest):
     def built(self, out, *words, platform=("pc", "ps3")):
@@ -70,8 +87,13 @@ class SameBytesTest(host.HostTest):
 
     def setUp(self):
         super().setUp()
-        self.tree = self.copy_tree("characters/scout/scout.rig.fbx", "characters/scout/moves.fbx", "props/drift.fbx",
-                                   "props/lever.fbx", "animations/_common/trajectoryrig.rig.fbx")
+        self.tree = self.copy_tree(
+            "characters/scout/scout.rig.fbx",
+            "characters/scout/moves.fbx",
+            "props/drift.fbx",
+            "props/lever.fbx",
+            "animations/_common/trajectoryrig.rig.fbx",
+        )
 
     def test_runs_and_workers(self):
         one = self.built(os.path.join(self.work, "one"), "-j", "1")

@@ -7,9 +7,21 @@ import struct
 import host
 from rotation import conj, mul, scale, sub, turn
 
-NAMES = ("AverageLinearVelocity", "LinearStartVelocity", "LinearEndVelocity", "TotalLinearDelta", "TotalLinearXDelta",
-         "TotalLinearYDelta", "AverageAngularVelocity", "TotalAngularDelta", "StartDirectionAngle", "AimingYaw",
-         "AimingPitch", "HeadYaw", "HeadPitch")
+NAMES = (
+    "AverageLinearVelocity",
+    "LinearStartVelocity",
+    "LinearEndVelocity",
+    "TotalLinearDelta",
+    "TotalLinearXDelta",
+    "TotalLinearYDelta",
+    "AverageAngularVelocity",
+    "TotalAngularDelta",
+    "StartDirectionAngle",
+    "AimingYaw",
+    "AimingPitch",
+    "HeadYaw",
+    "HeadPitch",
+)
 
 
 def single(value):
@@ -42,10 +54,11 @@ def characteristics(times, positions, rotations):
         out["AverageAngularVelocity"] = out["TotalAngularDelta"] / duration
         out["LinearStartVelocity"] = sum(steps[:span]) / (times[span] - times[0])
         out["LinearEndVelocity"] = sum(d for k, d in enumerate(steps, 1) if k >= count - span) / (
-            times[last] - times[last - span])
+            times[last] - times[last - span]
+        )
     x, y, _ = sub(positions[last], positions[0])
     out["TotalLinearXDelta"], out["TotalLinearYDelta"] = x, y
-    if max(abs(x), abs(y)) > 2 ** -23:
+    if max(abs(x), abs(y)) > 2**-23:
         qx, qy, qz, qw = rotations[0]
         facing = (-(2 * qx * qy + 2 * qw * qz), -(1 - 2 * qx * qx - 2 * qz * qz))
         way = math.atan2(y, x) - math.atan2(facing[1], facing[0])
@@ -75,11 +88,16 @@ class CharacteristicsTest(host.HostTest):
             name = expected["file"].split("assembly/", 1)[1]
             for take in expected["takes"]:
                 got = scanned["assembly:/%s?/%s.take" % (name, take["name"])]
-                want = characteristics(*self.trajectory(name, take["ground"], take["startFrame"], take["endFrame"],
-                                                        expected["fps"]))
+                want = characteristics(
+                    *self.trajectory(name, take["ground"], take["startFrame"], take["endFrame"], expected["fps"])
+                )
                 for key in NAMES:
-                    self.assertAlmostEqual(float(got["ACD_" + key]), want[key], delta=2e-4 * max(1, abs(want[key])),
-                                           msg="%s %s %s" % (name, take["name"], key))
+                    self.assertAlmostEqual(
+                        float(got["ACD_" + key]),
+                        want[key],
+                        delta=2e-4 * max(1, abs(want[key])),
+                        msg="%s %s %s" % (name, take["name"], key),
+                    )
                     nonzero |= {key} if abs(want[key]) > 0.01 else set()
                 compared += 1
         self.assertGreaterEqual(compared, 10)

@@ -32,15 +32,29 @@ DATABASE = """<?xml version="1.0"?>
     </Character>
   </Character>
 </AnimationDatabase>
-""".format(rig=SCOUT, blend=BLEND, **{n: MOVES % n for n in ("walk", "run", "turn", "jump", "strafe", "wave")})
+""".format(
+    rig=SCOUT, blend=BLEND, **{n: MOVES % n for n in ("walk", "run", "turn", "jump", "strafe", "wave")}
+)
 
 # By the rules: the nearest definition wins, one without a take is none, capitals come before small letters.
 RESOLVED = {
     "Scout": [("Attack", "turn"), ("Blend", BLEND), ("Stroll", "walk"), ("Walk", "walk"), ("run", "run")],
-    "guard": [("Attack", "turn"), ("Blend", "walk"), ("Stroll", "walk"), ("Unset", "strafe"), ("Walk", "walk"),
-              ("run", "jump")],
-    "captain": [("Attack", "turn"), ("Blend", "walk"), ("Stroll", "walk"), ("Unset", "strafe"), ("Walk", "wave"),
-                ("run", "jump")],
+    "guard": [
+        ("Attack", "turn"),
+        ("Blend", "walk"),
+        ("Stroll", "walk"),
+        ("Unset", "strafe"),
+        ("Walk", "walk"),
+        ("run", "jump"),
+    ],
+    "captain": [
+        ("Attack", "turn"),
+        ("Blend", "walk"),
+        ("Stroll", "walk"),
+        ("Unset", "strafe"),
+        ("Walk", "wave"),
+        ("run", "jump"),
+    ],
 }
 RIGS = {"Scout": "", "guard": SCOUT, "captain": ""}
 
@@ -76,11 +90,15 @@ class CharacterTest(host.HostTest):
             f.write(b"made elsewhere")
 
     def test_scan(self):
-        line, = self.run_host("scan", "assembly:/characters/set.xml", "--scandata", assets=self.tree).lines
+        (line,) = self.run_host("scan", "assembly:/characters/set.xml", "--scandata", assets=self.tree).lines
         blob = host.content(os.path.join(self.out, "scan/characters/set.xml.scandata"))
-        self.assertEqual(struct.unpack("<3i", blob[:12]), (0, 0, 3), "what other hosts read holds three characters, too")
-        self.assertEqual([(e["id"], e["properties"]) for e in line["subResources"]],
-                         [("assembly:/characters/set.xml?/%s.chartype" % n, {}) for n in RESOLVED])
+        self.assertEqual(
+            struct.unpack("<3i", blob[:12]), (0, 0, 3), "what other hosts read holds three characters, too"
+        )
+        self.assertEqual(
+            [(e["id"], e["properties"]) for e in line["subResources"]],
+            [("assembly:/characters/set.xml?/%s.chartype" % n, {}) for n in RESOLVED],
+        )
         for entry, entries in zip(line["subResources"], RESOLVED.values()):
             self.assertEqual(entry["references"], [source_of(take) for _, take in entries])
 
@@ -89,8 +107,11 @@ class CharacterTest(host.HostTest):
             self.add_blend_space(platform)
         result = self.run_host("build", platform=("pc", "ps3"), assets=self.tree)
         self.assertEqual(result.code, 0, result)
-        jobs = {(j["source"].rsplit("/", 1)[1], j["id"].split(".")[-2]): j for j in result.jobs
-                if j["component"] == "AnimationDatabasePacker"}
+        jobs = {
+            (j["source"].rsplit("/", 1)[1], j["id"].split(".")[-2]): j
+            for j in result.jobs
+            if j["component"] == "AnimationDatabasePacker"
+        }
         self.assertEqual(len(jobs), 6)
         for name, entries in RESOLVED.items():
             for platform in ("pc", "ps3"):
@@ -100,8 +121,11 @@ class CharacterTest(host.HostTest):
                     self.assertEqual((resource.kind, resource.big_endian), ("ChrT", platform == "ps3"))
                     wanted = [(n.lower(), packed_id(take, RIGS[name], platform), take == BLEND) for n, take in entries]
                     self.assertEqual([tuple(e) for e in resourcefile.parse_character(resource)], wanted)
-                    self.assertEqual({r for r, _ in resource.references}, {r for _, r, _ in wanted},
-                                     "two names of one take share a reference")
+                    self.assertEqual(
+                        {r for r, _ in resource.references},
+                        {r for _, r, _ in wanted},
+                        "two names of one take share a reference",
+                    )
                     self.assertEqual({f for _, f in resource.references}, {resourcefile.ADDED})
                     size = len(resource.body)
                     n = len(entries)
@@ -115,16 +139,20 @@ class CharacterTest(host.HostTest):
         self.assertEqual((shown["type"], shown["platform"]), ("ChrT", platform))
         self.assertEqual(shown["sizes"], resource.sizes)
         references = [r["id"] for r in shown["references"]]
-        self.assertEqual([(e["name"], references[e["reference"]], e["blendSpace"])
-                          for e in shown["character"]["animations"]], wanted)
+        self.assertEqual(
+            [(e["name"], references[e["reference"]], e["blendSpace"]) for e in shown["character"]["animations"]], wanted
+        )
         told = host.execute("inspect", file).stdout
         for name, _, _ in wanted:
             self.assertIn("  %s " % name, told)
 
     def test_what_a_character_needs(self):
         result = self.run_host("build", "assembly:/characters/set.xml", assets=self.tree)
-        states = {j["source"].rsplit("/", 1)[1]: j["status"] for j in result.jobs
-                  if j["component"] == "AnimationDatabasePacker"}
+        states = {
+            j["source"].rsplit("/", 1)[1]: j["status"]
+            for j in result.jobs
+            if j["component"] == "AnimationDatabasePacker"
+        }
         self.assertEqual(states, {"scout.chartype": "failed", "guard.chartype": "packed", "captain.chartype": "packed"})
         failed = next(j for j in result.jobs if j["status"] == "failed")
         self.assertIn("rbs", failed["messages"][-1]["text"])

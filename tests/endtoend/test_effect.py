@@ -64,18 +64,44 @@ class EffectTest(host.HostTest):
         line, result = self.effect("fx/main.fx", "-I", self.path("nothing"), "-I" + self.path("lib"), "-D", "QUALITY=2")
         common, macros = self.path("fx/shared/common.fxh"), self.path("fx/shared/deep/macros.fxh")
         light, near = self.path("lib/lighting.fxh"), self.path("lib/near.fxh")
-        head = ('// lit\n#line 1 "%s"\n#pragma once\n#line 1 "%s"\n#define FILTER ANISOTROPIC\r\n#line 2 "%s"\n\n'
-                'shared float4x4 g_World;\n#line 2 "sourcefile"\n\n#line 1 "%s"\n# include "near.fxh"\nfloat3 light;\n'
-                '#line 3 "sourcefile"\n\n'
-                % (common, macros, common, light))
-        self.assertEqual(line["flat"], head + MAIN[MAIN.index("shared float g_Time"):])
+        head = (
+            '// lit\n#line 1 "%s"\n#pragma once\n#line 1 "%s"\n#define FILTER ANISOTROPIC\r\n#line 2 "%s"\n\n'
+            'shared float4x4 g_World;\n#line 2 "sourcefile"\n\n#line 1 "%s"\n# include "near.fxh"\nfloat3 light;\n'
+            '#line 3 "sourcefile"\n\n' % (common, macros, common, light)
+        )
+        self.assertEqual(line["flat"], head + MAIN[MAIN.index("shared float g_Time") :])
         self.assertEqual(line["references"], [p.lower() for p in (common, macros, light, near)])
         self.assertEqual(line["sharedParameters"], ["g_World", "g_Near", "g_Time", "g_Fine"])
-        self.assertEqual(line["samplers"], [{
-            "name": "Linear", "borderColor": 0xff0000ff, "flags": 0x01 | 0x04 | 0x20 | 0x80, "addressU": 1,
-            "addressV": 0, "addressW": 0, "filter": 85, "maxAnisotropy": 1, "mipLODBias": -0.5}])
-        self.assertEqual(line["techniques"], [{"name": "Lit", "passes": [{"name": "P0", "states": [
-            {"name": "SetVertexShader", "value": "CompileShader( vs_5_0, Main() )"}]}]}])
+        self.assertEqual(
+            line["samplers"],
+            [
+                {
+                    "name": "Linear",
+                    "borderColor": 0xFF0000FF,
+                    "flags": 0x01 | 0x04 | 0x20 | 0x80,
+                    "addressU": 1,
+                    "addressV": 0,
+                    "addressW": 0,
+                    "filter": 85,
+                    "maxAnisotropy": 1,
+                    "mipLODBias": -0.5,
+                }
+            ],
+        )
+        self.assertEqual(
+            line["techniques"],
+            [
+                {
+                    "name": "Lit",
+                    "passes": [
+                        {
+                            "name": "P0",
+                            "states": [{"name": "SetVertexShader", "value": "CompileShader( vs_5_0, Main() )"}],
+                        }
+                    ],
+                }
+            ],
+        )
 
         text = host.execute("effect", self.path("fx/main.fx"), "-I", self.path("lib"))
         self.assertEqual(text.code, 0, text)
@@ -86,22 +112,34 @@ class EffectTest(host.HostTest):
     def test_faults_name_their_place(self):
         self.addCleanup(os.chdir, os.getcwd())
         os.chdir(self.work)
-        self.write({"fx/bad.fxh": "float x;\nSamplerState s\n{\n    AddressU = Wrap;\n};\n",
-                    "fx/uses.fx": 'float y;\n#include "bad.fxh"\n', "fx/loop.fx": '#include "loop.fx"\n',
-                    "fx/odd.fx": "\n#include oops\n", "fx/stop.fx": "\n\n#error enough\n",
-                    "fx/skip.fx": '#if 0\n#include "bad.fxh"\n#endif\nSamplerState t { Filter = NO; };\n',
-                    "fx/open.fx": "\n#if 1\nfloat x;\n", "bad.fxh": "// the working directory comes second\n",
-                    "fx/near.fx": '#include "bad.fxh"\n# include "none.fxh"\n'})
-        for name, error in (("uses", "%s:4: sampler 's': 'Wrap' is no address mode" % self.path("fx/bad.fxh")),
-                            ("odd", "%s:2: expected a name in quotes" % self.path("fx/odd.fx")),
-                            ("skip", "%s:4: sampler 't': 'NO' is no filter" % self.path("fx/skip.fx")),
-                            ("near", "%s:2: Could not find file 'none.fxh' while looking into following directories: "
-                             % self.path("fx/near.fx")),
-                            ("stop", "%s:3: #error enough" % self.path("fx/stop.fx")),
-                            ("open", "%s:2: unterminated #if" % self.path("fx/open.fx")),
-                            ("loop", "%s:1: '%s' stands inside 1024 includes" % ((self.path("fx/loop.fx"),) * 2)),
-                            ("main", "%s:3: Could not find file 'lighting.fxh'" % self.path("fx/main.fx")),
-                            ("none", "there is no such file")):
+        self.write(
+            {
+                "fx/bad.fxh": "float x;\nSamplerState s\n{\n    AddressU = Wrap;\n};\n",
+                "fx/uses.fx": 'float y;\n#include "bad.fxh"\n',
+                "fx/loop.fx": '#include "loop.fx"\n',
+                "fx/odd.fx": "\n#include oops\n",
+                "fx/stop.fx": "\n\n#error enough\n",
+                "fx/skip.fx": '#if 0\n#include "bad.fxh"\n#endif\nSamplerState t { Filter = NO; };\n',
+                "fx/open.fx": "\n#if 1\nfloat x;\n",
+                "bad.fxh": "// the working directory comes second\n",
+                "fx/near.fx": '#include "bad.fxh"\n# include "none.fxh"\n',
+            }
+        )
+        for name, error in (
+            ("uses", "%s:4: sampler 's': 'Wrap' is no address mode" % self.path("fx/bad.fxh")),
+            ("odd", "%s:2: expected a name in quotes" % self.path("fx/odd.fx")),
+            ("skip", "%s:4: sampler 't': 'NO' is no filter" % self.path("fx/skip.fx")),
+            (
+                "near",
+                "%s:2: Could not find file 'none.fxh' while looking into following directories: "
+                % self.path("fx/near.fx"),
+            ),
+            ("stop", "%s:3: #error enough" % self.path("fx/stop.fx")),
+            ("open", "%s:2: unterminated #if" % self.path("fx/open.fx")),
+            ("loop", "%s:1: '%s' stands inside 1024 includes" % ((self.path("fx/loop.fx"),) * 2)),
+            ("main", "%s:3: Could not find file 'lighting.fxh'" % self.path("fx/main.fx")),
+            ("none", "there is no such file"),
+        ):
             line, result = self.effect("fx/%s.fx" % name, code=1)
             self.assertTrue(line["error"].startswith(error), line["error"])
             self.assertIn(": error: " + error, result.stderr)
@@ -133,9 +171,12 @@ class EffectTest(host.HostTest):
         os.makedirs(temp)
         self.write({"bin/cpp": "#!/bin/sh\nsleep 31.5 & wait\n", "plain.fx": "float a;\n"})
         os.chmod(self.path("bin/cpp"), 0o755)
-        process = subprocess.Popen([host.PROGRAM, "effect", self.path("plain.fx")], stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL,
-                                   env={**os.environ, "TMPDIR": temp, "PATH": self.path("bin") + ":/usr/bin:/bin"})
+        process = subprocess.Popen(
+            [host.PROGRAM, "effect", self.path("plain.fx")],
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+            env={**os.environ, "TMPDIR": temp, "PATH": self.path("bin") + ":/usr/bin:/bin"},
+        )
         running = lambda: subprocess.run(["pgrep", "-f", "sleep 31.5"], capture_output=True, check=False).stdout
         for _ in range(200):
             if running():

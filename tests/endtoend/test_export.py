@@ -17,8 +17,8 @@ class Gltf:
         data = host.content(path)
         magic, version, length, size, kind = struct.unpack_from("<IIIII", data)
         assert (magic, version, length, kind) == (0x46546C67, 2, len(data), 0x4E4F534A)
-        self.json = json.loads(data[20:20 + size])
-        self.binary = data[28 + size:]
+        self.json = json.loads(data[20 : 20 + size])
+        self.binary = data[28 + size :]
         self.names = [node["name"] for node in self.json["nodes"]]
 
     def numbers(self, index):
@@ -27,15 +27,16 @@ class Gltf:
         start = view.get("byteOffset", 0) + accessor.get("byteOffset", 0)
         each = SIZES[accessor["type"]]
         flat = struct.unpack_from("<%df" % (accessor["count"] * each), self.binary, start)
-        return [flat[n:n + each] for n in range(0, len(flat), each)]
+        return [flat[n : n + each] for n in range(0, len(flat), each)]
 
     def animation(self, name):
         return next(a for a in self.json["animations"] if a["name"] == name)
 
     def pose(self, animation, frame):
         """Node -> (translation, rotation) at a frame that the animation has keys on."""
-        pose = [(tuple(n.get("translation", (0, 0, 0))), tuple(n.get("rotation", (0, 0, 0, 1))))
-                for n in self.json["nodes"]]
+        pose = [
+            (tuple(n.get("translation", (0, 0, 0))), tuple(n.get("rotation", (0, 0, 0, 1)))) for n in self.json["nodes"]
+        ]
         for channel in animation["channels"]:
             sampler = animation["samplers"][channel["sampler"]]
             keys = self.numbers(sampler["output"])
@@ -64,8 +65,10 @@ class ExportTest(host.HostTest):
         gltf = Gltf(path)
         self.assertEqual(result.summary["takes"], 9)
         self.assertEqual(result.summary["bytes"], os.path.getsize(path))
-        self.assertEqual({a["name"] for a in gltf.json["animations"]},
-                         {"walk", "run", "turn", "jump", "wave", "strafe", "stroll", "about_face", "pull"})
+        self.assertEqual(
+            {a["name"] for a in gltf.json["animations"]},
+            {"walk", "run", "turn", "jump", "wave", "strafe", "stroll", "about_face", "pull"},
+        )
         self.assertEqual(len(gltf.json["skins"]), 2, "takes of one rig share its bones")
         for take, frames in (("walk", (0, 17, 59)), ("wave", (3, 54)), ("pull", (0, 39))):
             animation = gltf.animation(take)
@@ -81,9 +84,15 @@ class ExportTest(host.HostTest):
                     self.assertLess(max(abs(a - b) for a, b in zip(t, pose[node][0])), 2e-6, (take, bone))
                     self.assertGreater(abs(sum(a * b for a, b in zip(q, pose[node][1]))), 1 - 1e-6, (take, bone))
         extras = gltf.animation("walk")["extras"]
-        self.assertEqual({(p["bone"], p["name"]) for p in extras["properties"]},
-                         {("Bip01_Head", "export_blink"), ("scout_ground", "export_contact"),
-                          ("scout_ground", "export_gait"), ("Bip01_Spine2", "export_lean")})
+        self.assertEqual(
+            {(p["bone"], p["name"]) for p in extras["properties"]},
+            {
+                ("Bip01_Head", "export_blink"),
+                ("scout_ground", "export_contact"),
+                ("scout_ground", "export_gait"),
+                ("Bip01_Spine2", "export_lean"),
+            },
+        )
 
         again = self.export("assembly:/", "-j", "3", name="again.glb")[1]
         self.assertEqual(host.content(again), host.content(path), "the same for any number of workers")
@@ -98,16 +107,18 @@ class ExportTest(host.HostTest):
         scene.find("lever_knob").rest["Lcl Translation"] = (0, 0, 44)
         scene.write(os.path.join(tree, "props/lever.fbx"))
         with open(os.path.join(tree, "props/lever.events"), "w", encoding="utf-8") as f:
-            f.write('<TakeList><Take name="other"/><Take name="PULL"><EventTrack name="Sound"><Event><Attributes>'
-                    '<StartTime>0.5</StartTime><Duration>0</Duration><EntityData name="m_sound">cl&lt;ick</EntityData>'
-                    '</Attributes></Event></EventTrack></Take></TakeList>')
+            f.write(
+                '<TakeList><Take name="other"/><Take name="PULL"><EventTrack name="Sound"><Event><Attributes>'
+                '<StartTime>0.5</StartTime><Duration>0</Duration><EntityData name="m_sound">cl&lt;ick</EntityData>'
+                "</Attributes></Event></EventTrack></Take></TakeList>"
+            )
         knob = {}
         for words in ((), ("--source",)):
             _, path = self.export("props/lever.fbx", *words, assets=tree)
             gltf = Gltf(path)
             pose = gltf.pose(gltf.animation("pull"), 7)
             knob[words] = pose[gltf.names.index("lever_knob")][0]
-            event, = gltf.animation("pull")["extras"]["events"]
+            (event,) = gltf.animation("pull")["extras"]["events"]
             self.assertEqual((event["track"], event["event"]), ("Sound", "sound cl<ick"))
             self.assertAlmostEqual(event["start"], 0.65, places=5)
         self.assertAlmostEqual(abs(knob[()][1] - knob[("--source",)][1]), 0.01, places=5)

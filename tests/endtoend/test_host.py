@@ -33,12 +33,14 @@ class ExitTest(host.HostTest):
 
     def test_failed_assets(self):
         moves = "assembly:/characters/scout/moves.fbx"
-        for words, hint in ((("pack", DOOR, "animation"), "No Rig is referenced"),
-                            (("pack", "assembly:/props/none.fbx?/open.take", "animation"), "none.fbx"),
-                            (("pack", LEVER.replace("pull", "pul"), "animation"), "is '?/pull.take' meant?"),
-                            (("pack", moves, "animation"), "there are ?/walk.take, ?/run.take, "),
-                            (("build", moves + "?/walk"), "is '?/walk.take' meant?"),
-                            (("build", "props/none.fbx"), "there is no such file")):
+        for words, hint in (
+            (("pack", DOOR, "animation"), "No Rig is referenced"),
+            (("pack", "assembly:/props/none.fbx?/open.take", "animation"), "none.fbx"),
+            (("pack", LEVER.replace("pull", "pul"), "animation"), "is '?/pull.take' meant?"),
+            (("pack", moves, "animation"), "there are ?/walk.take, ?/run.take, "),
+            (("build", moves + "?/walk"), "is '?/walk.take' meant?"),
+            (("build", "props/none.fbx"), "there is no such file"),
+        ):
             result = self.run_host(*words)
             self.assertEqual(result.code, 1, result)
             self.assertEqual(result.jobs[-1]["status"], "failed")
@@ -63,17 +65,25 @@ class ExitTest(host.HostTest):
         self.assertEqual(self.run_host("build", LEVER).summary["upToDate"], 1, "the state is what it was")
 
     def test_inspecting_what_is_no_packed_file(self):
-        for path in (os.path.join(host.TREE, "props/lever.fbx"), os.path.join(self.work, "absent"),
-                     os.path.join(host.BAD, "empty.fbx")):
+        for path in (
+            os.path.join(host.TREE, "props/lever.fbx"),
+            os.path.join(self.work, "absent"),
+            os.path.join(host.BAD, "empty.fbx"),
+        ):
             result = self.run_host("inspect", path)
             self.assertIn(result.code, (1, 2), result)
+
 
 class CleanOutputTest(host.HostTest):
     def test_json_lines_alone(self):
         """Standard output holds JSON lines and nothing else, whatever happens."""
-        for words in (["build", "assembly:/props/lever.fbx"], ["build", "assembly:/props/door.fbx"], ["scan"],
-                      ["pack", DOOR, "animation"], ["pack", LEVER, "animation", "--progress", "always", "--color",
-                                                    "always"]):
+        for words in (
+            ["build", "assembly:/props/lever.fbx"],
+            ["build", "assembly:/props/door.fbx"],
+            ["scan"],
+            ["pack", DOOR, "animation"],
+            ["pack", LEVER, "animation", "--progress", "always", "--color", "always"],
+        ):
             result = self.run_host(*words)
             self.assertTrue(result.lines, result)
             self.assertNotIn("\x1b", result.stdout)
@@ -94,7 +104,7 @@ class CleanOutputTest(host.HostTest):
         """IDENTIFIER: error: TEXT on standard error, one that editors can find; plain without a terminal."""
         result = self.run_host("pack", DOOR, "animation", json_lines=False)
         self.assertEqual(result.code, 1)
-        line, = [x for x in result.stderr.splitlines() if ": error: " in x]
+        (line,) = [x for x in result.stderr.splitlines() if ": error: " in x]
         shown = self.run_host("pack", LEVER, "animation", json_lines=False)
         self.assertTrue(os.path.isfile(shown.stdout.strip().splitlines()[-1]), shown)
         self.assertTrue(line.startswith("assembly:/props/door.fbx"), line)
@@ -106,14 +116,19 @@ class CleanOutputTest(host.HostTest):
         master, slave = pty.openpty()
         command = ["timeout", "60", host.PROGRAM, *words, "--assets", host.TREE, "--out", self.out, "-t:pc"]
         clean = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "TERM", "CLICOLOR", "CLICOLOR_FORCE")}
-        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=slave,
-                                   env={**clean, "TERM": "xterm-256color", **env})
+        process = subprocess.Popen(
+            command,
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL,
+            stderr=slave,
+            env={**clean, "TERM": "xterm-256color", **env},
+        )
         os.close(slave)
         seen = b""
         try:
             while part := os.read(master, 65536):
                 seen += part
-        except OSError:         # what a closed terminal reads as
+        except OSError:  # what a closed terminal reads as
             pass
         os.close(master)
         self.assertIn(process.wait(10), (0, 1))
@@ -142,11 +157,12 @@ class LookupTest(host.HostTest):
         for name in ("Lever.events", "LEVER.events"):
             with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
                 file.write("<TakeList/>")
-        for _ in range(2):          # nor does it pass for up to date the second time
+        for _ in range(2):  # nor does it pass for up to date the second time
             result = self.run_host("pack", LEVER, "animation", assets=tree)
             self.assertEqual(result.code, 1, result)
-            self.assertIn("files that differ in case alone: 'props/LEVER.events' 'props/Lever.events'",
-                          "\n".join(result.messages))
+            self.assertIn(
+                "files that differ in case alone: 'props/LEVER.events' 'props/Lever.events'", "\n".join(result.messages)
+            )
 
 
 class OnDemandTest(host.HostTest):
@@ -161,8 +177,10 @@ class OnDemandTest(host.HostTest):
         def walk(element, parent):
             for child in element.findall("Bone"):
                 bone = bones[int(child.get("Index"))]
-                self.assertEqual((child.get("Name"), int(child.get("UniqueId")), bone["parent"]),
-                                 (bone["name"], bone["uid"] & 0xFFFFFFFF, parent))
+                self.assertEqual(
+                    (child.get("Name"), int(child.get("UniqueId")), bone["parent"]),
+                    (bone["name"], bone["uid"] & 0xFFFFFFFF, parent),
+                )
                 self.assertEqual(len(re.findall(r"-?\d[\d.e+-]*", child.get("AbsoluteLocation"))), 12)
                 seen.append(bone["index"])
                 walk(child, bone["index"])
@@ -174,9 +192,13 @@ class OnDemandTest(host.HostTest):
 class BuildTest(host.HostTest):
     def setUp(self):
         super().setUp()
-        self.tree = self.copy_tree("characters/crate_rider/rider.fbx", "characters/crate_rider/rider.rig.fbx",
-                                   "props/lever.fbx",
-                                   "props/drift.fbx", "animations/_common/trajectoryrig.rig.fbx")
+        self.tree = self.copy_tree(
+            "characters/crate_rider/rider.fbx",
+            "characters/crate_rider/rider.rig.fbx",
+            "props/lever.fbx",
+            "props/drift.fbx",
+            "animations/_common/trajectoryrig.rig.fbx",
+        )
 
     def build(self, *words, code=0, **more):
         result = self.run_host("build", *words, assets=self.tree, timeout=300, **more)
@@ -231,11 +253,14 @@ class BuildTest(host.HostTest):
         scene.write(os.path.join(self.tree, "props/lever.fbx"))
         self.assertNotIn("removed", self.build("props/lever.fbx"))
         states = self.build()
-        self.assertEqual((states["removed"], "packed" in states),
-                         (["assembly:/props/drift.fbx?/drift.take", LEVER], False))
+        self.assertEqual(
+            (states["removed"], "packed" in states), (["assembly:/props/drift.fbx?/drift.take", LEVER], False)
+        )
         left = [os.path.relpath(path, os.path.join(self.out, "pc")) for path in self.files_of() if "props" in path]
-        self.assertEqual(left, ["props/drift.fbx/notes.txt", "props/lever.fbx/lever.rig.animationrig",
-                                "props/none.fbx/a.take.animation"])
+        self.assertEqual(
+            left,
+            ["props/drift.fbx/notes.txt", "props/lever.fbx/lever.rig.animationrig", "props/none.fbx/a.take.animation"],
+        )
 
     def test_killed_in_the_middle(self):
         """Whatever is there after a kill is whole, and the next build completes it; Ctrl-C leaves nothing unfinished."""
@@ -244,16 +269,18 @@ class BuildTest(host.HostTest):
         wanted = {os.path.relpath(p, full): host.content(p) for p in self.files_of(full)}
         command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
         for delay, how in itertools.product((0.01, 0.03, 0.06, 0.1, 0.2), (signal.SIGKILL, signal.SIGINT)):
-            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                       stderr=subprocess.DEVNULL)
+            process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
+            )
             time.sleep(delay)
             process.send_signal(how)
             told = process.communicate(timeout=30)[0]
             if how == signal.SIGINT:
-                self.assertIn(process.returncode, (0, 130, -signal.SIGINT))     # the last: before it began
+                self.assertIn(process.returncode, (0, 130, -signal.SIGINT))  # the last: before it began
                 if told:
-                    self.assertEqual(json.loads(told.splitlines()[-1])["summary"]["interrupted"],
-                                     process.returncode == 130)
+                    self.assertEqual(
+                        json.loads(told.splitlines()[-1])["summary"]["interrupted"], process.returncode == 130
+                    )
                 self.assertEqual([p for p in self.files_of() if p.endswith(".part")], [])
             for name, data in wanted.items():
                 path = os.path.join(self.out, name)
@@ -264,11 +291,13 @@ class BuildTest(host.HostTest):
 
     def test_two_builds_at_once(self):
         command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
-        both = [subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                 stderr=subprocess.PIPE) for _ in range(2)]
+        both = [
+            subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            for _ in range(2)
+        ]
         for process in both:
             told = process.communicate(timeout=120)
-            self.assertIn(process.returncode, (0, 3), told)     # the second may say that it cannot go on meanwhile
+            self.assertIn(process.returncode, (0, 3), told)  # the second may say that it cannot go on meanwhile
         self.assertIn(0, [p.returncode for p in both])
         self.assertEqual(set(self.build()), {"upToDate"})
 
@@ -277,7 +306,7 @@ class ScanTest(host.HostTest):
     def scanned(self, name):
         result = self.run_host("scan", "assembly:/" + name)
         self.assertEqual(result.code, 0, result)
-        line, = result.lines
+        (line,) = result.lines
         self.assertEqual((line["ok"], line["error"], line["references"]), (True, None, []))
         return line["subResources"]
 
@@ -301,15 +330,26 @@ class ScanTest(host.HostTest):
             self.assertEqual(p["SequenceTrackTypes"], "Trajectory|Bones")
 
     def test_camera_and_attached(self):
-        kinds = {n: {e["properties"]["SequenceTrackTypes"] for e in self.scanned(n)}
-                 for n in ("cameras/shot.fbx", "props/drift.fbx", "props/door.fbx")}
-        self.assertEqual(kinds, {"cameras/shot.fbx": {"Trajectory|FieldOfView"}, "props/drift.fbx": {"Trajectory"},
-                                 "props/door.fbx": {"Trajectory"}})
+        kinds = {
+            n: {e["properties"]["SequenceTrackTypes"] for e in self.scanned(n)}
+            for n in ("cameras/shot.fbx", "props/drift.fbx", "props/door.fbx")
+        }
+        self.assertEqual(
+            kinds,
+            {
+                "cameras/shot.fbx": {"Trajectory|FieldOfView"},
+                "props/drift.fbx": {"Trajectory"},
+                "props/door.fbx": {"Trajectory"},
+            },
+        )
 
     def test_whole_tree(self):
         result = self.run_host("scan")
         self.assertEqual(result.code, 0, result)
-        self.assertEqual({line["source"] for line in result.lines}, {"assembly:/" + name for name in (*make_samples.TREE, "characters/scout/scout.xml")})
+        self.assertEqual(
+            {line["source"] for line in result.lines},
+            {"assembly:/" + name for name in (*make_samples.TREE, "characters/scout/scout.xml")},
+        )
         names = [e["id"] for line in result.lines for e in line["subResources"]]
         self.assertEqual((sum(n.endswith(".take") for n in names), sum(n.endswith(".rig") for n in names)), (19, 7))
         self.assertEqual(len(set(names)), len(names))

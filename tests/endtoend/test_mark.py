@@ -5,9 +5,12 @@ import os
 
 import host
 
-GROUND = {"IsGroundRoot": {"type": "bool", "value": True}, "IsRig": {"type": "bool", "value": True},
-          "GroundName": {"type": "KString", "value": "lever"},
-          "RigResource": {"type": "KString", "value": "assembly:/props/lever.fbx?/lever.rig"}}
+GROUND = {
+    "IsGroundRoot": {"type": "bool", "value": True},
+    "IsRig": {"type": "bool", "value": True},
+    "GroundName": {"type": "KString", "value": "lever"},
+    "RigResource": {"type": "KString", "value": "assembly:/props/lever.fbx?/lever.rig"},
+}
 
 
 class MarkTest(host.HostTest):
@@ -31,9 +34,11 @@ class MarkTest(host.HostTest):
         half = dict(take, name="half", endFrame=29, partialList=["lever_arm"])
         result = self.mark(target, {"nodes": {"lever_base": GROUND}, "takes": [take, half]}, target)
         size = os.path.getsize(target)
-        line, = result.lines
-        self.assertEqual([m["text"][:50] for m in line.pop("messages")],
-                         ["WARNING: Scale is dropped in take '%s', on 1 of " % name for name in ("pull", "half")])
+        (line,) = result.lines
+        self.assertEqual(
+            [m["text"][:50] for m in line.pop("messages")],
+            ["WARNING: Scale is dropped in take '%s', on 1 of " % name for name in ("pull", "half")],
+        )
         self.assertEqual(line, {"file": target, "nodes": 1, "takes": 2, "bytes": size})
         self.assertEqual([e["id"].split("?/")[1] for e in scanned()], ["pull.take", "half.take", "lever.rig"])
 
@@ -48,8 +53,11 @@ class MarkTest(host.HostTest):
         """The rig keeps a namespace that the take loses: without it every bone of the take is in the rig."""
         sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
         tree = os.path.join(self.work, "assembly")
-        ground = dict(GROUND, GroundName={"type": "KString", "value": "hiker"},
-                      RigResource={"type": "KString", "value": "assembly:/hiker.fbx?/hiker.rig"})
+        ground = dict(
+            GROUND,
+            GroundName={"type": "KString", "value": "hiker"},
+            RigResource={"type": "KString", "value": "assembly:/hiker.fbx?/hiker.rig"},
+        )
         take = {"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 30, "partialList": ["Hips", "Head"]}
         for strip, packs in ((False, False), (True, True)):
             marks = {"stack": "Armature|Walk", "stripNamespaces": strip, "nodes": {"Armature": ground}, "takes": [take]}
@@ -61,14 +69,20 @@ class MarkTest(host.HostTest):
         """A take that names its stack, and leaves its frames to it, goes to a file that plays that stack."""
         sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
         tree = os.path.join(self.work, "assembly")
-        ground = dict(GROUND, GroundName={"type": "KString", "value": "hiker"},
-                      RigResource={"type": "KString", "value": "assembly:/a/hiker.fbx?/hiker.rig"})
-        takes = [{"ground": "Armature", "name": name.lower(), "stack": "Armature|" + name, "partialList": ["Head"]}
-                 for name in ("Walk", "Idle", "Turn")]
+        ground = dict(
+            GROUND,
+            GroundName={"type": "KString", "value": "hiker"},
+            RigResource={"type": "KString", "value": "assembly:/a/hiker.fbx?/hiker.rig"},
+        )
+        takes = [
+            {"ground": "Armature", "name": name.lower(), "stack": "Armature|" + name, "partialList": ["Head"]}
+            for name in ("Walk", "Idle", "Turn")
+        ]
         marks = {"stripNamespaces": True, "nodes": {"Armature": ground}, "takes": takes}
         result = self.mark(sample, marks, os.path.join(tree, "a/hiker.fbx"))
-        self.assertEqual([os.path.basename(e["file"]) for e in result.lines],
-                         ["hiker.fbx", "hiker_Walk.fbx", "hiker_Turn.fbx"])
+        self.assertEqual(
+            [os.path.basename(e["file"]) for e in result.lines], ["hiker.fbx", "hiker_Walk.fbx", "hiker_Turn.fbx"]
+        )
         # Said with the output outside --assets, as the rig tells where the tree begins.
         self.assertIn("Scale is dropped in take 'walk'", str(result.lines[1]["messages"]))
         built = {e["id"].split("?/")[1].split(">")[0]: e for e in self.run_host("build", assets=tree).jobs}
@@ -85,18 +99,28 @@ class MarkTest(host.HostTest):
         sample = os.path.join(host.SAMPLES, "stock/hiker.fbx")
         ground = dict(GROUND, RigResource={"type": "KString", "value": "assembly:/hiker.fbx?/lever.rig"})
         take = {"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 60}
-        result = self.mark(sample, {"stack": "Armature|Walk", "nodes": {"Armature": ground}, "takes": [take]},
-                           os.path.join(self.work, "hiker.fbx"))
+        result = self.mark(
+            sample,
+            {"stack": "Armature|Walk", "nodes": {"Armature": ground}, "takes": [take]},
+            os.path.join(self.work, "hiker.fbx"),
+        )
         told = " ".join(m["text"] for m in result.lines[0]["messages"])
-        for words in ("are not in the rig", "(the rig has 'hiker:Hips')", "reaches 30 frames beyond", "Scale is dropped"):
+        for words in (
+            "are not in the rig",
+            "(the rig has 'hiker:Hips')",
+            "reaches 30 frames beyond",
+            "Scale is dropped",
+        ):
             self.assertIn(words, told)
 
     def test_faults(self):
         sample = os.path.join(host.TREE, "props/lever.fbx")
         target = os.path.join(self.work, "out.fbx")
         result = self.mark(sample, {"nodes": {"lever_bas": {}}}, target, code=1)
-        self.assertIn("marks.json: error: /nodes/lever_bas: there is no node 'lever_bas'; did you mean 'lever_base'?",
-                      result.stderr)
+        self.assertIn(
+            "marks.json: error: /nodes/lever_bas: there is no node 'lever_bas'; did you mean 'lever_base'?",
+            result.stderr,
+        )
         self.assertTrue(result.lines[0]["error"].startswith("/nodes/lever_bas: there is no node"), result)
         self.assertFalse(os.path.exists(target))
         broken = os.path.join(host.BAD, "truncated.fbx")
@@ -107,13 +131,17 @@ class MarkTest(host.HostTest):
         schema = host.load(os.path.join(host.TOP, "docs/marks.schema.json"))
         sample = os.path.join(host.TREE, "props/lever.fbx")
         target = os.path.join(self.work, "out.fbx")
-        for place, known in (([], schema), (["takes"], schema["$defs"]["take"]),
-                             (["nodes"], schema["$defs"]["property"])):
+        for place, known in (
+            ([], schema),
+            (["takes"], schema["$defs"]["take"]),
+            (["nodes"], schema["$defs"]["property"]),
+        ):
             wrong = {"no_such_key": 1}
             marks = {"takes": [wrong]} if place == ["takes"] else {"nodes": {"a": {"P": wrong}}} if place else wrong
             said = self.mark(sample, marks, target, code=1 if place else 0).stderr
             words = said.split("known are ")[1].splitlines()[0].split(", ")
             self.assertEqual(sorted(words), sorted(known["properties"]))
         said = self.mark(sample, {"nodes": {"a": {"P": {"type": "x", "value": 1}}}}, target, code=1).stderr
-        self.assertEqual(said.split("known are ")[1].strip().split(", "),
-                         schema["$defs"]["property"]["properties"]["type"]["enum"])
+        self.assertEqual(
+            said.split("known are ")[1].strip().split(", "), schema["$defs"]["property"]["properties"]["type"]["enum"]
+        )

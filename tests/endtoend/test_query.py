@@ -45,8 +45,10 @@ class IndexTest(host.HostTest):
     def test_unchanged_sources_are_not_opened(self):
         """Other bytes of the same size and time: nobody has looked."""
         first = self.scan()
-        self.assertEqual([line["source"].rsplit("/", 1)[1] for line in first.lines],
-                         ["scout.xml", "moves.fbx", "scout.rig.fbx", "lever.fbx"])
+        self.assertEqual(
+            [line["source"].rsplit("/", 1)[1] for line in first.lines],
+            ["scout.xml", "moves.fbx", "scout.rig.fbx", "lever.fbx"],
+        )
         for top, _, names in os.walk(self.tree):
             for path in (os.path.join(top, n) for n in names):
                 stat = os.stat(path)
@@ -57,8 +59,11 @@ class IndexTest(host.HostTest):
         self.assertEqual((again.stdout, again.stderr), (first.stdout, ""))
         os.utime(os.path.join(self.tree, "props/lever.fbx"))
         self.assertEqual([line["ok"] for line in self.scan(code=1).lines], [True, True, True, False])
-        self.assertEqual(self.names("--kind", "take"), ["jump", "run", "strafe", "turn", "walk", "wave"],
-                         "what can't be scanned is not in the index")
+        self.assertEqual(
+            self.names("--kind", "take"),
+            ["jump", "run", "strafe", "turn", "walk", "wave"],
+            "what can't be scanned is not in the index",
+        )
 
     def test_what_changed(self):
         self.scan()
@@ -109,6 +114,7 @@ class QueryTest(host.HostTest):
     def setUpClass(cls):
         super().setUpClass()
         import tempfile
+
         cls.folder = tempfile.mkdtemp(prefix="endtoend-")
         cls.addClassCleanup(shutil.rmtree, cls.folder, True)
         cls.tree = os.path.join(cls.folder, "tree")
@@ -137,16 +143,18 @@ class QueryTest(host.HostTest):
     def test_conditions(self):
         def takes(hold):
             return sorted(e["id"] for e in self.entries() if e["properties"] and hold(e["properties"]))
+
         far = lambda p: float(p["ACD_TotalLinearDelta"])
         for words, hold in (
-                (["FPS=30", "ACD_TotalLinearDelta>1.5"], lambda p: p["FPS"] == "30" and far(p) > 1.5),
-                (["FPS = 3e1", "acd_totallineardelta <= 1.5"], lambda p: p["FPS"] == "30" and far(p) <= 1.5),
-                (["DurationSeconds<1.5"], lambda p: float(p["DurationSeconds"]) < 1.5),
-                (["TakeName>=S", "TakeName!=turn"], lambda p: p["TakeName"] >= "s" and p["TakeName"] != "turn"),
-                (["SequenceTrackTypes~*fieldofview*"], lambda p: "FieldOfView" in p["SequenceTrackTypes"]),
-                (["SequenceTrackTypes!~*Bones*"], lambda p: "Bones" not in p["SequenceTrackTypes"]),
-                (["CutsequenceRigResource="], lambda p: not p["CutsequenceRigResource"]),
-                (["name~[a-h]*", "kind='take'"], lambda p: p["TakeName"][0].lower() in "abcdefgh")):
+            (["FPS=30", "ACD_TotalLinearDelta>1.5"], lambda p: p["FPS"] == "30" and far(p) > 1.5),
+            (["FPS = 3e1", "acd_totallineardelta <= 1.5"], lambda p: p["FPS"] == "30" and far(p) <= 1.5),
+            (["DurationSeconds<1.5"], lambda p: float(p["DurationSeconds"]) < 1.5),
+            (["TakeName>=S", "TakeName!=turn"], lambda p: p["TakeName"] >= "s" and p["TakeName"] != "turn"),
+            (["SequenceTrackTypes~*fieldofview*"], lambda p: "FieldOfView" in p["SequenceTrackTypes"]),
+            (["SequenceTrackTypes!~*Bones*"], lambda p: "Bones" not in p["SequenceTrackTypes"]),
+            (["CutsequenceRigResource="], lambda p: not p["CutsequenceRigResource"]),
+            (["name~[a-h]*", "kind='take'"], lambda p: p["TakeName"][0].lower() in "abcdefgh"),
+        ):
             got = [e["id"] for e in self.query(*[w for c in words for w in ("--where", c)])]
             self.assertEqual(got, takes(hold), words)
             self.assertTrue(0 < len(got) < 19, words)
@@ -157,9 +165,12 @@ class QueryTest(host.HostTest):
         self.assertEqual(far, sorted(far))
         back = [float(e["properties"]["ACD_TotalLinearDelta"]) for e in self.query(*words, "--reverse", "--limit", "3")]
         self.assertEqual(back, far[:-4:-1])
-        self.assertEqual(self.query("--name", "pull", "--columns", "FPS,TakeName")[0]["properties"],
-                         {"FPS": "30", "TakeName": "pull"})
-        table = host.execute("query", "--out", self.index, "--name", "[rw]*", "--columns",
-                             "TakeName,ACD_TotalLinearDelta").stdout.splitlines()
+        self.assertEqual(
+            self.query("--name", "pull", "--columns", "FPS,TakeName")[0]["properties"],
+            {"FPS": "30", "TakeName": "pull"},
+        )
+        table = host.execute(
+            "query", "--out", self.index, "--name", "[rw]*", "--columns", "TakeName,ACD_TotalLinearDelta"
+        ).stdout.splitlines()
         self.assertRegex(table[0], r"^id +TakeName +ACD_TotalLinearDelta \(m\)$")
         self.assertEqual(len({len(line) for line in table}), 1, "a column of numbers ends every line alike")

@@ -22,8 +22,12 @@ class SamplesTest(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.work, True)
 
     def make(self, script, *words):
-        subprocess.run([sys.executable, "-B", os.path.join(host.SAMPLES, "tools", script), *words], check=True,
-                       stdout=subprocess.DEVNULL, timeout=120)
+        subprocess.run(
+            [sys.executable, "-B", os.path.join(host.SAMPLES, "tools", script), *words],
+            check=True,
+            stdout=subprocess.DEVNULL,
+            timeout=120,
+        )
 
     def compare(self, made, committed):
         self.assertEqual(tree_of(made), tree_of(committed))

@@ -15,8 +15,10 @@ class SceneTest(host.HostTest):
     def test_current_stack(self):
         path = os.path.join(host.TREE, "props/lever.fbx")
         shown = self.scene(path)
-        self.assertEqual([(s["name"], s["firstFrame"], s["lastFrame"]) for s in shown["stacks"]],
-                         [("Empty", 0, 49), ("Moves", 0, 49)])
+        self.assertEqual(
+            [(s["name"], s["firstFrame"], s["lastFrame"]) for s in shown["stacks"]],
+            [("Empty", 0, 49), ("Moves", 0, 49)],
+        )
         self.assertEqual((shown["unitScaleFactor"], shown["originalAxes"]), (1, shown["axes"]))
         self.assertEqual(shown["currentStack"], "Moves")
         arm = [n["name"] for n in shown["nodes"]].index("lever_arm")
@@ -30,8 +32,9 @@ class SceneTest(host.HostTest):
         marks = {n["name"]: {p["name"]: p["value"] for p in n["properties"]} for n in shown["nodes"]}
         self.assertEqual(marks["crane_root"]["RigResource"], "assembly:/old/crane_own_rig.fbx")
         self.assertIs(marks["crane_root"]["IsRig"], True)
-        self.assertEqual(marks["TAKE_NODE0"]["TakeData"],
-                         '{"startFrame": 5"endFrame": 20"partialList": []"name": "crane_idle"}')
+        self.assertEqual(
+            marks["TAKE_NODE0"]["TakeData"], '{"startFrame": 5"endFrame": 20"partialList": []"name": "crane_idle"}'
+        )
         # Who asks for a stack of the file gets the file.
         shown = self.scene(path, "--stack", "crane_idle")
         self.assertEqual([s["name"] for s in shown["stacks"]], ["crane_idle"])

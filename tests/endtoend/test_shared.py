@@ -16,14 +16,16 @@ class SharedTest(host.HostTest):
         return path
 
     def script(self, *words):
-        done = subprocess.run([sys.executable, "-B", *words], capture_output=True, text=True, timeout=1500,
-                              stdin=subprocess.DEVNULL)
+        done = subprocess.run(
+            [sys.executable, "-B", *words], capture_output=True, text=True, timeout=1500, stdin=subprocess.DEVNULL
+        )
         self.assertEqual(done.returncode, 0, (done.stdout + done.stderr)[-4000:])
 
     def test_scene_files_against_reference_tables(self):
         corpus = self.folder("fbx-corpus")
-        self.script(os.path.join(corpus, "check.py"), host.PROGRAM, os.path.join(corpus, "files"),
-                    os.path.join(corpus, "ref"))
+        self.script(
+            os.path.join(corpus, "check.py"), host.PROGRAM, os.path.join(corpus, "files"), os.path.join(corpus, "ref")
+        )
 
     def test_packed_takes_of_the_larger_samples(self):
         samples = self.folder("samples")

@@ -33,8 +33,9 @@ class StatsTest(host.HostTest):
             self.assertAlmostEqual(line["boneSeconds"], line["seconds"] * line["boneCount"], places=3)
             for g in groups:
                 entry = line["trackClasses"][g["type"]]
-                self.assertEqual((entry["type"], entry["tracks"], entry["bytes"]),
-                                 (g["type"], len(g["bones"]), g["dataBytes"]))
+                self.assertEqual(
+                    (entry["type"], entry["tracks"], entry["bytes"]), (g["type"], len(g["bones"]), g["dataBytes"])
+                )
             of = sums.setdefault(line["platform"], [0, 0, 0])
             of[0] += 1
             of[1] += line["boneDataBytes"]
@@ -56,8 +57,9 @@ class StatsTest(host.HostTest):
         with open(os.path.join(self.out, "pc", "junk.animation"), "wb") as f:
             f.write(b"nothing")
         result = self.stats(code=1)
-        self.assertEqual([line["id"] for line in result.lines[:-1] if not line["error"]],
-                         [line["id"] for line in sound[1:]])
+        self.assertEqual(
+            [line["id"] for line in result.lines[:-1] if not line["error"]], [line["id"] for line in sound[1:]]
+        )
         self.assertEqual((result.summary["animations"], result.summary["failed"]), (len(sound) - 1, 2))
         self.assertIn(spoiled["id"] + ": error: ", result.stderr)
         self.assertIn("junk.animation: error: ", result.stderr)

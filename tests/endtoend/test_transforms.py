@@ -9,8 +9,8 @@ import host
 from rotation import add, conj, mul, scale, sub, turn, unit
 
 FINE_MM, FINE_DEGREES = 0.2, 0.1
-FINGER_MM, FINGER_DEGREES = 2.0, 0.6        # fingers are stored in half the bits, and the tips are three joints out
-TWISTED = ("twist", "bone_")                # never packed
+FINGER_MM, FINGER_DEGREES = 2.0, 0.6  # fingers are stored in half the bits, and the tips are three joints out
+TWISTED = ("twist", "bone_")  # never packed
 
 
 def bare(name):
@@ -127,8 +127,10 @@ class TakeTest(host.HostTest):
         for track in wanted:
             bone = 0 if track["node"] == take["ground"] else index[bare(track["node"])]
             values = [v for _, v in track["values"][take["name"]]]
-            self.assertTrue(any(g["boneId"] == bone and same_values(g["keys"], values) for g in got),
-                            "%s of %s in %s: %s" % (track["property"], track["node"], take["name"], values[:8]))
+            self.assertTrue(
+                any(g["boneId"] == bone and same_values(g["keys"], values) for g in got),
+                "%s of %s in %s: %s" % (track["property"], track["node"], take["name"], values[:8]),
+            )
             self.assertTrue(all(g["flags"] == 0 for g in got))
         names = {g["nameHash"] for g in got}
         self.assertEqual(len(names), len(wanted) + more, "each name has its own hash")
@@ -137,9 +139,10 @@ class TakeTest(host.HostTest):
 def same_values(keys, values):
     flat = lambda v: list(v) if isinstance(v, list) else [v]
     return len(keys) == len(values) and all(
-        len(flat(k)) == len(flat(v)) and all(abs(float(x) - float(y)) <= 1e-4 * max(1.0, abs(y)) for x,
-                                             y in zip(flat(k), flat(v)))
-        for k, v in zip(keys, values))
+        len(flat(k)) == len(flat(v))
+        and all(abs(float(x) - float(y)) <= 1e-4 * max(1.0, abs(y)) for x, y in zip(flat(k), flat(v)))
+        for k, v in zip(keys, values)
+    )
 
 
 def add_tests():
@@ -150,8 +153,11 @@ def add_tests():
         for take in expected["takes"]:
             label = "%s_%s" % (stem, take["name"])
             setattr(TakeTest, "test_bones_" + label, lambda self, s=stem, e=expected, t=take: self.check_take(s, e, t))
-            setattr(TakeTest, "test_properties_" + label,
-                    lambda self, s=stem, e=expected, t=take, p=tracks: self.check_properties(s, e, t, p))
+            setattr(
+                TakeTest,
+                "test_properties_" + label,
+                lambda self, s=stem, e=expected, t=take, p=tracks: self.check_properties(s, e, t, p),
+            )
 
 
 add_tests()
@@ -160,8 +166,13 @@ add_tests()
 class RigTest(host.HostTest):
     """Local bind transforms, composed again, stand where the nodes rest, but for the biped's repairs."""
 
-    REPAIRED = {"Bip01": None, "Bip01_LUpArmTwist": "Bip01_L_UpperArm", "Bip01_RUpArmTwist": "Bip01_R_UpperArm",
-                "Bip01_LThighTwist": "Bip01_L_Thigh", "Bip01_RThighTwist": "Bip01_R_Thigh"}
+    REPAIRED = {
+        "Bip01": None,
+        "Bip01_LUpArmTwist": "Bip01_L_UpperArm",
+        "Bip01_RUpArmTwist": "Bip01_R_UpperArm",
+        "Bip01_LThighTwist": "Bip01_L_Thigh",
+        "Bip01_RThighTwist": "Bip01_R_Thigh",
+    }
 
     def depth_first(self, nodes):
         """Names in the rig's order: twist bones beside their limbs, children in the scene's order."""
@@ -174,6 +185,7 @@ class RigTest(host.HostTest):
 
         def walk(name):
             return [name] + [d for child in names if parents[child] == name for d in walk(child)]
+
         return walk(names[0])
 
     def check_rig(self, stem):
@@ -198,7 +210,7 @@ class RigTest(host.HostTest):
                 world[index] = (t, q)
             return world[index]
 
-        ground = expected["nodes"][0]       # the rig's trajectory stands at the origin, wherever this one rests
+        ground = expected["nodes"][0]  # the rig's trajectory stands at the origin, wherever this one rests
         repaired = self.REPAIRED if "Bip01" in nodes else {}
         for bone in rig["bones"]:
             name = bone["name"]

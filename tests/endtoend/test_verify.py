@@ -7,6 +7,7 @@ import shutil
 import host
 import make_samples
 
+
 class VerifyTest(host.HostTest):
     def verify(self, *words, code=0, **more):
         result = self.run_host("verify", *words, **more)
@@ -17,8 +18,14 @@ class VerifyTest(host.HostTest):
         self.run_host("build", platform=("pc", "ps3"))
         lines = self.verify(platform=None).lines
         self.assertEqual({line["platform"] for line in lines}, {"pc", "ps3"})
-        by_platform = [[{k: v for k, v in line.items() if k not in ("id", "platform", "bytes")} for line in lines
-                        if line["platform"] == p] for p in ("pc", "ps3")]
+        by_platform = [
+            [
+                {k: v for k, v in line.items() if k not in ("id", "platform", "bytes")}
+                for line in lines
+                if line["platform"] == p
+            ]
+            for p in ("pc", "ps3")
+        ]
         self.assertEqual(*by_platform)
         self.assertGreaterEqual(len(by_platform[0]), 15)
         self.assertLess(max(line["maxMillimetres"] for line in lines), 0.5)
@@ -32,7 +39,7 @@ class VerifyTest(host.HostTest):
         scene = make_samples.lever()
         scene.find("lever_knob").rest["Lcl Translation"] = (0, 0, 44)
         scene.write(os.path.join(tree, "props/lever.fbx"))
-        line, = self.verify(assets=tree).lines
+        (line,) = self.verify(assets=tree).lines
         self.assertAlmostEqual(line["maxMillimetres"], 10, delta=0.01)
         self.assertEqual(line["worstBone"], "lever_knob")
         self.assertEqual((line["frames"], line["bytes"]), (40, os.path.getsize(packed["file"])))
@@ -50,7 +57,7 @@ class VerifyTest(host.HostTest):
         self.assertNotEqual(shorter, host.content(path))
         with open(path, "wb") as f:
             f.write(shorter)
-        line, = self.verify(assets=tree, code=1).lines
+        (line,) = self.verify(assets=tree, code=1).lines
         self.assertIn("has 40 frames, its take 39", line["error"])
         os.remove(path)
         self.assertIn("source can't be read", self.verify(assets=tree, code=1).lines[0]["error"])
@@ -77,13 +84,15 @@ class VerifyTest(host.HostTest):
             make_samples.hiker(("Walk",)).write(source)
             host.execute("adopt", source, "--assets", tree)
             packed()
-            line, = self.verify(assets=tree).lines
+            (line,) = self.verify(assets=tree).lines
             self.assertEqual((line["lostBones"], line["lostMillimetres"], line["droppedScale"]), ([], 0, []))
             with open(os.path.join(tree, "hiker/hiker.rig.fbx"), "wb") as f:
                 f.write(poorer)
-            self.assertIn("1 of 9 bones that move in take 'Walk' are not in the rig, and their motion is lost: '%s'"
-                          % without, "".join(packed().messages))
-            line, = self.verify(assets=tree, code=1).lines
+            self.assertIn(
+                "1 of 9 bones that move in take 'Walk' are not in the rig, and their motion is lost: '%s'" % without,
+                "".join(packed().messages),
+            )
+            (line,) = self.verify(assets=tree, code=1).lines
             self.assertEqual(line["lostBones"], [without])
             self.assertGreater(line["lostMillimetres"], 1)
             self.assertIn("motion of 1 bone did not come through: '%s'" % without, line["error"])
@@ -94,20 +103,35 @@ class VerifyTest(host.HostTest):
         marks = os.path.join(self.work, "marks.json")
         rig = "assembly:/hiker.fbx?/hiker.rig"
         with open(marks, "w", encoding="utf-8") as f:
-            json.dump({"nodes": {"Armature": {"IsGroundRoot": {"type": "bool", "value": True},
-                                              "IsRig": {"type": "bool", "value": True},
-                                              "GroundName": {"type": "KString", "value": "hiker"},
-                                              "RigResource": {"type": "KString", "value": rig}}},
-                       "takes": [{"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 45}]}, f)
+            json.dump(
+                {
+                    "nodes": {
+                        "Armature": {
+                            "IsGroundRoot": {"type": "bool", "value": True},
+                            "IsRig": {"type": "bool", "value": True},
+                            "GroundName": {"type": "KString", "value": "hiker"},
+                            "RigResource": {"type": "KString", "value": rig},
+                        }
+                    },
+                    "takes": [{"ground": "Armature", "name": "walk", "startFrame": 0, "endFrame": 45}],
+                },
+                f,
+            )
         os.makedirs(tree)
         self.assertEqual(host.execute("mark", source, marks, os.path.join(tree, "hiker.fbx")).code, 0)
         told = "".join(packed().messages)
-        for text in ("8 of 8 bones", "'Hips' (the rig has 'hiker:Hips')", "on 1 of 14 nodes: 'Armature' (100)",
-                     "reaches 15 frames beyond its anim stack 'Armature|Walk', which has frames 0 to 30"):
+        for text in (
+            "8 of 8 bones",
+            "'Hips' (the rig has 'hiker:Hips')",
+            "on 1 of 14 nodes: 'Armature' (100)",
+            "reaches 15 frames beyond its anim stack 'Armature|Walk', which has frames 0 to 30",
+        ):
             self.assertIn(text, told)
-        line, = self.verify(assets=tree, code=1).lines
-        self.assertEqual(sorted(line["lostBones"]), ["Head", "Hips", "LeftArm", "LeftLeg", "LeftUpLeg", "RightArm",
-                                                     "RightLeg", "RightUpLeg"])
+        (line,) = self.verify(assets=tree, code=1).lines
+        self.assertEqual(
+            sorted(line["lostBones"]),
+            ["Head", "Hips", "LeftArm", "LeftLeg", "LeftUpLeg", "RightArm", "RightLeg", "RightUpLeg"],
+        )
         self.assertEqual(line["droppedScale"], ["Armature"])
 
     def test_what_fails_alone(self):

@@ -13,11 +13,29 @@ from pathlib import Path
 from integration import program
 
 # WebGL without a screen or a graphics card, and nothing that calls home.
-FLAGS = ["--headless", "--no-sandbox", "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--disable-quic",
-         "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync",
-         "--hide-scrollbars", "--force-device-scale-factor=1", "--remote-debugging-pipe"]
-KEYS = {" ": ("Space", 32), "ArrowLeft": ("ArrowLeft", 37), "ArrowRight": ("ArrowRight", 39),
-        "ArrowUp": ("ArrowUp", 38), "ArrowDown": ("ArrowDown", 40), "Home": ("Home", 36), "End": ("End", 35)}
+FLAGS = [
+    "--headless",
+    "--no-sandbox",
+    "--use-angle=swiftshader",
+    "--enable-unsafe-swiftshader",
+    "--disable-quic",
+    "--no-first-run",
+    "--disable-background-networking",
+    "--disable-component-update",
+    "--disable-sync",
+    "--hide-scrollbars",
+    "--force-device-scale-factor=1",
+    "--remote-debugging-pipe",
+]
+KEYS = {
+    " ": ("Space", 32),
+    "ArrowLeft": ("ArrowLeft", 37),
+    "ArrowRight": ("ArrowRight", 39),
+    "ArrowUp": ("ArrowUp", 38),
+    "ArrowDown": ("ArrowDown", 40),
+    "Home": ("Home", 36),
+    "End": ("End", 35),
+}
 
 
 class Browser:
@@ -30,7 +48,10 @@ class Browser:
         words = [program("chromium"), *FLAGS, f"--window-size={width},{height}", f"--user-data-dir={self.profile.name}"]
         self.process = subprocess.Popen(
             ["sh", "-c", f'exec "$@" 3<&{to_browser} 4>&{from_browser}', "sh", *words],
-            pass_fds=(to_browser, from_browser), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            pass_fds=(to_browser, from_browser),
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+        )
         os.close(to_browser)
         os.close(from_browser)
         self.numbers = itertools.count(1)
@@ -115,12 +136,16 @@ class Browser:
         """Opens a file of the page that `animpack view` makes, and waits until it shows a take or says why not."""
         self.call("Page.navigate", url="about:blank")
         self.call("Page.navigate", url=Path(path).resolve().as_uri() + anchor)
-        self.wait("document.readyState === 'complete' && (document.body.dataset.shown || "
-                  "!document.getElementById('empty').hidden)")
+        self.wait(
+            "document.readyState === 'complete' && (document.body.dataset.shown || "
+            "!document.getElementById('empty').hidden)"
+        )
 
     def drawn(self):
         """Waits until what was asked for so far is drawn."""
-        self.run("new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(() => setTimeout(done, 30))))")
+        self.run(
+            "new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(() => setTimeout(done, 30))))"
+        )
 
     def key(self, key, text=None):
         code, number = KEYS.get(key, ("", ord(key.upper()) if len(key) == 1 else 0))
@@ -130,8 +155,16 @@ class Browser:
         self.drawn()
 
     def mouse(self, kind, x, y, button="left", **more):
-        self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button=button,
-                  buttons=0 if kind == "mouseReleased" else 1, clickCount=1, **more)
+        self.call(
+            "Input.dispatchMouseEvent",
+            type=kind,
+            x=x,
+            y=y,
+            button=button,
+            buttons=0 if kind == "mouseReleased" else 1,
+            clickCount=1,
+            **more,
+        )
 
     def drag(self, *points):
         self.mouse("mousePressed", *points[0])

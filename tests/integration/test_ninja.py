@@ -66,8 +66,11 @@ class NinjaTest(unittest.TestCase):
             ("events come", lambda: (moves / "new.events").write_text("<TakeList/>"), trees.TAKES),
             ("events change", lambda: (moves / "new.events").write_text("<TakeList />"), trees.TAKES),
             ("events go", (moves / "new.events").unlink, trees.TAKES),
-            ("a source is saved by renaming", lambda: os.replace(shutil.copyfile(
-                trees.SCOUT / "moves.fbx", moves / "saved"), moves / "new.fbx"), trees.TAKES),
+            (
+                "a source is saved by renaming",
+                lambda: os.replace(shutil.copyfile(trees.SCOUT / "moves.fbx", moves / "saved"), moves / "new.fbx"),
+                trees.TAKES,
+            ),
             ("a source goes", (moves / "new.fbx").unlink, 0),
             ("a folder comes", lambda: shutil.copytree(moves, self.tree / "more"), 2 * trees.TAKES),
         )

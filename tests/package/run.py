@@ -20,8 +20,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 PAGE = os.path.join(HERE, "..", "..", "docs", "effects.md")
 FILES = {
     "main.fx": '#include "sub/outer.fxh" // first\n'
-               "SamplerState s : register(s0) { Filter = ANISOTROPIC; };\n"
-               "technique11 T { pass P0 { } pass P1 { } }\n",
+    "SamplerState s : register(s0) { Filter = ANISOTROPIC; };\n"
+    "technique11 T { pass P0 { } pass P1 { } }\n",
     "sub/outer.fxh": "// outer\n#include <inner.fxh>\n",
     "sub/inner.fxh": "shared float4x4 g_World : register(c0); // shared float nothing;\n",
 }
@@ -29,9 +29,16 @@ MOVES = "assembly:/characters/scout/moves.fbx?/"
 RIG = "assembly:/characters/scout/scout.rig.fbx?/scout.rig"
 SET = """<AnimationDatabase><Character name="scout" rig="%s">
 <Animation name="walk" take="%swalk.take"/><Animation name="wave" take="%swave.take"/>
-</Character></AnimationDatabase>""" % (RIG, MOVES, MOVES)
-PACKS = ((MOVES + "run.take", "animation"), (RIG, "animationrig"), ("assembly:/set.xml?/scout.chartype",
-                                                                    "animationdatabase"))
+</Character></AnimationDatabase>""" % (
+    RIG,
+    MOVES,
+    MOVES,
+)
+PACKS = (
+    (MOVES + "run.take", "animation"),
+    (RIG, "animationrig"),
+    ("assembly:/set.xml?/scout.chartype", "animationdatabase"),
+)
 PLATFORMS = ("pc", "ps3")
 
 
@@ -62,8 +69,12 @@ def foreign_packs(program, prefix, work):
     write(assets, {"set.xml": SET})
     module = os.path.join(prefix, "lib", "libresource.animation.so")
     words = [word for pack in PACKS for word in pack]
-    said = subprocess.run([program, module, assets, os.path.join(work, "foreign"), *PLATFORMS, "--", *words],
-                          capture_output=True, text=True, check=False)
+    said = subprocess.run(
+        [program, module, assets, os.path.join(work, "foreign"), *PLATFORMS, "--", *words],
+        capture_output=True,
+        text=True,
+        check=False,
+    )
     print(said.stdout, said.stderr)
     lines = said.stdout.splitlines()
     if said.returncode != 0 or len(lines) != 2 * len(set(lines)):
@@ -75,11 +86,26 @@ def compare_packs(animpack, assets, packed, work):
     found = {}
     for platform in PLATFORMS:
         for source, extension in PACKS:
-            out = run(animpack, "pack", source, extension, "--assets", assets, "--out", os.path.join(work, "packed"),
-                      "-t:" + platform, "--json", capture_output=True, text=True).stdout
+            out = run(
+                animpack,
+                "pack",
+                source,
+                extension,
+                "--assets",
+                assets,
+                "--out",
+                os.path.join(work, "packed"),
+                "-t:" + platform,
+                "--json",
+                capture_output=True,
+                text=True,
+            ).stdout
             found.update((job["id"], job["file"]) for job in map(json.loads, out.splitlines()))
-    wrong = [i for i in {**found, **packed} if i not in found or i not in packed
-             or open(found[i], "rb").read() != open(packed[i], "rb").read()]
+    wrong = [
+        i
+        for i in {**found, **packed}
+        if i not in found or i not in packed or open(found[i], "rb").read() != open(packed[i], "rb").read()
+    ]
     if wrong or len(found) != len(PLATFORMS) * 5:
         raise SystemExit("FAILED: animpack and the foreign host differ: %s" % wrong)
 
@@ -98,10 +124,20 @@ def main():
         write(source, example())
         write(effects, FILES)
         for folder, name in ((HERE, "build"), (source, "examplebuild")):
-            run("cmake", "-G", "Ninja", "-S", folder, "-B", os.path.join(work, name), "-DCMAKE_PREFIX_PATH=" + prefix,
+            run(
+                "cmake",
+                "-G",
+                "Ninja",
+                "-S",
+                folder,
+                "-B",
+                os.path.join(work, name),
+                "-DCMAKE_PREFIX_PATH=" + prefix,
                 "-DINCLUDE=" + os.path.join(prefix, "include", "orvel"),
-                "-DCMAKE_CXX_COMPILER=" + options.cxx, "-DCMAKE_CXX_FLAGS=" + options.flags,
-                "-DCMAKE_BUILD_TYPE=RelWithDebInfo")
+                "-DCMAKE_CXX_COMPILER=" + options.cxx,
+                "-DCMAKE_CXX_FLAGS=" + options.flags,
+                "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
+            )
             run("cmake", "--build", os.path.join(work, name))
         run(os.path.join(build, "outside"), effects)
         assets, packed = foreign_packs(os.path.join(build, "foreignhost"), prefix, work)
@@ -112,15 +148,21 @@ def main():
             return 0
         compare_packs(animpack, assets, packed, work)
         # The example leaves comments in.
-        for compiler, shared in ((os.path.join(build, "liboutsidecompiler.so"), ["g_World"]),
-                                 (os.path.join(work, "examplebuild", "libmycompiler.so"), ["g_World", "nothing"]),
-                                 (None, ["g_World"])):
+        for compiler, shared in (
+            (os.path.join(build, "liboutsidecompiler.so"), ["g_World"]),
+            (os.path.join(work, "examplebuild", "libmycompiler.so"), ["g_World", "nothing"]),
+            (None, ["g_World"]),
+        ):
             words = [animpack, "effect", os.path.join(effects, "main.fx"), "--json"]
             words += ["--compiler", compiler] if compiler else []
             line = json.loads(run(*words, cwd=effects, capture_output=True, text=True).stdout)
-            found = (line["ok"], line["sharedParameters"], [s["name"] for s in line["samplers"]],
-                     [os.path.basename(r) for r in line["references"]],
-                     [p["name"] for t in line["techniques"] for p in t["passes"]])
+            found = (
+                line["ok"],
+                line["sharedParameters"],
+                [s["name"] for s in line["samplers"]],
+                [os.path.basename(r) for r in line["references"]],
+                [p["name"] for t in line["techniques"] for p in t["passes"]],
+            )
             expected = (True, shared, ["s"], ["outer.fxh", "inner.fxh"], ["P0", "P1"])
             if found != expected:
                 print("FAILED:", compiler or "the package's own compiler", found, "instead of", expected)

@@ -14,8 +14,9 @@ def empty_paths(folder):
     """Libraries whose search path has an empty entry."""
     found = []
     for name in sorted(os.listdir(folder)):
-        dynamic = subprocess.run(["readelf", "-d", os.path.join(folder, name)], capture_output=True, text=True,
-                                 check=False).stdout
+        dynamic = subprocess.run(
+            ["readelf", "-d", os.path.join(folder, name)], capture_output=True, text=True, check=False
+        ).stdout
         path = re.search(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", dynamic)
         if path and "" in path.group(1).split(":"):
             found.append(f"empty entry in the search path of {name}: {path.group(1)}")
@@ -29,7 +30,9 @@ def main(module, script):
     symbols = subprocess.run(["nm", "-DC", "--defined-only", module], capture_output=True, text=True, check=True).stdout
     names = [line.split(" ", 2)[2] for line in symbols.splitlines() if line.strip()]
     # The sanitizers' and the coverage runtime's own names are not ours to keep in.
-    names = [n for n in names if not re.match(r"_*(asan|ubsan|sancov|sanitizer|odr_asan|start___sancov|stop___sancov)", n)]
+    names = [
+        n for n in names if not re.match(r"_*(asan|ubsan|sancov|sanitizer|odr_asan|start___sancov|stop___sancov)", n)
+    ]
 
     def matches(name, pattern):
         return re.fullmatch(re.escape(pattern).replace(r"\*", ".*"), name) is not None

@@ -14,7 +14,9 @@ import sys
 TREES = ("os", "base", "fbx", "system", "resource", "host")
 SYSTEM_HEADER = re.compile(
     r"^\s*#\s*include\s+<((?:sys|linux|net|netinet|arpa)/[^>]*|unistd\.h|fcntl\.h|c?signal(?:\.h)?|dlfcn\.h|pthread\.h|"
-    r"poll\.h|semaphore\.h|termios\.h|spawn\.h|dirent\.h|link\.h|pwd\.h|glob\.h|ftw\.h|sched\.h)>", re.M)
+    r"poll\.h|semaphore\.h|termios\.h|spawn\.h|dirent\.h|link\.h|pwd\.h|glob\.h|ftw\.h|sched\.h)>",
+    re.M,
+)
 
 
 def read_targets(root):
@@ -43,8 +45,11 @@ def table_faults(root, layers):
     """What the table of layers in ARCHITECTURE.md says of the targets, and does not."""
     text = open(os.path.join(root, "ARCHITECTURE.md"), encoding="utf-8").read()
     told = {name: layer for layer, name in re.findall(r"^\| (\d+) \| `([^`]+)` \|", text, re.M)}
-    return [f"ARCHITECTURE.md: {name} is in layer {layers.get(name, '-')}, the table says {told.get(name, '-')}"
-            for name in sorted(layers.keys() | told.keys()) if layers.get(name) != told.get(name)]
+    return [
+        f"ARCHITECTURE.md: {name} is in layer {layers.get(name, '-')}, the table says {told.get(name, '-')}"
+        for name in sorted(layers.keys() | told.keys())
+        if layers.get(name) != told.get(name)
+    ]
 
 
 def main(root):
