@@ -338,9 +338,10 @@ class Scene:
 
     def connections(self):
         out = []
-        link = lambda kind, a, b, *name: out.append(
-            Record("C", ("S", kind), ("L", a), ("L", b), *(("S", n) for n in name))
-        )
+
+        def link(kind, a, b, *name):
+            out.append(Record("C", ("S", kind), ("L", a), ("L", b), *(("S", n) for n in name)))
+
         for node in self.nodes:
             link("OO", node.ident, node.parent.ident if node.parent else 0)
             link("OO", node.ident + 1, node.ident)

@@ -4,7 +4,8 @@
     make_bad.py [FOLDER]        default: bad/ in the folder above this file
 
 Rows of expected.json: `file`; `pack` with `extension` and perhaps `parameters`, or `scan`, or `packRig`;
-`result`: "packs", "warns" (of a scan), "fails" (with a message), "halts" (fails, whatever is said), "ends" (packs or fails, but ends);
+`result`: "packs", "warns" (of a scan), "fails" (with a message), "halts" (fails, whatever is said), "ends" (packs or
+fails, but ends);
 `message`: text that must appear, whole or, where the rest is the scene file library's own, its fixed beginning.
 """
 
@@ -117,7 +118,10 @@ def raw_files():
     array = packed.index(b"KeyValueFloat") + len(b"KeyValueFloat") + 1
     plain = whole.index(b"KeyValueFloat") + len(b"KeyValueFloat") + 1
     objects = whole.index(b"\x07Objects")
-    put = lambda data, at, new: data[:at] + new + data[at + len(new) :]
+
+    def put(data, at, new):
+        return data[:at] + new + data[at + len(new) :]
+
     out = {
         "not_fbx": b"\x89PNG\r\n\x1a\n" + bytes(range(256)) * 8,
         "text": b"Not a scene, only a line of text.\n",

@@ -28,11 +28,10 @@ def make_database(folder, entries):
     for name in ("moves.fbx", "scout.rig.fbx"):
         shutil.copyfile(os.path.join(SAMPLES, "characters", "scout", name), os.path.join(scout, name))
     top, below = entries // 2, entries // 8
-    line = lambda n, shift: '%s<Animation name="anim_%04d" take="%s"/>' % (
-        "  " * 2,
-        n,
-        TAKE % TAKES[(n + shift) % len(TAKES)],
-    )
+
+    def line(n, shift):
+        return '    <Animation name="anim_%04d" take="%s"/>' % (n, TAKE % TAKES[(n + shift) % len(TAKES)])
+
     text = ["<AnimationDatabase>", '  <Character name="everybody">', *(line(n, 0) for n in range(top))]
     left = entries - top
     for group in range(2):

@@ -68,7 +68,10 @@ def to_euler(q, order="XYZ", near=None):
     sign = 1.0 if (j - i) % 3 == 1 else -1.0
     # Columns of the matrix are the turned axes; the orders differ by which axes stand where.
     columns = [turn(q, AXES[letter]) for letter in "XYZ"]
-    m = lambda row, column: columns[column][row]
+
+    def m(row, column):
+        return columns[column][row]
+
     middle = math.asin(max(-1.0, min(1.0, -sign * m(k, i))))
     if abs(m(k, i)) < 1.0 - 1e-13:
         first = math.atan2(sign * m(k, j), m(k, k))

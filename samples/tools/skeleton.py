@@ -84,7 +84,10 @@ def biped(fingers=True, extras=True):
     rows = list(TRUNK)
     for side, sign in (("L", 1.0), ("R", -1.0)):
         for name, parent, position, aim, hint in arm() + leg():
-            mirror = lambda v: (v[0] * sign, v[1], v[2])
+
+            def mirror(v):
+                return (v[0] * sign, v[1], v[2])
+
             rows.append((name.format(s=side), parent.format(s=side), mirror(position), mirror(aim), hint))
     if not fingers:
         rows = [r for r in rows if "Finger" not in r[0]]

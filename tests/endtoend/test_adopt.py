@@ -66,7 +66,7 @@ class AdoptTest(host.HostTest):
                 source += [add(scale(there["t"], line["scale"] / 100), turn(unit(there["r"]), p)) for p in POINTS]
                 target += [add(here["t"], turn(conj(unit(here["r"])), p)) for p in POINTS]
             lengths = [math.dist(a, b) for a in source for b in source]
-            first = lengths if frame is decoded["frames"][0] else first
+            first = lengths if frame is decoded["frames"][0] else first  # noqa: F821  set by the first frame
             moved = max(moved, *(abs(a - b) for a, b in zip(lengths, first)))
             worst = max(
                 worst,
@@ -82,14 +82,14 @@ class AdoptTest(host.HostTest):
         lines = self.adopt(HIKER)
         self.assertEqual(lines, planned)
         self.assertEqual(
-            [(l["take"], l["stack"], l["firstFrame"], l["lastFrame"]) for l in lines],
+            [(one["take"], one["stack"], one["firstFrame"], one["lastFrame"]) for one in lines],
             [
                 ("assembly:/hiker/hiker_%s.fbx?/%s.take" % (s, s), "Armature|" + s, *span)
                 for s, span in make_samples.HIKER_STACKS.items()
             ],
         )
         self.assertIn("scale of 'Armature' (100)", lines[0]["messages"][0]["text"])
-        files = {l["written"]: host.content(l["written"]) for l in lines}
+        files = {one["written"]: host.content(one["written"]) for one in lines}
         self.adopt(HIKER)
         self.assertEqual(files, {name: host.content(name) for name in files}, "the same bytes again")
         self.assertEqual(host.content(HIKER), before)
@@ -99,7 +99,10 @@ class AdoptTest(host.HostTest):
         self.run_host("verify", "--max-mm", "0.5", assets=self.tree)
         for line in lines:
             self.assertLess(self.compare(line), 0.2)
-        kinds = lambda path: [n["type"] for n in host.execute("scene", path, "--json").lines[0]["nodes"]]
+
+        def kinds(path):
+            return [n["type"] for n in host.execute("scene", path, "--json").lines[0]["nodes"]]
+
         self.assertNotIn("Mesh", kinds(lines[1]["written"]))
         kept = self.adopt(HIKER, "--keep-geometry", "--to", "kept")
         self.assertIn("Mesh", kinds(kept[1]["written"]))
@@ -136,9 +139,10 @@ class AdoptTest(host.HostTest):
         )
         rigs = []
         for files in ((body, legs), (legs, body)):
-            lines = sorted(self.adopt(*files), key=lambda l: l["file"])
+            lines = sorted(self.adopt(*files), key=lambda one: one["file"])
             self.assertEqual(
-                [(l["take"], l["bones"]) for l in lines], [(None, 14), ("assembly:/hero/hero_Walk.fbx?/Walk.take", 14)]
+                [(one["take"], one["bones"]) for one in lines],
+                [(None, 14), ("assembly:/hero/hero_Walk.fbx?/Walk.take", 14)],
             )
             rigs.append(host.content(os.path.join(self.tree, "hero/hero.rig.fbx")))
             os.remove(os.path.join(self.tree, "hero/hero.rig.fbx"))
@@ -180,8 +184,8 @@ class AdoptTest(host.HostTest):
         ):
             with self.subTest(label):
                 lines = self.adopt(self.scene(label + ".fbx", build))
-                self.assertEqual([os.path.basename(l["written"])[:-4] for l in lines], takes)
-                self.assertEqual({l["bones"] for l in lines}, {bones})
+                self.assertEqual([os.path.basename(one["written"])[:-4] for one in lines], takes)
+                self.assertEqual({one["bones"] for one in lines}, {bones})
                 for line in lines if label != "names" else ():
                     self.assertLess(self.compare(line), 0.2, "the bone that packers leave at rest is one of these")
         self.assertIn("'Head' is 'Head_2'", lines[0]["messages"][0]["text"])

@@ -177,7 +177,10 @@ class EffectTest(host.HostTest):
             stderr=subprocess.DEVNULL,
             env={**os.environ, "TMPDIR": temp, "PATH": self.path("bin") + ":/usr/bin:/bin"},
         )
-        running = lambda: subprocess.run(["pgrep", "-f", "sleep 31.5"], capture_output=True, check=False).stdout
+
+        def running():
+            return subprocess.run(["pgrep", "-f", "sleep 31.5"], capture_output=True, check=False).stdout
+
         for _ in range(200):
             if running():
                 break

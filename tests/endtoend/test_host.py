@@ -13,7 +13,6 @@ import xml.etree.ElementTree
 
 import host
 import make_samples
-import resourcefile
 
 WALK = "assembly:/characters/scout/moves.fbx?/walk.take"
 LEVER = "assembly:/props/lever.fbx?/pull.take"
@@ -263,7 +262,7 @@ class BuildTest(host.HostTest):
         )
 
     def test_killed_in_the_middle(self):
-        """Whatever is there after a kill is whole, and the next build completes it; Ctrl-C leaves nothing unfinished."""
+        """What is there after a kill is whole, and the next build completes it; Ctrl-C leaves nothing unfinished."""
         full = os.path.join(self.work, "full")
         self.build(out=full)
         wanted = {os.path.relpath(p, full): host.content(p) for p in self.files_of(full)}

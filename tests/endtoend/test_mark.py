@@ -27,7 +27,10 @@ class MarkTest(host.HostTest):
         tree = os.path.join(self.work, "assembly")
         target = os.path.join(tree, "props/lever.fbx")
         self.mark(sample, {"nodes": {"lever_base": dict.fromkeys(GROUND)}}, target)
-        scanned = lambda: self.run_host("scan", assets=tree).lines[0]["subResources"]
+
+        def scanned():
+            return self.run_host("scan", assets=tree).lines[0]["subResources"]
+
         self.assertEqual(scanned(), [], "a take below no ground is none")
 
         take = {"ground": "lever_base", "name": "pull", "startFrame": 10, "endFrame": 49}

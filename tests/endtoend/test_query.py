@@ -144,7 +144,9 @@ class QueryTest(host.HostTest):
         def takes(hold):
             return sorted(e["id"] for e in self.entries() if e["properties"] and hold(e["properties"]))
 
-        far = lambda p: float(p["ACD_TotalLinearDelta"])
+        def far(p):
+            return float(p["ACD_TotalLinearDelta"])
+
         for words, hold in (
             (["FPS=30", "ACD_TotalLinearDelta>1.5"], lambda p: p["FPS"] == "30" and far(p) > 1.5),
             (["FPS = 3e1", "acd_totallineardelta <= 1.5"], lambda p: p["FPS"] == "30" and far(p) <= 1.5),

@@ -50,5 +50,8 @@ class SamplesTest(unittest.TestCase):
 
 def flat(file):
     version, root = file
-    walk = lambda r: (r.name, r.values, [walk(c) for c in r.children])
+
+    def walk(r):
+        return (r.name, r.values, [walk(c) for c in r.children])
+
     return version, walk(root)

@@ -22,7 +22,10 @@ class SceneTest(host.HostTest):
         self.assertEqual((shown["unitScaleFactor"], shown["originalAxes"]), (1, shown["axes"]))
         self.assertEqual(shown["currentStack"], "Moves")
         arm = [n["name"] for n in shown["nodes"]].index("lever_arm")
-        at = lambda *words: self.scene(path, "--at=1.1666", *words)["at"][0]["nodes"][arm]["local"]["r"]
+
+        def at(*words):
+            return self.scene(path, "--at=1.1666", *words)["at"][0]["nodes"][arm]["local"]["r"]
+
         self.assertGreater(degrees_apart(at(), at("--stack", "Empty")), 20.0)
 
     def test_old_layout(self):

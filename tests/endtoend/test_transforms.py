@@ -137,7 +137,9 @@ class TakeTest(host.HostTest):
 
 
 def same_values(keys, values):
-    flat = lambda v: list(v) if isinstance(v, list) else [v]
+    def flat(v):
+        return list(v) if isinstance(v, list) else [v]
+
     return len(keys) == len(values) and all(
         len(flat(k)) == len(flat(v))
         and all(abs(float(x) - float(y)) <= 1e-4 * max(1.0, abs(y)) for x, y in zip(flat(k), flat(v)))
