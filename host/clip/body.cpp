@@ -12,14 +12,14 @@ namespace
 using TVector = std::array<float, 3>;
 
 // Of the body's size.
-constexpr float THICKEST = 0.022f;
+constexpr float THICKEST = 0.027f;
 constexpr float THINNEST = 0.003f;
 constexpr float SHORTEST = 0.0005f; ///< a part that is shorter shows nothing
 constexpr float ACROSS = 0.2f;      ///< from the floor to the hips, at least
 constexpr float END = 0.05f;        ///< a part of a bone without children, at most
 constexpr float FRONT = 0.22f;      ///< the trajectory's
 // Of the part's length.
-constexpr float SLIM = 0.11f;
+constexpr float SLIM = 0.13f;
 
 constexpr TVector TO_FRONT{0.0f, -1.0f, 0.0f};
 

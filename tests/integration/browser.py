@@ -173,9 +173,9 @@ class Browser:
         self.mouse("mouseReleased", *points[-1])
         self.drawn()
 
-    def picture(self, path=None):
-        """The whole page as PNG bytes."""
-        data = base64.b64decode(self.call("Page.captureScreenshot", format="png")["data"])
+    def picture(self, path=None, **more):
+        """The page as PNG bytes, or a part of it: clip={x, y, width, height, scale}."""
+        data = base64.b64decode(self.call("Page.captureScreenshot", format="png", **more)["data"])
         if path:
             Path(path).write_bytes(data)
         return data

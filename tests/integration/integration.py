@@ -26,3 +26,13 @@ def run(*words: object, seconds: float = 300, status: int = 0, **more: object) -
 
 def animpack(*words: object, **more: object) -> subprocess.CompletedProcess:
     return run(ANIMPACK, *words, **more)
+
+
+def node_modules() -> Path:
+    """What package.json beside this file names, of the versions of its lock file; installed when it is not yet."""
+    folder = TOP / "tests" / "integration"
+    installed = folder / "node_modules" / ".package-lock.json"
+    lock = folder / "package-lock.json"
+    if not installed.exists() or installed.stat().st_mtime < lock.stat().st_mtime:
+        run(program("npm"), "ci", "--no-audit", "--no-fund", cwd=folder)
+    return folder / "node_modules"

@@ -2,7 +2,14 @@
 import { cssColour, millimetreText } from './errorscale.js';
 import { element } from './takelist.js';
 
-const CLASSES = { 'bind pose': '–', constant: 'const', '64 bits': '64', '32 bits': '32', 'one axis': 'axis', '96 bits': '96' };
+const CLASSES = {
+  'bind pose': '–',
+  constant: 'const',
+  '64 bits': '64',
+  '32 bits': '32',
+  'one axis': 'axis',
+  '96 bits': '96',
+};
 const MOTION = ['64 bits', '32 bits', 'one axis', '96 bits'];
 
 const bytesOf = (bone) => bone.tracks[2];
@@ -78,7 +85,10 @@ export class BoneTable {
     label.title = name;
     nameCell.append(label);
     const stored = element('td', 'stored');
-    for (const [track, what] of [[tracks[0], 'Rotation'], [tracks[1], 'Translation']]) {
+    for (const [track, what] of [
+      [tracks[0], 'Rotation'],
+      [tracks[1], 'Translation'],
+    ]) {
       const chip = element('span', MOTION.includes(track) ? 'chip moves' : 'chip', CLASSES[track] ?? 'none');
       chip.title = `${what}: ${track}`;
       stored.append(chip);

@@ -92,7 +92,8 @@ class Page {
         ['Platform', take.platform],
         ['Rig', `${take.rig.name}, ${take.rig.bones.length} bones`],
       ];
-      if (take.worst) list.push(['Worst error', millimetreText(take.worst.mm)], ['Mean error', millimetreText(take.mean)]);
+      if (take.worst)
+        list.push(['Worst error', millimetreText(take.worst.mm)], ['Mean error', millimetreText(take.mean)]);
       for (const [name, value] of list) facts.append(element('dt', '', name), element('dd', '', value));
     }
     const [worst, ...others] = findings(take);

@@ -184,10 +184,10 @@ export class Stage {
     const middle = this.box.getCenter(new THREE.Vector3());
     const half = (this.camera.fov * Math.PI) / 360;
     const { clientWidth, clientHeight } = this.canvas.parentElement;
-    const narrow = Math.min(1, clientWidth / Math.max(1, clientHeight));
-    const radius = this.box.getSize(new THREE.Vector3()).length() / 2;
-    const room = Math.max(0.5, 1 - SAID / Math.max(1, clientHeight));
-    const distance = (1.08 * radius) / Math.sin(half) / Math.min(narrow, room);
+    const across = Math.hypot(this.box.max.x - this.box.min.x, this.box.max.z - this.box.min.z) / 2;
+    const tall = (this.box.max.y - this.box.min.y) / 2 / Math.max(0.5, 1 - SAID / Math.max(1, clientHeight));
+    const wide = (across * clientHeight) / Math.max(1, clientWidth);
+    const distance = (1.12 * Math.max(tall, wide)) / Math.tan(half) + across;
     this.controls.target.copy(middle);
     this.controls.minDistance = this.size * 0.05;
     this.controls.maxDistance = this.size * 30;

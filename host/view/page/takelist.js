@@ -7,7 +7,11 @@ export const rateText = (rate) => `${Number.isInteger(rate) ? rate : rate.toFixe
 
 /** The file that a take is made of, below assembly:/. */
 export function sourceOf(take) {
-  return take.id.replace(/^<+/, '').replace(/^assembly:\//, '').replace(/\?\/.*$/, '').replace(/>.*$/, '');
+  return take.id
+    .replace(/^<+/, '')
+    .replace(/^assembly:\//, '')
+    .replace(/\?\/.*$/, '')
+    .replace(/>.*$/, '');
 }
 
 /** Millimetres; a take without a source is as doubtful as one that is a little off, one that can't be shown is worst. */
@@ -61,12 +65,7 @@ export class TakeList {
     const head = element('div', 'take-head');
     head.append(element('span', 'take-name', take.name), this.makeBadge(take));
     const facts = take.frames
-      ? [
-          `${secondsOf(take).toFixed(2)} s`,
-          rateText(take.rate),
-          `${take.way.toFixed(2)} m`,
-          sizeText(take.bytes),
-        ]
+      ? [`${secondsOf(take).toFixed(2)} s`, rateText(take.rate), `${take.way.toFixed(2)} m`, sizeText(take.bytes)]
       : ["can't be shown"];
     const tail = element('div', 'take-facts');
     for (const fact of facts) tail.append(element('span', '', fact));

@@ -138,7 +138,10 @@ export class Timeline {
       lanes.fillRect(0, box.y, this.width, 1);
       drawLane(lanes, lane, box, (frame) => this.xOf(frame), ink, this.frame);
     });
-    for (const [context, height] of [[head, headHeight], [lanes, lanesHeight]]) {
+    for (const [context, height] of [
+      [head, headHeight],
+      [lanes, lanesHeight],
+    ]) {
       context.fillStyle = ink('--accent');
       context.fillRect(this.xOf(this.frame) - 0.75, 0, 1.5, height);
     }
