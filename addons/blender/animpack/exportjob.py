@@ -38,6 +38,8 @@ def main(job_file: str) -> None:
     scene = bpy.data.scenes[job["scene"]]
     if bpy.context.window is not None:
         bpy.context.window.scene = scene
+    if bpy.context.mode != "OBJECT":
+        bpy.ops.object.mode_set(mode="OBJECT")  # armatures that are edited would show no pose
     fbxmarks.register()
     if not fbxmarks.available():
         sys.exit("Blender's FBX exporter is not there: switch the add-on 'FBX format' on")

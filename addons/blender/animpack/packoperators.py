@@ -182,13 +182,12 @@ class ANIMPACK_OT_load_packed(_Running):
         """Decodes with animpack, then keys an armature."""
         scene, last = context.scene, state.last
         tools = Tools.of(scene, packing=True)
-        thing = scene.animpack.take
-        take = marks.read_take(thing)
+        take_node = scene.animpack.take.name
+        take = marks.read_take(scene.animpack.take)
         file = _place_in_tree(scene, tools)
         if take is None:
             raise readback.ReadBackError("This take can't be read")
-        platform = scene.animpack.platform
-        packed = os.path.join(tools.out, platform, file.lower(), f"{take.name.lower()}.take.animation")
+        packed = os.path.join(tools.out, tools.platform, file.lower(), f"{take.name.lower()}.take.animation")
         found = _packed_file(packed)
         if found is None:
             raise readback.ReadBackError(f"'{take.name}' is not packed yet: there is no {packed}")
@@ -197,6 +196,9 @@ class ANIMPACK_OT_load_packed(_Running):
         for answer in host.run(words, tools.seconds):
             if answer is None:
                 yield "Decoding"
+        scene, thing = bpy.data.scenes.get(tools.scene), bpy.data.objects.get(take_node)
+        if scene is None or thing is None:
+            raise readback.ReadBackError("The take has gone meanwhile")
         mode, active = context.mode, context.active_object
         if mode != "OBJECT":
             bpy.ops.object.mode_set(mode="OBJECT")

@@ -55,9 +55,11 @@ class Run:
 
 @dataclass
 class Tools:
-    """Where everything is, settled before anything starts. Raises HostError when something is missing."""
+    """Where everything is, settled before anything starts: an undo meanwhile takes Blender's own objects away."""
 
-    scene: bpy.types.Scene
+    scene: str
+    platform: str
+    max_mm: float
     program: str = ""
     assets: str = ""
     out: str = ""
@@ -65,9 +67,9 @@ class Tools:
 
     @staticmethod
     def of(scene: bpy.types.Scene, packing: bool) -> Tools:
-        """Looks for animpack only when something is to be packed."""
-        own = properties.preferences()
-        tools = Tools(scene, seconds=own.seconds if own else 300.0)
+        """Looks for animpack only when something is to be packed. Raises HostError when it is not there."""
+        own, settings = properties.preferences(), scene.animpack
+        tools = Tools(scene.name, settings.platform, settings.max_mm, seconds=own.seconds if own else 300.0)
         tools.assets, tools.out = properties.assets_folder(scene), properties.out_folder(scene)
         if packing:
             tools.program = host.find(own.program if own else "")
@@ -80,7 +82,7 @@ def export(tools: Tools, run: Run, file: str, common_rig: str = "") -> Iterator[
         copy, job, report = (os.path.join(folder, name) for name in ("scene.blend", "job.json", "report.json"))
         bpy.ops.wm.save_as_mainfile(filepath=copy, copy=True, check_existing=False, compress=False)
         made = os.path.join(folder, "made.fbx")
-        words = {"scene": tools.scene.name, "file": made, "report": report, "common_rig": common_rig}
+        words = {"scene": tools.scene, "file": made, "report": report, "common_rig": common_rig}
         Path(job).write_text(json.dumps(words), encoding="utf-8")
         answer = yield from _program(_blender(copy, job), tools, "Exporting")
         if not os.path.exists(report):
@@ -108,7 +110,7 @@ def scan(tools: Tools, run: Run, assets: str, out: str, file: str) -> Iterator[s
 def pack(tools: Tools, run: Run, file: str) -> Iterator[str]:
     """Packs all rigs and takes of the file, then compares the takes with it."""
     where = ["--assets", tools.assets, "--out", tools.out]
-    platform = ["-t:" + tools.scene.animpack.platform]
+    platform = ["-t:" + tools.platform]
     ids, given = [], []
     for ground in run.grounds:
         if ground["rig"]:
@@ -133,7 +135,7 @@ def pack(tools: Tools, run: Run, file: str) -> Iterator[str]:
 
     animations = [path for path in packed if path.endswith(".animation")]
     if animations:
-        words = [tools.program, "verify", "--json", *where, "--max-mm", f"{tools.scene.animpack.max_mm:g}"]
+        words = [tools.program, "verify", "--json", *where, "--max-mm", f"{tools.max_mm:g}"]
         answer = yield from _program([*words, *animations], tools, "Comparing")
         for told in answer.objects:
             _verified(run, told)
