@@ -117,7 +117,7 @@ class WatchTest(host.HostTest):
                 jobs.append(value)
             self.fail(watch.stderr.read())
 
-        self.assertEqual(summary()[0]["failed"], 2)      # cameras without their rig
+        self.assertEqual(summary()[0]["failed"], 3)      # cameras, and the rig that they lack
         while "watching" not in watch.stderr.readline():
             pass
         lever, folder = os.path.join(tree, "props/lever.fbx"), os.path.join(tree, "new")
