@@ -16,10 +16,11 @@ constexpr struct
     int (*pRun)(const SOptions& options, ZConsole& console);
     bool bOneFile; ///< reads one file in this process: memory that runs out is that file's failure
 } COMMANDS[] = {
-    {"scan", &RunScan, false},     {"pack", &RunPack, false},      {"build", &RunBuild, false},
-    {"plan", &RunPlan, false},     {"query", &RunQuery, false},    {"stats", &RunStats, false},
-    {"verify", &RunVerify, false}, {"inspect", &RunInspect, true}, {"scene", &RunScene, true},
-    {"mark", &RunMark, true},      {"effect", &RunEffect, true},   {"adopt", &RunAdopt, false},
+    {"scan", &RunScan, false},   {"pack", &RunPack, false},     {"build", &RunBuild, false},
+    {"plan", &RunPlan, false},   {"diff", &RunDiff, false},     {"query", &RunQuery, false},
+    {"stats", &RunStats, false}, {"verify", &RunVerify, false}, {"inspect", &RunInspect, true},
+    {"scene", &RunScene, true},  {"mark", &RunMark, true},      {"effect", &RunEffect, true},
+    {"adopt", &RunAdopt, false},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "host/plan/farm.h"
 
+#include "host/files/outputfile.h"
 #include "host/files/resourceids.h"
 #include "host/plan/depfile.h"
 #include "host/plan/takerig.h"
@@ -187,7 +188,9 @@ ZBuildTotals ZFarm::PackAll(const STask& task, unsigned int nShare)
 ZBuildTotals ZFarm::Finish(const STask& task)
 {
     ZBuildState& state = task.session.State();
-    std::string sMissing;
+    // Nobody else is at work here now, so whoever left unfinished files has died.
+    RemovePassingFiles(task.session.Out());
+    ZBuildTotals missing;
     if (Exists(m_sFolder + RIGS))
         state.Take(m_sFolder + RIGS);
     for (const unsigned int nShare : Shares())
@@ -195,12 +198,17 @@ ZBuildTotals ZFarm::Finish(const STask& task)
         if (const std::string sState = File(nShare, ".all.db"); Exists(sState))
             state.Take(sState);
         else
-            sMissing += (sMissing.empty() ? "" : ", ") + std::to_string(nShare);
+        {
+            const SJobResult result = ZHostSession::FailedScan(
+                "share " + std::to_string(nShare), "has not come to its end; what it said stands in '" + m_sFolder +
+                                                       "'. Submit again: what is done stays done");
+            missing.Add(result);
+            task.report(result);
+        }
     }
     state.Commit();
-    if (!sMissing.empty())
-        throw ZHostError("shares that have not come to their end: " + sMissing,
-                         "what they said stands in '" + m_sFolder + "'; submit again: what is done stays done");
+    if (!missing.IsGood())
+        return missing;
     ZBuildTotals totals = ZTreeBuild(task.session, task.watcher, {}, task.platforms).Run(task.report);
     std::error_code error;
     if (!totals.bInterrupted)

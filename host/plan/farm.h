@@ -22,8 +22,8 @@ class ZFarm
 public:
     explicit ZFarm(std::string sOut) : m_sFolder(std::move(sOut) + "/farm") {}
 
-    /// Instead of the plan that was there. At most nWanted shares, about equal in bytes; their number. Names with a line
-    /// feed, which no list can hold, are left out; a build tells of them, and so does the last stage.
+    /// Instead of the plan that was there. At most nWanted shares, about equal in bytes; their number. Names with a
+    /// line feed, which no list can hold, are left out; a build tells of them, and so does the last stage.
     size_t WriteShares(const ZAssetTree& tree, const std::vector<std::string>& sources, size_t nWanted);
 
     const std::string& Folder() const { return m_sFolder; }

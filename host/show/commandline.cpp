@@ -289,6 +289,11 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         ->excludes("--dry-run");
     AddLogOptions(*pBuild, options);
 
+    CLI::App* pDiff = add("diff", "Compare two packed files, or two output folders: bytes, and millimetres of motion");
+    pDiff->add_option("A", raw.sMarks, "A packed file, or an output folder")->required();
+    pDiff->add_option("B", raw.sMarked, "What to compare it with")->required();
+    pDiff->footer("\nEnds with 0 when nothing is different, with 1 when anything is.");
+
     CLI::App* pPlan = add("plan", "Write what a build does as a manifest for another builder");
     pPlan
         ->add_option("--format", options.sFormat,
@@ -388,6 +393,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene" ||
         options.sCommand == "effect")
         options.sources = {raw.sSource};
+    if (options.sCommand == "diff")
+        options.sources = {raw.sMarks, raw.sMarked};
     if (options.sCommand == "mark")
         options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
