@@ -22,14 +22,14 @@ std::error_code ZFileLock::Open(const std::string& sPath)
     return m_nFile < 0 ? LastError() : std::error_code();
 }
 
-bool ZFileLock::TryLock()
+bool ZFileLock::TryLock(EKind eKind)
 {
-    return m_nFile >= 0 && ::flock(m_nFile, LOCK_EX | LOCK_NB) == 0;
+    return m_nFile >= 0 && ::flock(m_nFile, (eKind == EKind::eAlone ? LOCK_EX : LOCK_SH) | LOCK_NB) == 0;
 }
 
-std::error_code ZFileLock::Lock()
+std::error_code ZFileLock::Lock(EKind eKind)
 {
-    while (::flock(m_nFile, LOCK_EX) != 0)
+    while (::flock(m_nFile, eKind == EKind::eAlone ? LOCK_EX : LOCK_SH) != 0)
         if (errno != EINTR)
             return LastError();
     return {};

@@ -17,10 +17,16 @@ public:
     ZFileLock& operator=(const ZFileLock&) = delete;
 
     std::error_code Open(const std::string& sPath);
+    /// Shared among those that ask for it so, and nobody else's.
+    enum class EKind
+    {
+        eAlone,
+        eShared
+    };
     /// False when another has it, or the file is not open.
-    bool TryLock();
+    bool TryLock(EKind eKind = EKind::eAlone);
     /// Waits.
-    std::error_code Lock();
+    std::error_code Lock(EKind eKind = EKind::eAlone);
 
 private:
     int m_nFile = -1;

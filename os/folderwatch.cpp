@@ -62,7 +62,8 @@ void ZFolderWatch::Note(int nWatch, unsigned int nMask, const char* szName, SCha
     if (it == m_paths.end() || (nMask & CHANGES) == 0)
         return;
     const bool bSelf = (nMask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0;
-    changes.bFolders |= bSelf || ((nMask & IN_ISDIR) != 0 && (nMask & (IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO)) != 0);
+    changes.bFolders |=
+        bSelf || ((nMask & IN_ISDIR) != 0 && (nMask & (IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO)) != 0);
     std::string sPath = it->second;
     if (szName[0] != '\0')
         (sPath += '/') += szName;
@@ -76,7 +77,10 @@ void ZFolderWatch::Note(int nWatch, unsigned int nMask, const char* szName, SCha
 
 bool ZFolderWatch::Wait(int nMilliseconds, SChanges& changes)
 {
-    struct pollfd queue{m_nQueue, POLLIN, 0};
+    struct pollfd queue
+    {
+        m_nQueue, POLLIN, 0
+    };
     if (::poll(&queue, 1, nMilliseconds) <= 0)
         return false;
     alignas(struct inotify_event) char buffer[65536];

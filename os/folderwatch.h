@@ -31,8 +31,8 @@ public:
     struct SChanges
     {
         std::vector<std::string> paths;
-        bool bFolders = false;               ///< one came or went: it is time to name them again
-        bool bLost = false;                  ///< there was more than the system could keep
+        bool bFolders = false;                ///< one came or went: it is time to name them again
+        bool bLost = false;                   ///< there was more than the system could keep
         std::unordered_set<std::string> open; ///< files that were written to and not closed by then
     };
     /// Adds what changes, as soon as something does. False when the time has passed without, or a signal has come.

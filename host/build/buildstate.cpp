@@ -3,11 +3,17 @@
 #include "host/files/resourceids.h"
 #include "host/index/sqlstatement.h"
 #include "host/text/hosterror.h"
+#include "host/text/textformat.h"
+#include "host/text/words.h"
+#include "os/files.h"
+#include "os/process.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <unordered_set>
+#include <utility>
 
 namespace Host
 {
@@ -45,6 +51,18 @@ std::string SchemaOf(sqlite3* pDatabase)
     return bFailed ? std::string() : sSchema;
 }
 
+/// https://www.sqlite.org/uri.html
+std::string UriOf(const std::string& sPath, const char* szParameters)
+{
+    std::string sUri = "file:";
+    for (const char c : sPath)
+        if (c == '%' || c == '?' || c == '#')
+            sUri += Formatted("%%%02x", static_cast<unsigned int>(c));
+        else
+            sUri += c;
+    return sUri + szParameters;
+}
+
 bool MakeTables(sqlite3* pDatabase)
 {
     return sqlite3_exec(pDatabase, TABLES, nullptr, nullptr, nullptr) == SQLITE_OK &&
@@ -71,21 +89,23 @@ void ZBuildState::SDatabaseCloser::operator()(sqlite3* pDatabase) const
 ZBuildState::ZBuildState(const std::string& sPath, const FNotice& notice)
 {
     std::string sWhy;
-    if (Open(sPath, true, sWhy))
+    if (Open(sPath, EOpen::eMake, sWhy))
         return;
     Close();
     std::error_code error;
     for (const char* szTail : {"", "-journal", "-wal", "-shm"})
         std::filesystem::remove(sPath + szTail, error);
     notice("the build state '" + sPath + "' is made anew: " + sWhy);
-    if (!Open(sPath, true, sWhy))
+    if (!Open(sPath, EOpen::eMake, sWhy))
         throw ZHostError("the build state '" + sPath + "' can't be made: " + sWhy, "choose another folder with --out");
 }
 
-ZBuildState::ZBuildState(const std::string& sPath)
+ZBuildState::ZBuildState(const std::string& sPath) : ZBuildState(sPath, EOpen::eUse) {}
+
+ZBuildState::ZBuildState(const std::string& sPath, EOpen eOpen)
 {
     std::string sWhy;
-    if (!Open(sPath, false, sWhy))
+    if (!Open(sPath, eOpen, sWhy))
         throw ZHostError("the build state '" + sPath + "' can't be used: " + sWhy, "'animpack scan' makes it anew");
 }
 
@@ -105,12 +125,17 @@ void ZBuildState::Close()
     m_pDatabase.reset();
 }
 
-bool ZBuildState::Open(const std::string& sPath, bool bMake, std::string& sWhy)
+bool ZBuildState::Open(const std::string& sPath, EOpen eOpen, std::string& sWhy)
 {
+    const bool bMake = eOpen == EOpen::eMake;
     sqlite3* pOpened = nullptr;
+    // Immutable: no locks are asked for, which disks of a network may not have.
     const int nOpened =
-        sqlite3_open_v2(sPath.empty() ? ":memory:" : sPath.c_str(), &pOpened,
-                        SQLITE_OPEN_READWRITE | (bMake ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX, nullptr);
+        eOpen == EOpen::eLookUp
+            ? sqlite3_open_v2(UriOf(sPath, "?immutable=1").c_str(), &pOpened,
+                              SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr)
+            : sqlite3_open_v2(sPath.empty() ? ":memory:" : sPath.c_str(), &pOpened,
+                              SQLITE_OPEN_READWRITE | (bMake ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX, nullptr);
     m_pDatabase.reset(pOpened);
     sqlite3* pDatabase = m_pDatabase.get();
     const auto fail = [&]
@@ -145,7 +170,7 @@ bool ZBuildState::Open(const std::string& sPath, bool bMake, std::string& sWhy)
         sWhy = "it is of another version of this program";
         return false;
     }
-    ZSqlStatement check(pDatabase, "PRAGMA quick_check(1)");
+    ZSqlStatement check(pDatabase, eOpen == EOpen::eLookUp ? "SELECT 'ok'" : "PRAGMA quick_check(1)");
     bool bFailed = !check.IsSound();
     if (bFailed || !check.Step(bFailed))
         return fail();
@@ -297,6 +322,85 @@ void ZBuildState::Save(const SBuildRecord& record, const SSourceScan& scan)
     Save(record);
     if (!m_pIndex->Save(scan))
         Fail("the scan index can't be written");
+}
+
+std::vector<std::string> ZBuildState::IdsFrom(const std::string& sFirst, const std::string& sBehind)
+{
+    std::vector<std::string> ids;
+    ZSqlStatement statement(m_pDatabase.get(), "SELECT id FROM job WHERE id >= ? AND id < ? ORDER BY id");
+    bool bFailed = !statement.IsSound();
+    if (!bFailed)
+        statement.Text(sFirst).Text(sBehind);
+    while (!bFailed && statement.Step(bFailed))
+        ids.push_back(statement.TextAt(0));
+    if (bFailed)
+        Fail("the build state can't be read");
+    return ids;
+}
+
+void ZBuildState::TakeRecord(ZBuildState& other, const std::string& sId)
+{
+    SBuildRecord record;
+    SSourceScan scan;
+    if (!other.Find(sId, record))
+        return;
+    if (!record.sFile.empty())
+        Save(record);
+    else if (other.FindScan(record, scan))
+        Save(record, scan);
+}
+
+void ZBuildState::Take(const std::string& sPath)
+{
+    ZBuildState other(sPath, EOpen::eLookUp);
+    for (const std::string& sId : other.IdsFrom("", "\xff"))
+        TakeRecord(other, sId);
+}
+
+void ZBuildState::Take(const std::string& sPath, const std::vector<std::string>& sources, std::string_view extension)
+{
+    ZBuildState other(sPath, EOpen::eLookUp);
+    std::unordered_set<std::string> taken;
+    for (const std::string& sSource : sources)
+    {
+        if (extension.empty())
+            TakeRecord(other, sSource);
+        const std::string sStart = '<' + ToLower(sSource);
+        std::vector<std::string> pending;
+        // Behind the file's own name comes what is in it, or the end of the identifier.
+        for (const char c : {'?', '>'})
+            for (std::string& sId : other.IdsFrom(sStart + c, sStart + static_cast<char>(c + 1)))
+                if (extension.empty() || ToId(sId).GetExtension().View() == extension)
+                    pending.push_back(std::move(sId));
+        while (!pending.empty())
+        {
+            const std::string sId = std::move(pending.back());
+            pending.pop_back();
+            if (!taken.insert(sId).second)
+                continue;
+            TakeRecord(other, sId);
+            for (std::string& sNeed : other.NeedsOf(sId))
+                pending.push_back(std::move(sNeed));
+        }
+    }
+}
+
+void ZBuildState::SaveTo(const std::string& sPath)
+{
+    Commit();
+    if (std::exchange(m_bBegun, false))
+        Execute("COMMIT");
+    // Another machine's try at the same may be under way.
+    const std::string sPassing = sPath + '.' + Os::MachineName() + '-' + std::to_string(Os::OwnProcess());
+    Os::RemoveFile(sPassing);
+    ZSqlStatement statement(m_pDatabase.get(), "VACUUM INTO ?");
+    if (!statement.IsSound() || !statement.Text(sPassing).Run())
+        Fail(("the build state can't be written to '" + sPassing + "'").c_str());
+    std::error_code error = Os::FlushFile(sPassing);
+    if (!error)
+        error = Os::RenameFile(sPassing, sPath);
+    if (error)
+        throw ZHostError("'" + sPath + "' can't be written: " + error.message());
 }
 
 void ZBuildState::RemoveRecord(const std::string& sId)

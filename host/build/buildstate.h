@@ -40,6 +40,14 @@ public:
     /// Opens a file that is there, to look into it: makes nothing anew. ZHostError when it is damaged or of another
     /// layout.
     explicit ZBuildState(const std::string& sPath);
+    /// Takes over all that the state in a file tells. ZHostError as above.
+    void Take(const std::string& sPath);
+    /// The same of some sources, with the packed resources of one extension, or all, and what those were made with. The
+    /// file must not be written to meanwhile, and is not looked through for damage: it may be large.
+    void Take(const std::string& sPath, const std::vector<std::string>& sources, std::string_view extension = {});
+    /// Writes all to a file, which appears complete or not at all.
+    void SaveTo(const std::string& sPath);
+
     ~ZBuildState();
     ZBuildState(const ZBuildState&) = delete;
     ZBuildState& operator=(const ZBuildState&) = delete;
@@ -83,7 +91,16 @@ private:
         void operator()(sqlite3* pDatabase) const;
     };
 
-    bool Open(const std::string& sPath, bool bMake, std::string& sWhy);
+    enum class EOpen
+    {
+        eMake,
+        eUse,
+        eLookUp ///< nobody writes to it, and it is not looked through for damage
+    };
+    ZBuildState(const std::string& sPath, EOpen eOpen);
+    bool Open(const std::string& sPath, EOpen eOpen, std::string& sWhy);
+    std::vector<std::string> IdsFrom(const std::string& sFirst, const std::string& sBehind);
+    void TakeRecord(ZBuildState& other, const std::string& sId);
     bool Prepare();
     void Close();
     void RemoveRecord(const std::string& sId);

@@ -14,7 +14,8 @@ class ZOutputLock
 public:
     /// Makes the folder and waits for a run that is at work there, with a notice. ZHostError when the folder can't be
     /// made or written to.
-    ZOutputLock(const std::string& sOut, const std::function<void(const std::string&)>& notice);
+    ZOutputLock(const std::string& sOut, const std::function<void(const std::string&)>& notice,
+                Os::ZFileLock::EKind eKind = Os::ZFileLock::EKind::eAlone);
     /// Takes the lock if the folder is there and nobody is at work in it.
     explicit ZOutputLock(const std::string& sOut);
     ZOutputLock(const ZOutputLock&) = delete;

@@ -49,8 +49,10 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
     RegisterHostModules();
     LoadModule(options.sModule);
     std::error_code error;
-    m_bWrites = eUse == EUse::eWrites && !options.bNoState;
-    if (m_bWrites || (LooksAhead() && std::filesystem::exists(m_sOut + '/' + STATE_FILE, error)))
+    m_bWrites = eUse == EUse::eWrites && !options.bNoState && !options.bShare;
+    if (options.bShare)
+        m_pLock = std::make_unique<ZOutputLock>(m_sOut, notice, Os::ZFileLock::EKind::eShared);
+    else if (m_bWrites || (LooksAhead() && std::filesystem::exists(m_sOut + '/' + STATE_FILE, error)))
         m_pLock = std::make_unique<ZOutputLock>(m_sOut, notice);
     else if (!options.bNoState)
     {
@@ -61,8 +63,8 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
             notice("what is found is not kept: another run is at work in '" + m_sOut + "', or it can't be written to");
     }
     m_interruptNote.emplace();
-    m_pState =
-        std::make_unique<ZBuildState>(m_pLock && m_pLock->IsHeld() ? m_sOut + '/' + STATE_FILE : std::string(), notice);
+    m_pState = std::make_unique<ZBuildState>(
+        m_pLock && m_pLock->IsHeld() && !options.bShare ? m_sOut + '/' + STATE_FILE : std::string(), notice);
     m_pState->SetAssets(m_tree.Root());
     const bool bAfterCutShort = m_bWrites && m_pState->BeginRun();
     if (bAfterCutShort)

@@ -25,6 +25,8 @@ struct SSessionOptions
     bool bForce = false;       ///< nothing is up to date
     bool bExplain = false;     ///< results tell why they were not up to date
     bool bNoState = false; ///< for another builder: neither state nor lock, and files whose bytes are the same are left
+    bool bShare =
+        false; ///< of a build by several at once: the lock is shared, the state kept in memory and by the caller
     std::vector<std::string> standing; ///< extensions of packed resources that another builder makes
 };
 
@@ -49,6 +51,8 @@ public:
     const ZAssetTree& Tree() const { return m_tree; }
     /// The output folder as the user wrote it.
     const std::string& Out() const { return m_sOut; }
+
+    ZBuildState& State() { return *m_pState; }
 
     /// See ZJobScheduler::Run. Nothing is printed but progress.
     void Run(const std::vector<SJob>& jobs, const ZJobScheduler::FReport& report, bool bNamesOnly = false);

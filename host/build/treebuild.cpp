@@ -121,6 +121,8 @@ std::vector<SJob> ZTreeBuild::Plan() const
     for (const SDerivedKind& kind : DerivedKinds())
         for (const std::string& sPlatform : m_platforms)
         {
+            if (!m_sKind.empty() && kind.builtFrom != m_sKind)
+                continue;
             const auto add = [&](const std::string& sSource)
             {
                 const ZResourceID id = ToId(sSource);

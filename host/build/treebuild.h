@@ -21,6 +21,9 @@ public:
     {
     }
 
+    /// Only what is built from sub-resources of this kind.
+    void SetKind(std::string_view kind) { m_sKind = kind; }
+
     /// Reports each packed resource, or in a session that looks ahead what would be packed, those sources that could
     /// not be scanned, and what is removed. Once. An interrupt ends it early.
     ZBuildTotals Run(const ZJobScheduler::FReport& report);
@@ -36,6 +39,7 @@ private:
     IBuildWatcher& m_watcher;
     std::vector<std::string> m_words;
     std::vector<std::string> m_platforms;
+    std::string m_sKind; ///< empty: all
     ZJobScheduler::FReport m_report;
     std::vector<std::string> m_files;                                  ///< to build as a whole
     std::vector<std::string> m_named;                                  ///< takes and rigs that the user named

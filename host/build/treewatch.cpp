@@ -59,7 +59,8 @@ void ZTreeWatch::NameFolders()
             continue;
         if (const std::error_code failure = m_watch.Add(sFolder);
             failure == std::errc::no_space_on_device || failure == std::errc::not_enough_memory)
-            throw ZHostError("the system watches no more than " + std::to_string(m_watch.FolderCount()) + " folders for a user",
+            throw ZHostError("the system watches no more than " + std::to_string(m_watch.FolderCount()) +
+                                 " folders for a user",
                              "'sysctl fs.inotify.max_user_watches=1000000' allows for more");
         for (fs::directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
         {

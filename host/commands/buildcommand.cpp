@@ -1,6 +1,7 @@
 #include "host/build/treebuild.h"
 #include "host/build/treewatch.h"
 #include "host/commands/commands.h"
+#include "host/plan/farm.h"
 #include "host/show/buildtext.h"
 #include "host/show/jobtext.h"
 #include "host/text/hosterror.h"
@@ -13,19 +14,31 @@ namespace Host
 namespace
 {
 
+ZBuildTotals Build(const SOptions& options, ZHostSession& session, ZConsole& console,
+                   const ZJobScheduler::FReport& report)
+{
+    if (options.sStage.empty())
+        return ZTreeBuild(session, console, options.sources, options.platforms).Run(report);
+    ZFarm farm(session.Out());
+    const ZFarm::STask task{session, console, options.platforms, report};
+    return options.sStage == "rigs"     ? farm.PackRigs(task, options.nShare)
+           : options.sStage == "gather" ? farm.GatherRigs(task)
+           : options.sStage == "takes"  ? farm.PackAll(task, options.nShare)
+                                        : farm.Finish(task);
+}
+
 /// `sCause`: what has changed, for a build that nobody has asked for.
 int BuildOnce(const SOptions& options, ZConsole& console, const std::string& sCause = {})
 {
     ZHostSession session(options.session, console,
                          options.bForesee ? ZHostSession::EUse::eLooksAhead : ZHostSession::EUse::eWrites);
-    const ZBuildTotals totals = ZTreeBuild(session, console, options.sources, options.platforms)
-                                    .Run(
-                                        [&](const SJobResult& result)
-                                        {
-                                            console.Job(result, sCause.empty());
-                                            if (console.IsJson())
-                                                console.Output(JobLine(result, session.Out()));
-                                        });
+    const ZBuildTotals totals = Build(options, session, console,
+                                      [&](const SJobResult& result)
+                                      {
+                                          console.Job(result, sCause.empty());
+                                          if (console.IsJson())
+                                              console.Output(JobLine(result, session.Out()));
+                                      });
     if (console.IsJson())
         console.Output(BuildSummaryLine(totals));
     if (sCause.empty())

@@ -11,6 +11,7 @@ namespace Host
 int RunScan(const SOptions& options, ZConsole& console);
 int RunPack(const SOptions& options, ZConsole& console);
 int RunBuild(const SOptions& options, ZConsole& console);
+int RunDiff(const SOptions& options, ZConsole& console);
 int RunPlan(const SOptions& options, ZConsole& console);
 int RunQuery(const SOptions& options, ZConsole& console);
 int RunInspect(const SOptions& options, ZConsole& console);

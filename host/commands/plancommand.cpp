@@ -1,7 +1,9 @@
 #include "host/commands/commands.h"
 #include "host/module/moduleloader.h"
 #include "host/plan/depfile.h"
+#include "host/plan/farm.h"
 #include "host/plan/ninjaplan.h"
+#include "host/plan/slurmplan.h"
 #include "host/text/hosterror.h"
 
 #include <filesystem>
@@ -53,11 +55,32 @@ int PlanNinja(const SOptions& options, ZConsole& console)
     return eExit_Done;
 }
 
+int PlanSlurm(const SOptions& options, ZConsole& console)
+{
+    // Alone: shares that are at work have their plan there.
+    ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
+    const ZAssetTree::SSources sources = session.SourcesOf({});
+    const SPlanPlace place = PlaceOf(options, session);
+    ZFarm farm(place.sOut);
+    SSlurmPlan plan;
+    plan.sProgram = place.sProgram;
+    plan.sModule = place.sModule;
+    plan.sAssets = place.sAssets;
+    plan.sOut = place.sOut;
+    plan.sFarm = farm.Folder();
+    plan.platforms = options.platforms;
+    plan.nShares = farm.WriteShares(session.Tree(), sources.ids, options.nShares);
+    plan.nCores = options.nCores;
+    Write(options, console, SlurmScript(plan));
+    console.Notice(std::to_string(sources.ids.size()) + " sources in " + std::to_string(plan.nShares) + " shares");
+    return eExit_Done;
+}
+
 } // namespace
 
 int RunPlan(const SOptions& options, ZConsole& console)
 {
-    return PlanNinja(options, console);
+    return options.sFormat == "slurm" ? PlanSlurm(options, console) : PlanNinja(options, console);
 }
 
 } // namespace Host

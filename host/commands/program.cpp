@@ -16,11 +16,23 @@ constexpr struct
     int (*pRun)(const SOptions& options, ZConsole& console);
     bool bOneFile; ///< reads one file in this process: memory that runs out is that file's failure
 } COMMANDS[] = {
-    {"scan", &RunScan, false},      {"pack", &RunPack, false},   {"build", &RunBuild, false},
-    {"query", &RunQuery, false},    {"stats", &RunStats, false}, {"verify", &RunVerify, false},
-    {"inspect", &RunInspect, true}, {"scene", &RunScene, true},  {"mark", &RunMark, true},
-    {"effect", &RunEffect, true},   {"adopt", &RunAdopt, false}, {"export", &RunExport, false},
-    {"plan", &RunPlan, false},      {"view", &RunView, false},
+    // clang-format off
+    {"scan", &RunScan, false},
+    {"pack", &RunPack, false},
+    {"build", &RunBuild, false},
+    {"query", &RunQuery, false},
+    {"stats", &RunStats, false},
+    {"verify", &RunVerify, false},
+    {"inspect", &RunInspect, true},
+    {"scene", &RunScene, true},
+    {"mark", &RunMark, true},
+    {"effect", &RunEffect, true},
+    {"adopt", &RunAdopt, false},
+    {"export", &RunExport, false},
+    {"plan", &RunPlan, false},
+    {"view", &RunView, false},
+    {"diff", &RunDiff, false},
+    // clang-format on
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "host/files/derivedkinds.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
+#include "host/plan/takerig.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -18,11 +19,6 @@ namespace
 {
 
 constexpr std::string_view RIG_EXTENSION = "animationrig";
-/// What a scan tells of a take's rig.
-constexpr const char RIG_PROPERTY[] = "CutsequenceRigResource";
-/// The rig of takes that have none, as the packer takes it for cameras.
-constexpr const char COMMON_RIG[] = "assembly:/animations/_common/trajectoryrig.rig.fbx";
-
 /// Files of one name, in their order.
 class ZFilesBeside
 {
@@ -56,7 +52,7 @@ public:
     void Add(const SSourceScan& scan)
     {
         for (const SSourceScan::SSubResource& entry : scan.subResources)
-            m_found.push_back({entry.sId, RigOf(entry)});
+            m_found.push_back({entry.sId, RigOfTake(entry)});
     }
 
     std::vector<SPlannedResource> Plan()
@@ -79,14 +75,6 @@ private:
         std::string sId;
         std::string sRig; ///< of a take
     };
-
-    static std::string RigOf(const SSourceScan::SSubResource& entry)
-    {
-        for (const auto& [sKey, sValue] : entry.properties)
-            if (sKey == RIG_PROPERTY && !sValue.empty())
-                return sValue;
-        return COMMON_RIG;
-    }
 
     /// The place of a packed rig; empty when there is no such file, which packing the take will tell of.
     std::string PlanRig(const std::string& sRig, const std::string& sPlatform)

@@ -303,14 +303,31 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
 
     pBuild->add_flag("--dry-run", options.bForesee, "Only tell what would be packed or removed, and why");
     pBuild->add_flag("--explain", options.bExplain, "Tell of each job why it ran");
+    pBuild
+        ->add_option("--farm", options.sStage,
+                     "Do one stage of a build in shares, as 'animpack plan --format slurm' has planned it")
+        ->check(CLI::IsMember({"rigs", "gather", "takes", "finish"}))
+        ->group("For other builders");
+    pBuild->add_option("--share", options.nShare, "The share that a stage is done of")
+        ->check(CLI::Range(1u, 1000000u))
+        ->group("For other builders");
     pBuild->add_flag("--watch", options.bWatch, "Build again whenever files of the tree change, until Ctrl-C")
         ->excludes("--dry-run");
     AddLogOptions(*pBuild, options);
 
+    CLI::App* pDiff = add("diff", "Compare two packed files, or two output folders: bytes, and millimetres of motion");
+    pDiff->add_option("A", raw.sMarks, "A packed file, or an output folder")->required();
+    pDiff->add_option("B", raw.sMarked, "What to compare it with")->required();
+    pDiff->footer("\nEnds with 0 when nothing is different, with 1 when anything is.");
+
     CLI::App* pPlan = add("plan", "Write what a build does as a manifest for another builder");
-    pPlan->add_option("--format", options.sFormat, "ninja: edges for every packed resource")
+    pPlan
+        ->add_option("--format", options.sFormat,
+                     "ninja: a manifest with an edge for each packed resource; slurm: a script that builds in shares")
         ->required()
-        ->check(CLI::IsMember({"ninja"}));
+        ->check(CLI::IsMember({"ninja", "slurm"}));
+    pPlan->add_option("-n,--shares", options.nShares, "Of slurm: into how many shares the tree is divided")
+        ->check(CLI::Range(1u, 1000000u));
     pPlan->add_option("-o,--output", options.sOutput, "File to write [default: standard output]");
     pPlan->add_option("--depfile", options.sDepFile,
                       "Write the files and folders that the plan was made of to this one");
@@ -412,6 +429,8 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     if (options.sCommand == "pack" || options.sCommand == "inspect" || options.sCommand == "scene" ||
         options.sCommand == "effect")
         options.sources = {raw.sSource};
+    if (options.sCommand == "diff")
+        options.sources = {raw.sMarks, raw.sMarked};
     if (options.sCommand == "mark")
         options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
@@ -423,6 +442,14 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
     options.eProgress = WHEN.at(raw.sProgress);
     options.session.bExplain = options.bExplain || options.bJson || !options.sLogFile.empty();
     options.session.nMemoryLimit = raw.nMemoryMegabytes << 20;
+    const CLI::Option* pJobs = command.get_option_no_throw("--jobs");
+    options.nCores = pJobs != nullptr && pJobs->count() != 0 ? options.session.nWorkers : 1;
+    if (options.sFormat == "slurm" && options.nShares == 0)
+        throw CLI::RequiredError("-n: into how many shares the tree is divided");
+    if ((options.sStage == "rigs" || options.sStage == "takes") == (options.nShare == 0))
+        if (!options.sStage.empty() || options.nShare != 0)
+            throw CLI::ValidationError("--share", "the stages rigs and takes are done of one share, the others of all");
+    options.session.bShare = !options.sStage.empty() && options.sStage != "finish";
     const CLI::Option* pBeside = command.get_option_no_throw("--beside");
     options.bBesideGiven = pBeside != nullptr && pBeside->count() != 0;
     options.bPlatformGiven = !options.platforms.empty();

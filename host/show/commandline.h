@@ -59,6 +59,8 @@ struct SOptions
     bool bForesee = false; ///< only tells what would be done
     bool bExplain = false;
     bool bWatch = false;
+    std::string sStage; ///< of a build in shares; empty: none
+    unsigned int nShare = 0;
 
     std::string sDepFile;      ///< of pack and plan; empty: none
     bool bBesideGiven = false; ///< whoever runs pack sees to what comes and goes beside the source
@@ -68,6 +70,7 @@ struct SOptions
     std::string sFormat;
     std::string sOutput; ///< empty: standard output
     unsigned int nShares = 0;
+    unsigned int nCores = 1; ///< of a task
 
     // Of adopt.
     std::string sFolder; ///< below --assets; empty: the character's name

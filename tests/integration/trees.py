@@ -1,5 +1,6 @@
 """Asset trees for builders, and the bytes that are built of them."""
 
+import hashlib
 import shutil
 from pathlib import Path
 
@@ -24,6 +25,7 @@ def many_takes(tree: Path, files: int, names: str = "moves {}.fbx") -> None:
     )
 
 
-def packed(out: Path) -> dict[str, bytes]:
-    """Every packed file below an output folder, by its place."""
-    return {str(path.relative_to(out)): path.read_bytes() for path in sorted((out / "pc").rglob("*")) if path.is_file()}
+def packed(out: Path) -> dict[str, str]:
+    """Hashes of all packed files below an output folder, by their places."""
+    files = (path for path in sorted((out / "pc").rglob("*")) if path.is_file())
+    return {str(path.relative_to(out)): hashlib.sha256(path.read_bytes()).hexdigest() for path in files}
