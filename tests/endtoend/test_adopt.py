@@ -190,6 +190,12 @@ class AdoptTest(host.HostTest):
                     self.assertLess(self.compare(line), 0.2, "the bone that packers leave at rest is one of these")
         self.assertIn("'Head' is 'Head_2'", lines[0]["messages"][0]["text"])
 
+        def stretched(scene):
+            scene.animate(lone_tree(scene, "Hips"), "Lcl Scaling", [(0, (1, 1, 1)), (10, (1, 1.5, 1))])
+
+        (line,) = self.adopt(self.scene("stretched.fbx", stretched))
+        self.assertIn("scale of 'Hips' (1 1 1 to 1 1.5 1), which moves", str(line["messages"]))
+
     def test_refused(self):
         still = self.scene("still.fbx", lambda scene: scene.node("box", "Mesh"))
         lines = self.adopt(still, HIKER, code=1)
