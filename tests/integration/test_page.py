@@ -219,6 +219,8 @@ class PageTest(unittest.TestCase):
         self.assertGreater(self.count(self.view(), lambda r, g, b: r < 150), 300, "it is shown all the same")
         self.browser.run("document.getElementById('filter').value = 'nothing'; page.takes.update()")
         self.assertEqual(self.text("no-takes"), "No take fits.")
+        self.browser.key("ArrowDown")  # to where there is none
+        self.assertEqual(self.browser.run(SHOWN), "stroll")
 
     def test_names_are_text(self):
         self.open("walk", 40)

@@ -152,7 +152,7 @@ export class ClipData {
 
   /** Decodes a take; null for one that has nothing to show. */
   async clipOf(take) {
-    if (!take.rig) return null;
+    if (!take.rig || !take.frames) return null;
     let clip = this.kept.get(take.number);
     if (!clip) {
       const details = JSON.parse(textOf(`details${take.number}`));
