@@ -21,6 +21,9 @@ constexpr float FRONT = 0.22f;      ///< the trajectory's
 // Of the part's length.
 constexpr float SLIM = 0.13f;
 
+/// Bones of what is no mere prop.
+constexpr size_t MANY = 8;
+
 constexpr TVector TO_FRONT{0.0f, -1.0f, 0.0f};
 
 float Length(const TVector& v)
@@ -42,7 +45,7 @@ TVector Turned(const std::array<float, 4>& q, const TVector& v)
             v[2] + 2.0f * (q[3] * c[2] + q[0] * c[1] - q[1] * c[0])};
 }
 
-/// The longest side of the box around the bind pose; of a rig that is a point, a decimetre.
+/// The longest side of the box around the bind pose; of a rig that is a point, a metre.
 float SizeOf(const std::vector<SBoneKey>& character)
 {
     TVector low = character.front().t, high = low;
@@ -53,7 +56,7 @@ float SizeOf(const std::vector<SBoneKey>& character)
             high[i] = std::max(high[i], bone.t[i]);
         }
     const float fSize = std::max({high[0] - low[0], high[1] - low[1], high[2] - low[2]});
-    return fSize > 1e-4f && std::isfinite(fSize) ? fSize : 0.1f;
+    return fSize > 1e-4f && std::isfinite(fSize) ? fSize : 1.0f;
 }
 
 } // namespace
@@ -91,6 +94,7 @@ std::vector<SBodyPart> MakeBody(const SClipRig& rig)
     for (const SClipBone& bone : rig.bones)
         if (bone.nParent >= 0)
             isParent[static_cast<size_t>(bone.nParent)] = true;
+    const bool bCharacter = rig.bones.size() >= MANY;
     // The trajectory bone, and bones that carry the rig where it stands.
     std::vector<bool> isBase(rig.bones.size(), false);
     for (const uint32_t n : rig.order)
@@ -110,8 +114,8 @@ std::vector<SBodyPart> MakeBody(const SClipRig& rig)
         const SClipBone& bone = rig.bones[n];
         const float fLength = Length(bone.bindPose.t);
         const bool bTrajectory = static_cast<int>(n) == rig.nTrajectory;
-        const bool bAcross =
-            bone.nParent >= 0 && isBase[static_cast<size_t>(bone.nParent)] && isParent[n] && fLength > ACROSS * fSize;
+        const bool bAcross = bCharacter && bone.nParent >= 0 && isBase[static_cast<size_t>(bone.nParent)] &&
+                             isParent[n] && fLength > ACROSS * fSize;
         if (bone.nParent >= 0 && !bAcross && fLength > SHORTEST * fSize)
             add(bone.nParent, bone.bindPose.t);
         if (bTrajectory)

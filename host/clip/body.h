@@ -15,8 +15,8 @@ struct SBodyPart
 };
 
 /// A body that shows how a rig stands: a part from each bone to each of its children, and a short one on bones without
-/// children. From the bones that carry a rig on the floor none leads up to the hips; the trajectory bone's own part
-/// lies on the floor and points to the front. Never empty for a rig that has bones.
+/// children. From the bones that carry a character on the floor none leads up to the hips; the trajectory bone's own
+/// part lies on the floor and points to the front. Never empty for a rig that has bones.
 std::vector<SBodyPart> MakeBody(const SClipRig& rig);
 
 /// Character space, of the bind pose.

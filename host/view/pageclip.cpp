@@ -20,7 +20,7 @@ namespace
 // Steps of what the page holds: far below what an eye sees, or a track can.
 constexpr double STEPS_PER_METRE = 1e5;
 constexpr double STEPS_PER_UNIT = 32767.0;   ///< of a quaternion's component
-constexpr double STEPS_PER_MILLIMETRE = 1e4; ///< of errors
+constexpr double STEPS_PER_MILLIMETRE = 1e3; ///< of errors
 constexpr double FURTHEST = 1e5;             ///< millimetres that an error shows as which is no number
 constexpr int COMPRESSION = 9;
 

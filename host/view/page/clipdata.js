@@ -4,7 +4,7 @@ import { multiply, rotate } from './quaternion.js';
 const NUMBERS = 7; // of a bone at a frame: x, y, z of its place and x, y, z, w of its turn
 const STEPS_PER_METRE = 1e5;
 const STEPS_PER_UNIT = 32767;
-const STEPS_PER_MILLIMETRE = 1e4;
+const STEPS_PER_MILLIMETRE = 1e3;
 const KEPT = 12; // takes that stay decoded
 
 const textOf = (id) => document.getElementById(id).textContent;
@@ -152,7 +152,7 @@ export class ClipData {
 
   /** Decodes a take; null for one that has nothing to show. */
   async clipOf(take) {
-    if (!take.rig) return null;
+    if (!take.rig || !take.frames) return null;
     let clip = this.kept.get(take.number);
     if (!clip) {
       const details = JSON.parse(textOf(`details${take.number}`));

@@ -51,7 +51,7 @@ class Page {
     this.takes.choose(take);
     this.wanted = take;
     let clip = null;
-    let why = take.error;
+    let why = take.error ?? 'It has no frames.';
     try {
       clip = await this.data.clipOf(take);
     } catch (error) {
@@ -90,7 +90,7 @@ class Page {
         ['Way gone', `${take.way.toFixed(2)} m`],
         ['Size', sizeText(take.bytes)],
         ['Platform', take.platform],
-        ['Rig', `${take.rig.name}, ${take.rig.bones.length} bones`],
+        ['Rig', `${take.rig.name}, ${take.rig.bones.length} ${take.rig.bones.length === 1 ? 'bone' : 'bones'}`],
       ];
       if (take.worst)
         list.push(['Worst error', millimetreText(take.worst.mm)], ['Mean error', millimetreText(take.mean)]);
@@ -175,6 +175,7 @@ class Page {
   }
 
   async copyLink() {
+    if (!this.take) return;
     this.player.play(false);
     writeLink(this.take, this.player.frame);
     try {
@@ -238,8 +239,8 @@ class Page {
       ' ': () => player.play(),
       ArrowLeft: () => player.step(event.shiftKey ? -10 : -1),
       ArrowRight: () => player.step(event.shiftKey ? 10 : 1),
-      ArrowUp: () => this.choose(this.takes.beside(-1)),
-      ArrowDown: () => this.choose(this.takes.beside(1)),
+      ArrowUp: () => this.chooseBeside(-1),
+      ArrowDown: () => this.chooseBeside(1),
       Home: () => player.seek(0),
       End: () => player.seek(player.last),
       '[': () => player.changeSpeed(-1),
@@ -263,8 +264,13 @@ class Page {
     act();
   }
 
+  chooseBeside(steps) {
+    const take = this.takes.beside(steps);
+    if (take) this.choose(take);
+  }
+
   goToWorst() {
-    if (!this.take.worst || !this.clip) return;
+    if (!this.clip || !this.take.worst) return;
     this.player.seek(this.take.worst.frame);
     this.chooseBone(this.clip.rig.bones.findIndex(([name]) => name === this.take.worst.bone));
   }

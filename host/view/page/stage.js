@@ -187,7 +187,7 @@ export class Stage {
     const across = Math.hypot(this.box.max.x - this.box.min.x, this.box.max.z - this.box.min.z) / 2;
     const tall = (this.box.max.y - this.box.min.y) / 2 / Math.max(0.5, 1 - SAID / Math.max(1, clientHeight));
     const wide = (across * clientHeight) / Math.max(1, clientWidth);
-    const distance = (1.12 * Math.max(tall, wide)) / Math.tan(half) + across;
+    const distance = (1.04 * Math.max(tall, wide)) / Math.tan(half) + across / 2;
     this.controls.target.copy(middle);
     this.controls.minDistance = this.size * 0.05;
     this.controls.maxDistance = this.size * 30;
