@@ -37,7 +37,7 @@ def play(wanted):
 
 
 def main():
-    path, fps, wanted, first, last, out = sys.argv[sys.argv.index("--") + 1:]
+    path, fps, wanted, first, last, out = sys.argv[sys.argv.index("--") + 1 :]
     load(path, int(fps))
     play(wanted)
     heads = {}

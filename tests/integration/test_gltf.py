@@ -20,7 +20,7 @@ ELSEWHERE = ("Bip01", "Twist", "ForeT", "Bone_")
 
 def gltf_of(path):
     data = path.read_bytes()
-    return json.loads(data[20:20 + struct.unpack_from("<I", data, 12)[0]])
+    return json.loads(data[20 : 20 + struct.unpack_from("<I", data, 12)[0]])
 
 
 def turned(q, v):
@@ -47,8 +47,10 @@ class GltfTest(unittest.TestCase):
     def test_validator_has_nothing_to_say(self):
         node_modules()
         samples.build(SAMPLES, self.out, status=1)  # two takes have no rig there
-        files = [self.export("all.glb", "assembly:/", assets=SAMPLES),
-                 self.export("source.glb", "assembly:/", "--source", assets=SAMPLES)]
+        files = [
+            self.export("all.glb", "assembly:/", assets=SAMPLES),
+            self.export("source.glb", "assembly:/", "--source", assets=SAMPLES),
+        ]
         takes = gltf_of(files[0])["animations"]
         self.assertGreaterEqual(len(takes), 17)
         files += [self.export(f"take{n}.glb", take["extras"]["id"], assets=SAMPLES) for n, take in enumerate(takes)]
@@ -64,8 +66,22 @@ class GltfTest(unittest.TestCase):
 
     def heads(self, path, fps, action, first, last):
         out = self.work / "heads.json"
-        run(program("blender"), "-b", "--python-exit-code", "1", "--python", HERE / "blender_heads.py", "--", path, fps,
-            action, first, last, out, env={**os.environ, "PATH": "/usr/bin:/bin"})  # the Python that it was built with
+        run(
+            program("blender"),
+            "-b",
+            "--python-exit-code",
+            "1",
+            "--python",
+            HERE / "blender_heads.py",
+            "--",
+            path,
+            fps,
+            action,
+            first,
+            last,
+            out,
+            env={**os.environ, "PATH": "/usr/bin:/bin"},
+        )  # the Python that it was built with
         return json.loads(out.read_text())
 
     def compare(self, exported, scene, place, turn):

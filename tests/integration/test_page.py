@@ -19,14 +19,14 @@ def pixels(png):
     chunks, at = {}, 8
     while at < len(png):
         size, kind = struct.unpack_from(">I4s", png, at)
-        chunks[kind] = chunks.get(kind, b"") + png[at + 8:at + 8 + size]
+        chunks[kind] = chunks.get(kind, b"") + png[at + 8 : at + 8 + size]
         at += 12 + size
     width, height, _, colour = struct.unpack_from(">IIBB", chunks[b"IHDR"])
     each = {2: 3, 6: 4}[colour]
     data, line = zlib.decompress(chunks[b"IDAT"]), width * each
     above, rows = bytearray(line), bytearray()
     for row in range(height):
-        kind, now = data[row * (line + 1)], bytearray(data[row * (line + 1) + 1:(row + 1) * (line + 1)])
+        kind, now = data[row * (line + 1)], bytearray(data[row * (line + 1) + 1 : (row + 1) * (line + 1)])
         for n in range(line):
             left, up, corner = (now[n - each] if n >= each else 0), above[n], (above[n - each] if n >= each else 0)
             if kind == 1:
@@ -42,7 +42,7 @@ def pixels(png):
             now[n] = (now[n] + guess) & 255
         above = now
         for n in range(0, line, each):
-            rows += now[n:n + 3]
+            rows += now[n : n + 3]
     return width, height, bytes(rows)
 
 
@@ -88,10 +88,17 @@ class PageTest(unittest.TestCase):
 
     def view(self):
         """The middle of the picture, where the figure stands and nothing lies over it, at half its size."""
-        box = self.browser.run("(({x, y, width, height}) => ({x, y, width, height}))"
-                               "(document.getElementById('stage').getBoundingClientRect())")
-        clip = {"x": box["x"] + box["width"] * 0.25, "y": box["y"] + 120, "width": box["width"] * 0.5,
-                "height": box["height"] - 220, "scale": 0.5}
+        box = self.browser.run(
+            "(({x, y, width, height}) => ({x, y, width, height}))"
+            "(document.getElementById('stage').getBoundingClientRect())"
+        )
+        clip = {
+            "x": box["x"] + box["width"] * 0.25,
+            "y": box["y"] + 120,
+            "width": box["width"] * 0.5,
+            "height": box["height"] - 220,
+            "scale": 0.5,
+        }
         return pixels(self.browser.picture(clip=clip))[2]
 
     def show(self, **things):
@@ -101,17 +108,21 @@ class PageTest(unittest.TestCase):
 
     @staticmethod
     def count(rows, fits):
-        return sum(1 for n in range(0, len(rows), 3) if fits(*rows[n:n + 3]))
+        return sum(1 for n in range(0, len(rows), 3) if fits(*rows[n : n + 3]))
 
     def changed(self, before, after):
-        return sum(1 for n in range(0, len(before), 3)
-                   if max(abs(a - b) for a, b in zip(before[n:n + 3], after[n:n + 3])) > 40)
+        return sum(
+            1
+            for n in range(0, len(before), 3)
+            if max(abs(a - b) for a, b in zip(before[n : n + 3], after[n : n + 3])) > 40
+        )
 
     def test_figure_is_drawn_and_plays(self):
         self.open("run")
         figure = self.view()
-        self.browser.run("page.stage.packed.mesh.visible = page.stage.source.mesh.visible = false; "
-                         "page.stage.invalidate()")
+        self.browser.run(
+            "page.stage.packed.mesh.visible = page.stage.source.mesh.visible = false; " "page.stage.invalidate()"
+        )
         self.browser.drawn()
         floor = self.view()
         self.assertGreater(self.changed(figure, floor), len(floor) / 3 * 0.01, "pixels of the figure")
@@ -144,6 +155,7 @@ class PageTest(unittest.TestCase):
 
         def blue(r, g, b):
             return b > 180 and b - r > 70
+
         self.show(way=False)
         seen = {}
         for frame in (first - 6, first + 6):
@@ -188,14 +200,18 @@ class PageTest(unittest.TestCase):
         self.open()
         names = "[...document.querySelectorAll('.take-name')].map((one) => one.textContent)"
         self.assertEqual(len(self.browser.run(names)), 9)
-        self.browser.run("document.getElementById('order').value = 'way'; "
-                         "document.getElementById('order').dispatchEvent(new Event('input'))")
+        self.browser.run(
+            "document.getElementById('order').value = 'way'; "
+            "document.getElementById('order').dispatchEvent(new Event('input'))"
+        )
         self.assertEqual(self.browser.run(names)[0], "run")
         self.browser.run("document.getElementById('filter').focus()")
         self.browser.call("Input.insertText", text="moves_yup str")
         self.assertEqual(self.browser.run(names), ["stroll"])
         self.assertEqual(self.text("take-count"), "1 of 9 takes")
-        x, y = self.browser.run("(({x, y}) => [x + 20, y + 20])(document.querySelector('.take').getBoundingClientRect())")
+        x, y = self.browser.run(
+            "(({x, y}) => [x + 20, y + 20])(document.querySelector('.take').getBoundingClientRect())"
+        )
         self.browser.drag((x, y), (x, y))
         self.browser.wait("page.take.name === 'stroll'")
         self.assertIn("No source to compare with", self.text("findings"))
@@ -231,8 +247,10 @@ class PageTest(unittest.TestCase):
         self.open("run")
         where = "page.stage.camera.position.toArray()"
         home = self.browser.run(where)
-        x, y = self.browser.run("(({x, y, width, height}) => [x + width / 2, y + height / 2])"
-                                "(document.getElementById('stage').getBoundingClientRect())")
+        x, y = self.browser.run(
+            "(({x, y, width, height}) => [x + width / 2, y + height / 2])"
+            "(document.getElementById('stage').getBoundingClientRect())"
+        )
         self.browser.drag((x, y), (x + 60, y), (x + 120, y))
         turned = self.browser.run(where)
         self.assertGreater(abs(turned[0] - home[0]), 0.3)
