@@ -1,6 +1,6 @@
 """Runs in Blender with a window: does what docs/blender.md tells, and takes its pictures on the way.
 
-scripts/pictures-blender starts it: blender ... --python pictures-blender.py -- ANIMPACK STOCK WORK PICTURES
+scripts/pictures-blender starts it in WORK: blender ... --python pictures-blender.py -- ANIMPACK STOCK WORK PICTURES
 """
 
 import os
@@ -70,7 +70,7 @@ def prepare():
     thing.show_name = True
     bpy.context.view_layer.objects.active = thing
     thing.select_set(True)
-    scene.animpack.assets = os.path.join(WORK, "art")
+    scene.animpack.assets = "art"  # below the working folder: no path of this machine in a picture
     _, area, _, _ = view()
     space = area.spaces.active
     space.show_region_ui = True

@@ -136,7 +136,7 @@ class DepFileTest(host.HostTest):
 
 class WatchTest(host.HostTest):
     def test_builds_again(self):
-        """Right after the last write, once for a storm, in folders that come and are renamed; the output is in the tree."""
+        """After the last write, once for a storm, in folders that come and are renamed; the output is in the tree."""
         tree = self.copy_tree(*NAMES[:4])
         words = [host.PROGRAM, "build", "--watch", "--json", "--assets", tree, "--out", os.path.join(tree, "packed")]
         watch = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)

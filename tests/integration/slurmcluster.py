@@ -83,14 +83,26 @@ class Cluster:
         with log:
             self.daemons[name] = subprocess.Popen(
                 # A test that is killed has no time to end them.
-                ["setpriv", "--pdeathsig", "KILL", integration.program(str(words[0])), *map(str, words[1:])], stdout=log, stderr=log, env=self.environment
+                ["setpriv", "--pdeathsig", "KILL", integration.program(str(words[0])), *map(str, words[1:])],
+                stdout=log,
+                stderr=log,
+                env=self.environment,
             )
 
     def start_all(self) -> None:
         munge = self.work / "munge"
-        self.start("munged", "munged", "--foreground", "--force", "--num-threads=1", f"--socket={munge}/socket",
-                   f"--key-file={munge}/key", f"--pid-file={munge}/pid", f"--log-file={munge}/log",
-                   f"--seed-file={munge}/seed")
+        self.start(
+            "munged",
+            "munged",
+            "--foreground",
+            "--force",
+            "--num-threads=1",
+            f"--socket={munge}/socket",
+            f"--key-file={munge}/key",
+            f"--pid-file={munge}/pid",
+            f"--log-file={munge}/log",
+            f"--seed-file={munge}/seed",
+        )
         self.wait_for(lambda: (munge / "socket").exists(), "munged")
         self.start("slurmctld", "slurmctld", "-D", "-i")
         for node in ("one", "two"):

@@ -186,11 +186,12 @@ def _take_faults(ground: Ground, mark: TakeMark, seen: dict[str, str]) -> list[F
     if take.end < take.start:
         words = f"take '{take.name}' ends at frame {take.end}, before its first frame {take.start}"
         tell(ERROR, words, take.name)
-    names = [node.name for node in ground.nodes]
-    for bone in take.bones:
+    names = [marks.bare(node.name) for node in ground.nodes]
+    bones = [marks.bare(bone) for bone in take.bones]
+    for bone in bones:
         if bone not in names:
             tell(WARNING, f"partialList: there is no node '{bone}'{nearest(bone, names)}", take.name)
-    if take.bones and not set(take.bones) & set(names):
+    if bones and not set(bones) & set(names):
         tell(ERROR, "No bone of the partial list is there: nothing would be packed", take.name)
     if mark.action_gone:
         tell(ERROR, "The action of this take is gone", take.name)

@@ -25,7 +25,7 @@ if __name__ == "__main__":
         animpack.properties.register()
     __package__ = HERE.name
 
-from . import armatures, bake, fbxmarks, marks, properties  # noqa: E402  the package is known from here on
+from . import armatures, bake, fbxmarks, grounds, marks, properties  # noqa: E402  the package is known from here on
 from .armatures import PlainNode, Recorder  # noqa: E402
 from .poses import write_curve  # noqa: E402
 
@@ -59,6 +59,8 @@ def export(scene: bpy.types.Scene, file: str) -> dict:
     properties.name_own_rigs(scene)
     for thing in scene.objects:
         properties.place_origin(thing)
+        if grounds.is_skin(thing):
+            thing.hide_viewport = True  # is not deformed then, unless a bone asks for it
     sampled = bake.collect(scene)
     bake.lay(sampled)
     bake.sample(scene, sampled, 100.0 * scene.unit_settings.scale_length)

@@ -54,7 +54,8 @@ class _Single(_WithoutMarks):
 
 
 def available() -> bool:
-    """Whether the exporter is there and writes marks."""
+    """Whether the exporter is there and writes marks; one that was loaded anew is taught again."""
+    register()
     return _original is not None
 
 

@@ -11,6 +11,7 @@ from .checks import Fault
 from .grounds import Place
 from .pipeline import TakeResult
 
+SHOWN = 6  # faults of a list
 ICONS = {checks.ERROR: "ERROR", checks.WARNING: "QUESTION", "INFO": "INFO"}
 
 
@@ -74,7 +75,8 @@ class ANIMPACK_PT_mark(_Panel):
         column.prop(item, "animpack_ground_name", text="Name")
         column.prop(item, "animpack_is_rig")
         if marks.flag(item, marks.RIG):
-            _wrapped(column, context, marks.text(item, marks.RIG_RESOURCE))
+            if marks.text(item, marks.RIG_RESOURCE):
+                _wrapped(column, context, marks.text(item, marks.RIG_RESOURCE))
         else:
             column.prop(item, "animpack_rig_resource", text="Rig")
         column.prop(item, "animpack_deform_only")
@@ -210,15 +212,21 @@ class ANIMPACK_PT_faults(_Panel):
         found = state.faults(context.scene)
         if not found:
             layout.label(text="None in the marks", icon="CHECKMARK")
-        for fault in found:
-            _draw_fault(layout, context, fault)
+        _draw_faults(layout, context, found)
         if state.last is not None and state.last.faults:
             layout.label(text="What animpack said last:")
-            for fault in state.last.faults:
-                _draw_fault(layout, context, fault)
+            _draw_faults(layout, context, state.last.faults)
         if state.last is not None and state.last.found:
             _wrapped(layout, context, "Found: " + ", ".join(state.last.found), "CHECKMARK")
         layout.operator("animpack.check", text="Check with animpack", icon="VIEWZOOM")
+
+
+def _draw_faults(layout: bpy.types.UILayout, context: bpy.types.Context, found: list[Fault]) -> None:
+    """The first of them: when they are mended, the others come."""
+    for fault in found[:SHOWN]:
+        _draw_fault(layout, context, fault)
+    if len(found) > SHOWN:
+        layout.label(text=f"and {len(found) - SHOWN} more")
 
 
 def _draw_fault(layout: bpy.types.UILayout, context: bpy.types.Context, fault: Fault) -> None:
@@ -278,8 +286,8 @@ class ANIMPACK_PT_options(_Panel):
 CLASSES = (
     ANIMPACK_UL_takes,
     ANIMPACK_PT_mark,
-    ANIMPACK_PT_takes,
     ANIMPACK_PT_faults,
+    ANIMPACK_PT_takes,
     ANIMPACK_PT_pack,
     ANIMPACK_PT_options,
 )
