@@ -8,10 +8,10 @@ namespace Host
 /// How far two packed animations are apart, each decoded against the rig in its own output folder.
 struct SPoseDifference
 {
-    std::string sError; ///< why they could not be compared; then nothing else is told
+    std::string sError;     ///< why they could not be compared; then nothing else is told
     bool bSameShape = true; ///< bones of the same names, and as many frames; of others the common ones are compared
     size_t nBones = 0, nFrames = 0; ///< compared
-    double fMaxMillimetres = 0.0; ///< of points 3 cm from each bone along its axes, in character space
+    double fMaxMillimetres = 0.0;   ///< of points 3 cm from each bone along its axes, in character space
     std::string sWorstBone;
     size_t nWorstFrame = 0;
 };

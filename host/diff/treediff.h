@@ -24,14 +24,15 @@ struct SFileDifference
     EKind eKind = eSame;
     std::string sPlace; ///< below the folders
     uint64_t nBytesA = 0, nBytesB = 0;
-    uint64_t nBytesOther = 0; ///< that are not the same at their place, the length's difference among them
+    uint64_t nBytesOther = 0;            ///< that are not the same at their place, the length's difference among them
     std::optional<SPoseDifference> pose; ///< of two animations that changed
     std::vector<std::string> changes;    ///< of rigs, databases and headers, in words
 };
 std::string_view NameOf(SFileDifference::EKind eKind);
 
-/// Compares two packed files, or two output folders with all that is packed in them, and reports every file in the order
-/// of the places. ZHostError when one is not there, or one is a file and the other a folder.
-void DiffPacked(const std::string& sA, const std::string& sB, const std::function<void(const SFileDifference&)>& report);
+/// Compares two packed files, or two output folders with all that is packed in them, and reports every file in the
+/// order of the places. ZHostError when one is not there, or one is a file and the other a folder.
+void DiffPacked(const std::string& sA, const std::string& sB,
+                const std::function<void(const SFileDifference&)>& report);
 
 } // namespace Host

@@ -15,7 +15,8 @@ std::string PoseText(const SPoseDifference& pose)
 {
     if (!pose.sError.empty())
         return "motion not compared: " + pose.sError;
-    const std::string sWhat = pose.bSameShape ? "" : Formatted(" of the %zu bones and %zu frames that both have", pose.nBones, pose.nFrames);
+    const std::string sWhat =
+        pose.bSameShape ? "" : Formatted(" of the %zu bones and %zu frames that both have", pose.nBones, pose.nFrames);
     if (pose.fMaxMillimetres == 0.0)
         return "the same motion" + sWhat;
     return Formatted("at most %.4g mm", pose.fMaxMillimetres) + ", '" + pose.sWorstBone + "' at frame " +
@@ -54,11 +55,13 @@ std::string DiffText(const SFileDifference& difference)
 {
     if (difference.eKind == SFileDifference::eSame)
         return {};
-    std::string sText = std::string(NameOf(difference.eKind)) + std::string(9 - NameOf(difference.eKind).size(), ' ') + difference.sPlace;
+    std::string sText = std::string(NameOf(difference.eKind)) + std::string(9 - NameOf(difference.eKind).size(), ' ') +
+                        difference.sPlace;
     if (difference.eKind != SFileDifference::eChanged)
         return sText + "  " + BytesText(difference.nBytesOther) + '\n';
     const auto nDelta = static_cast<long long>(difference.nBytesB) - static_cast<long long>(difference.nBytesA);
-    sText += Formatted("  %llu bytes other, length %+lld", static_cast<unsigned long long>(difference.nBytesOther), nDelta);
+    sText +=
+        Formatted("  %llu bytes other, length %+lld", static_cast<unsigned long long>(difference.nBytesOther), nDelta);
     if (difference.pose)
         sText += "; " + PoseText(*difference.pose);
     sText += '\n';
@@ -96,8 +99,8 @@ std::string DiffSummaryLine(const SDiffTotals& totals)
 
 std::string DiffSummaryText(const SDiffTotals& totals)
 {
-    return Formatted("%zu new, %zu gone, %zu changed (at most %.4g mm), %zu the same", totals.counts[0], totals.counts[1],
-                     totals.counts[2], totals.fMaxMillimetres, totals.counts[3]);
+    return Formatted("%zu new, %zu gone, %zu changed (at most %.4g mm), %zu the same", totals.counts[0],
+                     totals.counts[1], totals.counts[2], totals.fMaxMillimetres, totals.counts[3]);
 }
 
 } // namespace Host
