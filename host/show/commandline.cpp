@@ -3,6 +3,7 @@
 #include "host/files/derivedkinds.h"
 #include "host/module/moduleloader.h"
 #include "host/show/failureline.h"
+#include "host/show/manual.h"
 #include "host/text/hosterror.h"
 #include "host/text/words.h"
 
@@ -519,6 +520,58 @@ void CheckCommand(const CLI::App& app, const std::vector<std::string>& arguments
 
 } // namespace
 
+namespace
+{
+
+SOptionHelp HelpOf(const CLI::Option& option)
+{
+    SOptionHelp help;
+    for (const std::string& sName : option.get_snames())
+        help.names.push_back('-' + sName);
+    for (const std::string& sName : option.get_lnames())
+        help.names.push_back("--" + sName);
+    if (help.names.empty())
+        help.names.push_back(option.get_name());
+    help.sText = option.get_description();
+    help.bValue = option.get_expected_max() > 0 && option.get_type_size() > 0;
+    // "TEXT:{auto,always,never}"
+    const std::string sType = option.get_type_name();
+    if (const size_t nOpen = sType.find('{'), nClose = sType.rfind('}'); nOpen < nClose && nClose != std::string::npos)
+        for (size_t n = nOpen + 1; n < nClose;)
+        {
+            const size_t nEnd = std::min(sType.find(',', n), nClose);
+            help.choices.push_back(sType.substr(n, nEnd - n));
+            n = nEnd + 1;
+        }
+    return help;
+}
+
+SCommandHelp HelpOf(const CLI::App& app, bool bProgram)
+{
+    SCommandHelp help{bProgram ? std::string() : app.get_name(), app.get_description(), {}, {}, app.get_footer()};
+    for (const CLI::Option* pOption : app.get_options())
+        (pOption->get_positional() ? help.words : help.options).push_back(HelpOf(*pOption));
+    return help;
+}
+
+/// For the installation: "help --format man" and so on, from the very words that --help shows. Empty for anything else.
+std::string ManualFor(const CLI::App& app, const std::vector<std::string>& arguments)
+{
+    if (arguments.size() != 3 || arguments[0] != "help" || arguments[1] != "--format")
+        return {};
+    std::vector<SCommandHelp> commands{HelpOf(app, true)};
+    for (const CLI::App* pCommand : app.get_subcommands({}))
+        commands.push_back(HelpOf(*pCommand, false));
+    const std::string& sFormat = arguments[2];
+    return sFormat == "man"    ? ManPage(commands, ANIMPACK_VERSION)
+           : sFormat == "bash" ? BashCompletion(commands)
+           : sFormat == "zsh"  ? ZshCompletion(commands)
+           : sFormat == "fish" ? FishCompletion(commands)
+                               : std::string();
+}
+
+} // namespace
+
 bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode)
 {
     CLI::App app("Packs the animations and rigs of FBX scenes for a game's runtime.", "animpack");
@@ -532,6 +585,12 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     SRawOptions raw;
     AddCommands(app, options, raw);
     std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
+    if (const std::string sManual = ManualFor(app, arguments); !sManual.empty())
+    {
+        std::cout << sManual << std::flush;
+        nExitCode = eExit_Done;
+        return false;
+    }
     // Also where the words that come before it can't be understood.
     const bool bJson = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     try
