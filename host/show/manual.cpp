@@ -14,7 +14,10 @@ std::string Roff(const std::string& sLine)
 {
     std::string sText = sLine.starts_with('.') || sLine.starts_with('\'') ? "\\&" : "";
     for (const char c : sLine)
-        sText += c == '\\' ? std::string("\\e") : c == '-' ? std::string("\\-") : c == '\'' ? std::string("\\(aq") : std::string(1, c);
+        sText += c == '\\'   ? std::string("\\e")
+                 : c == '-'  ? std::string("\\-")
+                 : c == '\'' ? std::string("\\(aq")
+                             : std::string(1, c);
     return sText;
 }
 
@@ -33,7 +36,8 @@ std::string RoffBlock(const std::string& sFooter)
         if (sLine.empty())
             bParagraph = true;
         else
-            sText += (!bIndented && std::exchange(bParagraph, false) ? ".PP\n" : "") + Roff(bIndented ? sLine.substr(2) : sLine) + '\n';
+            sText += (!bIndented && std::exchange(bParagraph, false) ? ".PP\n" : "") +
+                     Roff(bIndented ? sLine.substr(2) : sLine) + '\n';
     }
     return sText + (bExample ? ".EE\n.RE\n" : "");
 }
@@ -88,7 +92,9 @@ std::string AllNames(const SCommandHelp& command)
 std::string ManPage(const std::vector<SCommandHelp>& commands, const std::string& sVersion)
 {
     const SCommandHelp& program = commands.front();
-    std::string sText = ".TH ANIMPACK 1 \"\" \"animpack " + Roff(sVersion) + "\" \"User Commands\"\n.SH NAME\nanimpack \\- pack the animations and rigs of FBX scenes\n.SH SYNOPSIS\n.B animpack\n.I COMMAND\n[options]\n.SH DESCRIPTION\n" +
+    std::string sText = ".TH ANIMPACK 1 \"\" \"animpack " + Roff(sVersion) +
+                        "\" \"User Commands\"\n.SH NAME\nanimpack \\- pack the animations and rigs of FBX scenes\n.SH "
+                        "SYNOPSIS\n.B animpack\n.I COMMAND\n[options]\n.SH DESCRIPTION\n" +
                         Roff(program.sText) + "\n.SH COMMANDS\n";
     for (auto it = commands.begin() + 1; it != commands.end(); ++it)
     {
@@ -107,16 +113,19 @@ std::string BashCompletion(const std::vector<SCommandHelp>& commands)
     for (const SCommandHelp& command : commands)
     {
         sNames += command.sName.empty() ? "" : (sNames.empty() ? "" : " ") + command.sName;
-        sOptions += "    " + (command.sName.empty() ? "''" : command.sName) + ") options=" + Quoted(AllNames(command), "'\\''") + " ;;\n";
+        sOptions += "    " + (command.sName.empty() ? "''" : command.sName) +
+                    ") options=" + Quoted(AllNames(command), "'\\''") + " ;;\n";
         for (const SOptionHelp& option : command.options)
             for (const std::string& sName : option.names)
                 if (!option.choices.empty())
-                    sValues += "    '" + command.sName + ' ' + sName + "') values=" + Quoted(Joined(option.choices), "'\\''") + " ;;\n";
+                    sValues += "    '" + command.sName + ' ' + sName +
+                               "') values=" + Quoted(Joined(option.choices), "'\\''") + " ;;\n";
                 else if (option.bValue)
                     sValues += "    '" + command.sName + ' ' + sName + "') files=1 ;;\n";
     }
     return "# bash completion for animpack\n\n_animpack() {\n"
-           "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command='' options='' values='' files='' n\n"
+           "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command='' options='' values='' "
+           "files='' n\n"
            "  COMPREPLY=()\n"
            "  for ((n = 1; n < COMP_CWORD; ++n)); do\n"
            "    if [[ ${COMP_WORDS[n]} != -* ]]; then command=${COMP_WORDS[n]}; break; fi\n"
@@ -164,7 +173,8 @@ std::string ZshCompletion(const std::vector<SCommandHelp>& commands)
             {
                 std::string sSpec = "*" + sName + '[' + text(option.sText) + ']';
                 if (option.bValue)
-                    sSpec += ":value:" + (option.choices.empty() ? std::string("_files") : '(' + Joined(option.choices) + ')');
+                    sSpec += ":value:" +
+                             (option.choices.empty() ? std::string("_files") : '(' + Joined(option.choices) + ')');
                 sCases += " \\\n        " + Quoted(sSpec, "'\\''");
             }
         sCases += " \\\n        '*:file:_files'\n      ;;\n";
@@ -183,7 +193,8 @@ std::string FishCompletion(const std::vector<SCommandHelp>& commands)
         std::string sWhen = "__fish_use_subcommand";
         if (!command.sName.empty())
         {
-            sText += "complete -c animpack -n __fish_use_subcommand -f -a " + command.sName + " -d " + Quoted(command.sText, "\\'") + '\n';
+            sText += "complete -c animpack -n __fish_use_subcommand -f -a " + command.sName + " -d " +
+                     Quoted(command.sText, "\\'") + '\n';
             sWhen = "'__fish_seen_subcommand_from " + command.sName + "'";
         }
         for (const SOptionHelp& option : command.options)

@@ -35,8 +35,8 @@ TEST(OutputPath, PlainIdentifiersAreReadable)
     EXPECT_EQ(Place("<<assembly:/a/rig.fbx?/r.rig>.pc.animationrig>.pc.rigxml"),
               "pc/a/rig.fbx/r.rig.animationrig.rigxml");
     // What is too long for a disk is shortened in its last part alone.
-    const std::string sLong = Place("<assembly:/a/hero.fbx?/" + std::string(190, 'w') + ".take>(" +
-                                    std::string(190, 'r') + ").pc.animation");
+    const std::string sLong =
+        Place("<assembly:/a/hero.fbx?/" + std::string(190, 'w') + ".take>(" + std::string(190, 'r') + ").pc.animation");
     EXPECT_EQ(sLong.rfind('/'), std::string("pc/a/hero.fbx").size());
     EXPECT_LE(sLong.size(), std::string("pc/a/hero.fbx/").size() + 255);
     EXPECT_EQ(sLong.find("pc/a/hero.fbx/ww"), 0u) << sLong;
