@@ -51,18 +51,11 @@ class SlurmTest(unittest.TestCase):
         return subprocess.run(words, capture_output=True, text=True, timeout=200, env=self.cluster.environment)
 
     def test_what_dies_is_done_again(self):
-        trees.many_takes(self.tree, 150)
-        integration.animpack(
-            "plan", "--format", "slurm", "-n", SHARES, "-o", self.script, "--assets", self.tree, "--out", self.out
-        )
-        sizes = [
-            sum(
-                (self.tree / line.removeprefix("assembly:/")).stat().st_size
-                for line in path.read_text().split("\n")
-                if line
-            )
-            for path in (self.out / "farm").glob("*.list")
-        ]
+        trees.many_takes(self.tree, 110)
+        integration.animpack("plan", "--format", "slurm", "-n", SHARES, "-o", self.script, "--assets", self.tree,
+                             "--out", self.out)
+        sizes = [sum((self.tree / line.removeprefix("assembly:/")).stat().st_size for line in path.read_text().split("\n")
+                     if line) for path in (self.out / "farm").glob("*.list")]
         self.assertEqual(len(sizes), SHARES)
         self.assertLess(max(sizes), 1.1 * min(sizes))
 
@@ -70,9 +63,7 @@ class SlurmTest(unittest.TestCase):
         submitted = threading.Thread(target=lambda: done.append(self.submit()))
         submitted.start()
         self.kill_one("takes")
-        self.cluster.wait_for(
-            lambda: "one" in self.cluster.ask("squeue", "-h", "-t", "R", "-o", "%N"), "a task on a node"
-        )
+        self.cluster.wait_for(lambda: "one" in self.cluster.ask("squeue", "-h", "-t", "R", "-o", "%N"), "a task on a node")
         self.cluster.kill_node("one")
         self.cluster.ask("scontrol", "update", "NodeName=one", "State=DOWN", "Reason=died")
         submitted.join()
@@ -84,16 +75,15 @@ class SlurmTest(unittest.TestCase):
         integration.animpack("build", "-q", "--assets", self.tree, "--out", self.work / "built", status=1)
         self.assertEqual(trees.packed(self.out), trees.packed(self.work / "built"))
         again = integration.animpack("build", "--assets", self.tree, "--out", self.out, status=1)
-        self.assertIn(f"0 packed (0 B), {len(trees.packed(self.out))} up to date, {FAILING} failed", again.stderr)
+        self.assertRegex(again.stderr, f"\n0 packed \\(0 B\\), [0-9]+ up to date, {FAILING} failed")
 
         # And a second time, for what has changed: a task costs as much as all of it.
         self.cluster.start_node("one")
         shutil.rmtree(self.tree / "crowd" / "group 2")
         with open(self.tree / "props" / "lever.fbx", "ab") as file:
             file.write(b"\n")
-        integration.animpack(
-            "plan", "--format", "slurm", "-n", 2, "-o", self.script, "--assets", self.tree, "--out", self.out
-        )
+        integration.animpack("plan", "--format", "slurm", "-n", 2, "-o", self.script, "--assets", self.tree,
+                             "--out", self.out)
         start = time.monotonic()
         self.assertEqual(self.submit().returncode, 1)
         self.assertLess(time.monotonic() - start, 60)

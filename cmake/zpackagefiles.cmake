@@ -1,0 +1,22 @@
+# What a Debian package wants otherwise than a folder that can be moved: libraries are found by the system, not beside the
+# program, and manuals and changelogs are compressed. Run by cpack on the files of each package.
+file(GLOB_RECURSE files LIST_DIRECTORIES false ${CPACK_TEMPORARY_DIRECTORY}/*)
+foreach(file IN LISTS files)
+  if(file MATCHES "/usr/(bin|lib)/[^/]*$")
+    file(RPATH_REMOVE FILE ${file})
+  endif()
+  if(file MATCHES "/usr/lib/[^/]*\\.so$")
+    file(CHMOD ${file} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  endif()
+  if(file MATCHES "/share/zsh/site-functions/")
+    # Where Debian's zsh looks for the functions of packages.
+    string(REPLACE /share/zsh/site-functions/ /share/zsh/vendor-completions/ wanted ${file})
+    get_filename_component(folder ${wanted} DIRECTORY)
+    file(MAKE_DIRECTORY ${folder})
+    file(RENAME ${file} ${wanted})
+    get_filename_component(old ${file} DIRECTORY)
+    file(REMOVE_RECURSE ${old})
+  elseif(file MATCHES "/man1/animpack\\.1$|/doc/[^/]*/changelog$|/doc/animpack/CHANGELOG.md$")
+    execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+endforeach()
