@@ -1,11 +1,13 @@
 """The Blender add-on in Blender: installed from its zip; scenes marked, exported, packed and read back by operators."""
 
+import importlib.util
 import json
 import math
 import os
 import shutil
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -200,12 +202,32 @@ class BlenderTest(unittest.TestCase):
     def test_without_animpack(self):
         result, home = self.inside("absent")
         self.assertTrue(any("animpack is not on PATH" in text for text in result["faults"]), result["faults"])
-        check, pack, load, export = result["calls"]
-        for done, faults in (check, pack, load):
+        check, pack, load, export, failing, none = result["calls"]
+        for done, faults in (check, pack, load, none):
             self.assertEqual(done, ["CANCELLED"])
             self.assertTrue(any("preferences" in text for text in faults), faults)
+        self.assertEqual(failing[0], ["CANCELLED"])
+        self.assertIn("animpack ended with 1", failing[1])
+        self.assertEqual(result["undone"], 1)
         self.assertEqual(export[0], ["FINISHED"])
         self.assertTrue((home / "art/a.fbx").is_file())
+
+    def test_a_program_that_hangs(self):
+        """It is ended after its time, and also when Blender's user stops it."""
+        spec = importlib.util.spec_from_file_location("host", TOP / "addons/blender/animpack/host.py")
+        host = sys.modules["host"] = importlib.util.module_from_spec(spec)
+        spec.loader.exec_module(host)
+        mark = self.folder / "late"
+        words = ["sh", "-c", f"sleep 1; touch {mark}"]
+        with self.assertRaisesRegex(host.HostError, "took longer than 0.1 seconds"):
+            host.wait(host.run(words, 0.1))
+        stopped = host.run(words, 60)
+        self.assertIsNone(next(stopped))
+        stopped.close()
+        time.sleep(1.5)
+        self.assertFalse(mark.exists())
+        answer = host.wait(host.run(["printf", '{"a": 1}\nno json\n[2]\n'], 60))
+        self.assertEqual((answer.status, answer.objects), (0, [{"a": 1}]))
 
     def test_faults(self):
         result, _ = self.inside("faults")

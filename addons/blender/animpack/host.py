@@ -61,9 +61,18 @@ def run(command: list[str], seconds: float) -> Iterator[Answer | None]:
                 yield None
         finally:
             if process.poll() is None:
-                process.kill()
-                process.wait()
+                _end(process)
         yield Answer(process.returncode, list(_objects(_text(out))), _text(err))
+
+
+def _end(process: subprocess.Popen) -> None:
+    """Asks first: animpack then ends its workers and leaves nothing unfinished."""
+    process.terminate()
+    try:
+        process.wait(2)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
 
 
 def wait(steps: Iterator[Answer | None]) -> Answer:

@@ -234,6 +234,16 @@ def case_absent():
     result = {"faults": [fault.text for fault in state.faults(scene)], "calls": []}
     for call in (operators.check, operators.pack, operators.load_packed, operators.export):
         result["calls"].append([list(call()), [fault.text for fault in state.last.faults]])
+    # A program that fails without a word, and one that is none.
+    for program in ("/bin/false", ZIP):
+        bpy.context.preferences.addons["animpack"].preferences.program = program
+        result["calls"].append([list(operators.pack()), [fault.text for fault in state.last.faults]])
+    bpy.ops.ed.undo_push(message="marked")
+    operators.remove_take()
+    bpy.ops.ed.undo_push(message="removed")
+    left = len(take_nodes())
+    bpy.ops.ed.undo()
+    result["undone"] = len(take_nodes()) - left
     return result
 
 
