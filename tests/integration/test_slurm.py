@@ -52,10 +52,17 @@ class SlurmTest(unittest.TestCase):
 
     def test_what_dies_is_done_again(self):
         trees.many_takes(self.tree, 110)
-        integration.animpack("plan", "--format", "slurm", "-n", SHARES, "-o", self.script, "--assets", self.tree,
-                             "--out", self.out)
-        sizes = [sum((self.tree / line.removeprefix("assembly:/")).stat().st_size for line in path.read_text().split("\n")
-                     if line) for path in (self.out / "farm").glob("*.list")]
+        integration.animpack(
+            "plan", "--format", "slurm", "-n", SHARES, "-o", self.script, "--assets", self.tree, "--out", self.out
+        )
+        sizes = [
+            sum(
+                (self.tree / line.removeprefix("assembly:/")).stat().st_size
+                for line in path.read_text().split("\n")
+                if line
+            )
+            for path in (self.out / "farm").glob("*.list")
+        ]
         self.assertEqual(len(sizes), SHARES)
         self.assertLess(max(sizes), 1.1 * min(sizes))
 
@@ -63,7 +70,9 @@ class SlurmTest(unittest.TestCase):
         submitted = threading.Thread(target=lambda: done.append(self.submit()))
         submitted.start()
         self.kill_one("takes")
-        self.cluster.wait_for(lambda: "one" in self.cluster.ask("squeue", "-h", "-t", "R", "-o", "%N"), "a task on a node")
+        self.cluster.wait_for(
+            lambda: "one" in self.cluster.ask("squeue", "-h", "-t", "R", "-o", "%N"), "a task on a node"
+        )
         self.cluster.kill_node("one")
         self.cluster.ask("scontrol", "update", "NodeName=one", "State=DOWN", "Reason=died")
         submitted.join()
@@ -82,8 +91,9 @@ class SlurmTest(unittest.TestCase):
         shutil.rmtree(self.tree / "crowd" / "group 2")
         with open(self.tree / "props" / "lever.fbx", "ab") as file:
             file.write(b"\n")
-        integration.animpack("plan", "--format", "slurm", "-n", 2, "-o", self.script, "--assets", self.tree,
-                             "--out", self.out)
+        integration.animpack(
+            "plan", "--format", "slurm", "-n", 2, "-o", self.script, "--assets", self.tree, "--out", self.out
+        )
         start = time.monotonic()
         self.assertEqual(self.submit().returncode, 1)
         self.assertLess(time.monotonic() - start, 60)
