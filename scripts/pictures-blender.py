@@ -33,8 +33,8 @@ def override():
     return bpy.context.temp_override(window=window, area=area, region=region)
 
 
-def save(name, sidebar_only=False):
-    """The 3D view, or of it the sidebar alone; 3D views have no alpha."""
+def save(name, sidebar_only=False, down=None):
+    """The 3D view, or of it the sidebar alone, from its top so many pixels down."""
     window, area, _, sidebar = view()
     whole = os.path.join(WORK, "whole.png")
     with bpy.context.temp_override(window=window, area=area):
@@ -46,6 +46,7 @@ def save(name, sidebar_only=False):
     pixels = pixels.reshape(height, width, 4)
     of = sidebar if sidebar_only else area
     part = pixels[of.y : of.y + of.height, of.x : of.x + of.width]
+    part = part if down is None else part[-down:]
     made = bpy.data.images.new("part", part.shape[1], part.shape[0])
     made.pixels.foreach_set(numpy.ascontiguousarray(part).ravel())
     made.filepath_raw, made.file_format = os.path.join(PICTURES, f"blender-{name}.png"), "PNG"
@@ -144,7 +145,7 @@ STEPS = [
     tab,
     look,
     redraw,
-    lambda: save("unmarked", True),
+    lambda: save("unmarked", True, 700),
     mark,
     redraw,
     lambda: save("marked", True),
