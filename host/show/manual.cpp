@@ -51,12 +51,12 @@ std::string RoffOptions(const SCommandHelp& command)
     {
         std::string sNames;
         for (const std::string& sName : option.names)
-            sNames += (sNames.empty() ? "" : ", ") + Roff(sName);
+            sNames.append(sNames.empty() ? "" : ", ").append(Roff(sName));
         std::string sValue;
         for (const std::string& sChoice : option.choices)
-            sValue += (sValue.empty() ? "" : "|") + Roff(sChoice);
+            sValue.append(sValue.empty() ? "" : "|").append(Roff(sChoice));
         if (option.bValue)
-            sNames += " " + (sValue.empty() ? "VALUE" : sValue);
+            sNames.append(" ").append(sValue.empty() ? "VALUE" : sValue);
         sText += ".TP\n.B " + sNames + '\n' + Roff(option.sText) + '\n';
     }
     return sText;
@@ -83,7 +83,7 @@ std::string AllNames(const SCommandHelp& command)
 {
     std::string sNames;
     for (const SOptionHelp& option : command.options)
-        sNames += (sNames.empty() ? "" : " ") + Joined(option.names);
+        sNames.append(sNames.empty() ? "" : " ").append(Joined(option.names));
     return sNames;
 }
 
