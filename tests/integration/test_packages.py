@@ -38,8 +38,9 @@ class PackagesTest(unittest.TestCase):
 
     def test_three_without_faults(self):
         packages = sorted(self.debs.glob("*.deb"), key=lambda p: p.name.split("_"))
-        self.assertEqual([p.name.split("_")[0] for p in packages],
-                         ["animpack", "liborvel-animation", "liborvel-animation-dev"])
+        self.assertEqual(
+            [p.name.split("_")[0] for p in packages], ["animpack", "liborvel-animation", "liborvel-animation-dev"]
+        )
         words = [integration.program("lintian"), "--allow-root", "--fail-on", "error", "--tag-display-limit", "0"]
         done = subprocess.run([*words, *packages], capture_output=True, text=True, timeout=120)
         self.assertEqual(done.returncode, 0, done.stdout)
@@ -58,8 +59,12 @@ class PackagesTest(unittest.TestCase):
         told = integration.run("bash", "-c", COMPLETE, "bash", bash).stdout.splitlines()
         self.assertEqual(told, ["--dry-run", "complete -o filenames -F _animpack animpack"])
         zsh = share / "zsh" / "vendor-completions"
-        said = integration.run("zsh", "-fc", f"fpath=('{zsh}' $fpath); autoload -Uz compinit; "
-                               f"compinit -u -d '{self.work}/dump'; echo $_comps[animpack]; autoload +X _animpack")
+        said = integration.run(
+            "zsh",
+            "-fc",
+            f"fpath=('{zsh}' $fpath); autoload -Uz compinit; "
+            f"compinit -u -d '{self.work}/dump'; echo $_comps[animpack]; autoload +X _animpack",
+        )
         self.assertEqual((said.stdout.strip(), said.stderr), ("_animpack", ""))
         fish = share / "fish" / "vendor_completions.d" / "animpack.fish"
         said = integration.run("fish", "-N", "-c", f"source '{fish}'; complete -C 'animpack plan --form'")
