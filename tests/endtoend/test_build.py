@@ -175,3 +175,65 @@ class WatchTest(host.HostTest):
         self.assertEqual(summary()[0]["removed"], 2, "in a folder that was renamed")
         watch.send_signal(signal.SIGINT)
         self.assertEqual(watch.wait(10), 130)
+
+
+class DiffTest(host.HostTest):
+    def diff(self, *words):
+        result = host.execute("diff", *words, "--json")
+        *files, last = result.lines
+        self.assertEqual(
+            result.code, int(last["summary"]["new"] + last["summary"]["gone"] + last["summary"]["changed"] > 0)
+        )
+        return {f["place"]: f for f in files if f["what"] != "same"}, last["summary"]
+
+    def test_folders_and_files(self):
+        tree, other = self.copy_tree(*NAMES[:3]), os.path.join(self.work, "other")
+        self.run_host("build", assets=tree)
+        shutil.copytree(self.out, other)
+        self.assertEqual(
+            self.diff(self.out, other),
+            ({}, {"new": 0, "gone": 0, "changed": 0, "maxMillimetres": 0, "same": len(self.files_of())}),
+        )
+        folder = "pc/characters/scout/moves.fbx/"
+        shutil.move(
+            os.path.join(other, folder + "turn.take.animation"), os.path.join(other, folder + "new.take.animation")
+        )
+        shutil.copy(
+            os.path.join(other, folder + "run.take.animation"), os.path.join(other, folder + "walk.take.animation")
+        )
+        files, total = self.diff(self.out, other)
+        self.assertEqual(
+            {place: f["what"] for place, f in files.items()},
+            {
+                folder + "turn.take.animation": "gone",
+                folder + "new.take.animation": "new",
+                folder + "walk.take.animation": "changed",
+            },
+        )
+        walk, run = (
+            {
+                bone["name"]: bone["character"]
+                for bone in self.inspect(os.path.join(self.out, folder + name + ".take.animation"), [0, 20, 39])[
+                    "frames"
+                ][1]["bones"]
+            }
+            for name in ("walk", "run")
+        )
+        changed = files[folder + "walk.take.animation"]
+        furthest = max(1000 * sum((p - q) ** 2 for p, q in zip(walk[b]["t"], run[b]["t"])) ** 0.5 for b in walk)
+        self.assertGreater(changed["maxMillimetres"], furthest - 0.01)
+        self.assertEqual(
+            (changed["frames"], changed["sameShape"], total["maxMillimetres"]), (40, False, changed["maxMillimetres"])
+        )
+        alone, _ = self.diff(*(os.path.join(out, folder + "walk.take.animation") for out in (self.out, other)))
+        self.assertEqual([f["maxMillimetres"] for f in alone.values()], [changed["maxMillimetres"]])
+
+    def test_rigs_tell_bones(self):
+        self.run_host("build", "props")
+        rigs = [
+            self.pack("assembly:/props/%s.rig" % name, "animationrig")["file"]
+            for name in ("lever.fbx?/lever", "door.rig.fbx?/door")
+        ]
+        files, _ = self.diff(*rigs)
+        self.assertIn("bone 'lever_arm' is gone", list(files.values())[0]["changes"])
+        self.assertEqual(host.execute("diff", rigs[0], os.path.dirname(rigs[0])).code, 3)
