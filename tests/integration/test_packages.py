@@ -23,7 +23,10 @@ dpkg --verify animpack liborvel-animation liborvel-animation-dev
 apt-get remove -y -qq animpack liborvel-animation liborvel-animation-dev >/dev/null
 ! test -e /usr/bin/animpack
 """
-COMPLETE = 'source "$1"; COMP_WORDS=(animpack build --dry); COMP_CWORD=2; _animpack; echo "${COMPREPLY[@]}"; complete -p animpack'
+COMPLETE = (
+    'source "$1"; COMP_WORDS=(animpack build --dry); COMP_CWORD=2; _animpack; '
+    'echo "${COMPREPLY[@]}"; complete -p animpack'
+)
 
 
 class PackagesTest(unittest.TestCase):
