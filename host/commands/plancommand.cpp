@@ -7,6 +7,7 @@
 #include "host/text/hosterror.h"
 
 #include <filesystem>
+#include <set>
 
 namespace Host
 {
@@ -25,6 +26,14 @@ SPlanPlace PlaceOf(const SOptions& options, const ZHostSession& session)
     place.sOut = std::filesystem::weakly_canonical(session.Out()).string();
     if (!options.sOutput.empty())
         place.sManifest = std::filesystem::absolute(options.sOutput).lexically_normal().string();
+    place.sFolder = std::filesystem::current_path().string();
+    place.sWritten = options.sOutput;
+    // From its own folder, and from the one where it is written the first time.
+    std::set<std::string> names{std::filesystem::path(place.sManifest).filename().string()};
+    if (const std::filesystem::path written = options.sOutput; written.is_relative())
+        names.insert(written.lexically_normal().string());
+    names.erase("");
+    place.manifestNames.assign(names.begin(), names.end());
     place.platforms = options.platforms;
     return place;
 }
@@ -44,11 +53,6 @@ int PlanNinja(const SOptions& options, ZConsole& console)
     const SPlanPlace place = PlaceOf(options, session);
     std::vector<std::string> leftOut;
     const std::string sText = NinjaManifest(plan, place, leftOut);
-    std::vector<std::string> inputs = plan.sourceFiles;
-    inputs.insert(inputs.end(), plan.folders.begin(), plan.folders.end());
-    if (!options.sDepFile.empty())
-        WriteIfOther(options.sDepFile, DepFileText({place.sManifest}, inputs, leftOut));
-    std::erase_if(leftOut, [](const std::string& sName) { return sName.find('\n') == std::string::npos; });
     for (const std::string& sLeftOut : leftOut)
         console.Diagnostic(ESeverity::eWarning, sLeftOut, "is left out of the plan: its name has a line feed");
     Write(options, console, sText);

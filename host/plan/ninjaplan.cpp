@@ -50,11 +50,6 @@ std::string BesideText(const std::vector<std::string>& beside)
 
 } // namespace
 
-std::string ManifestDepFile(const SPlanPlace& place)
-{
-    return place.sOut + "/.ninja/manifest.d";
-}
-
 std::string NinjaManifest(const SResourcePlan& plan, const SPlanPlace& place, std::vector<std::string>& leftOut)
 {
     const std::string sWhere =
@@ -74,22 +69,23 @@ std::string NinjaManifest(const SResourcePlan& plan, const SPlanPlace& place, st
         std::string sPlatforms;
         for (const std::string& sPlatform : place.platforms)
             sPlatforms += " -t:" + sPlatform;
-        sText += "rule plan\n  command = " + Word(place.sProgram) + " plan --format ninja -o " + Word(place.sManifest) +
-                 sWhere + sPlatforms + " --depfile " + Word(ManifestDepFile(place)) +
-                 "\n  depfile = " + Value(ManifestDepFile(place)) +
-                 "\n  deps = gcc\n  generator = 1\n  restat = 1\n  description = plan\n\n";
+        sText += "rule plan\n  command = cd " + Word(place.sFolder) + " && " + Word(place.sProgram) +
+                 " plan --format ninja -o " + Word(place.sWritten) + sWhere + sPlatforms +
+                 "\n  generator = 1\n  restat = 1\n  description = plan\n\n";
         sText += "build " + Path(place.sManifest) + ": plan |";
         for (const std::string& sTool : place.tools)
             sText += ' ' + Path(sTool);
-        // Whatever no depfile can hold. One that is gone later is no error, but a change of the tree.
+        // One that is gone later is no error, but a change of the tree.
         std::string sPhony;
         for (const std::vector<std::string>* pInputs : {&plan.sourceFiles, &plan.folders})
             for (const std::string& sInput : *pInputs)
-                if (!FitsDepFile(sInput) && sInput.find('\n') == std::string::npos)
+                if (sInput.find('\n') == std::string::npos)
                 {
-                    sText += ' ' + Path(sInput);
+                    sText += " $\n  " + Path(sInput);
                     sPhony += "build " + Path(sInput) + ": phony\n";
                 }
+        for (const std::string& sName : place.manifestNames)
+            sPhony += "build " + Path(sName) + ": phony " + Path(place.sManifest) + '\n';
         sText += '\n' + sPhony + '\n';
     }
     for (const SPlannedResource& one : plan.resources)

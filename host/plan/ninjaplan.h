@@ -14,8 +14,12 @@ struct SPlanPlace
     std::string sModule;
     std::vector<std::string> tools; ///< files of the program and of all that packs
     std::string sTools;             ///< tells one state of them from another
+    std::string sFolder;            ///< where the manifest was planned
+    std::string sWritten;           ///< the manifest, as it was named there
     std::string sAssets;
     std::string sOut;
+    std::vector<std::string>
+        manifestNames;     ///< other words that may name it: ninja looks for what -f says, as it says it
     std::string sManifest; ///< empty: written to standard output, so nothing can make it anew
     std::vector<std::string> platforms;
 };
@@ -24,8 +28,5 @@ struct SPlanPlace
 /// edge for each packed resource, and one that writes the manifest anew when the tree has changed. A name with a line
 /// feed, which no manifest can hold, is put on the list instead.
 std::string NinjaManifest(const SResourcePlan& plan, const SPlanPlace& place, std::vector<std::string>& leftOut);
-
-/// Where the manifest's own edge has its depfile.
-std::string ManifestDepFile(const SPlanPlace& place);
 
 } // namespace Host

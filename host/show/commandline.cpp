@@ -330,8 +330,6 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pPlan->add_option("-n,--shares", options.nShares, "Of slurm: into how many shares the tree is divided")
         ->check(CLI::Range(1u, 1000000u));
     pPlan->add_option("-o,--output", options.sOutput, "File to write [default: standard output]");
-    pPlan->add_option("--depfile", options.sDepFile,
-                      "Write the files and folders that the plan was made of to this one");
 
     CLI::App* pQuery = add("query", "Find takes, rigs and characters by what scanning found in them");
     AddQueryOptions(*pQuery, options);

@@ -62,7 +62,7 @@ struct SOptions
     std::string sStage; ///< of a build in shares; empty: none
     unsigned int nShare = 0;
 
-    std::string sDepFile;      ///< of pack and plan; empty: none
+    std::string sDepFile;      ///< of pack; empty: none
     bool bBesideGiven = false; ///< whoever runs pack sees to what comes and goes beside the source
     std::string sBeside;
 
