@@ -93,8 +93,15 @@ public:
         if (session.sAssets.empty())
             return m_console.Notice("'" + m_sOut + "' is not below --assets '" + m_options.session.sAssets +
                                     "', so what packing has to say of it is not told");
-        for (SMarkedFile& file : m_written)
-            TrialBuild(session, {file.sPath}, "pc", [&](const SJobResult& result) { Note(result, file); });
+        try
+        {
+            for (SMarkedFile& file : m_written)
+                TrialBuild(session, {file.sPath}, "pc", [&](const SJobResult& result) { Note(result, file); });
+        }
+        catch (const ZHostError& e)
+        {
+            m_console.Notice(std::string("what packing has to say is not told: ") + e.what());
+        }
     }
 
     void Show() const

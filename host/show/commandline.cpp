@@ -395,6 +395,9 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pMark->add_option("IN", raw.sSource, "An FBX file of version 7")->required();
     pMark->add_option("MARKS", raw.sMarks, "What to mark, as JSON: see docs/marking.md")->required();
     pMark->add_option("OUT", raw.sMarked, "The file to write; may be IN")->required();
+    pMark->add_option("--assets", options.session.sAssets,
+                      "Folder behind assembly:/ that OUT is in, so that it can be told what packing has to say "
+                      "[default: ./assembly if it is there, else the current folder]");
 
     CLI::App* pAdopt = add("adopt", "Make characters of the asset tree from FBX files as downloaded, ready to build");
     pAdopt->add_option("FILE", options.sources, "FBX files; those of one skeleton share a rig")->required();
