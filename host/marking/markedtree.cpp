@@ -24,10 +24,6 @@ std::string TreeOfMarked(const std::string& sFile, const SMarks& marks, const st
 {
     std::error_code error;
     const fs::path file = fs::weakly_canonical(sFile, error);
-    const fs::path assets = fs::weakly_canonical(sAssets, error);
-    const fs::path inside = file.lexically_relative(assets);
-    if (!inside.empty() && *inside.begin() != "..")
-        return sAssets;
     for (const SNodeMarks& node : marks.nodes)
         for (const SPropertyMark& mark : node.properties)
         {
@@ -41,7 +37,8 @@ std::string TreeOfMarked(const std::string& sFile, const SMarks& marks, const st
             if (sEnd.size() > 1 && sEnd.size() < sPath.size() && ToLower(sPath).ends_with(sEnd))
                 return sPath.substr(0, sPath.size() - sEnd.size());
         }
-    return {};
+    const fs::path inside = file.lexically_relative(fs::weakly_canonical(sAssets, error));
+    return !inside.empty() && *inside.begin() != ".." ? sAssets : std::string();
 }
 
 } // namespace Host

@@ -11,8 +11,8 @@ namespace Host
 /// stack's name made safe; the file itself for the empty name.
 std::string FileOfStack(const std::string& sFile, const std::string& sStack);
 
-/// The folder behind assembly:/ that a marked file is in: sAssets, if it is below it; else the one in which the file is
-/// where the rig that its marks name is said to be. Empty when there is neither.
+/// The folder behind assembly:/ that a marked file is in: the one in which the file is where the rig that its marks
+/// name is said to be; else sAssets, if it is below it. Empty when there is neither.
 std::string TreeOfMarked(const std::string& sFile, const SMarks& marks, const std::string& sAssets);
 
 } // namespace Host

@@ -6,16 +6,6 @@
 namespace Host
 {
 
-namespace
-{
-
-std::string Counted(size_t n, const char* szWhat)
-{
-    return std::to_string(n) + ' ' + szWhat + (n == 1 ? "" : "s");
-}
-
-} // namespace
-
 std::string AdoptLine(const SAdopted& result)
 {
     ZJsonWriter json;

@@ -48,4 +48,9 @@ std::string SecondsText(double fSeconds)
     return buffer;
 }
 
+std::string Counted(size_t n, const char* szWhat)
+{
+    return std::to_string(n) + ' ' + szWhat + (n == 1 ? "" : "s");
+}
+
 } // namespace Host
