@@ -1,4 +1,5 @@
 #include "fbx/file/fbxarraybytes.h"
+#include "fbx/file/fbxbase64.h"
 #include "fbx/file/fbxdocument.h"
 #include "fbx/file/fbxobjectname.h"
 #include "fbx/types/fbxpropertytypes.h"
@@ -43,21 +44,6 @@ void ForEachRecord(SFbxRecord& root, TVisit visit)
 SFbxValue* Values(SFbxRecord& record)
 {
     return const_cast<SFbxValue*>(record.pValues); // in the document's own memory
-}
-
-std::string Base64(std::string_view bytes)
-{
-    constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string sText;
-    for (size_t n = 0; n < bytes.size(); n += 3)
-    {
-        uint32_t nGroup = 0;
-        for (size_t i = 0; i < 3; ++i)
-            nGroup = nGroup << 8 | (n + i < bytes.size() ? static_cast<uint8_t>(bytes[n + i]) : 0u);
-        for (size_t i = 0; i < 4; ++i)
-            sText += n + i > bytes.size() ? '=' : digits[nGroup >> (18 - 6 * i) & 63];
-    }
-    return sText;
 }
 
 bool HasObjectName(const SFbxRecord& parent, const SFbxRecord& record, size_t nDepth)
@@ -180,7 +166,7 @@ void FbxDocument::ToText()
                       {
                           const std::string_view text = pValues[n].AsText();
                           if (pValues[n].type == 'R')
-                              pValues[n] = Text(Base64(text));
+                              pValues[n] = Text(FbxToBase64(text));
                           else if (text.find(std::string_view("\0\1", 2)) != std::string_view::npos)
                           {
                               const SFbxObjectName name = FbxSplitName(text);

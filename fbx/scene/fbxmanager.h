@@ -66,3 +66,10 @@ private:
     FbxIOSettings* m_pSettings = nullptr;
     std::vector<std::unique_ptr<FbxManaged>> m_owned;
 };
+
+/// Ends the manager when its holder ends.
+struct SFbxManagerEnd
+{
+    void operator()(FbxManager* pManager) const { pManager->Destroy(); }
+};
+using FbxManagerPtr = std::unique_ptr<FbxManager, SFbxManagerEnd>;

@@ -44,11 +44,7 @@ public:
 private:
     void ReadRecords(const std::string& sPath);
 
-    struct SManagerEnd
-    {
-        void operator()(FbxManager* pManager) const { pManager->Destroy(); }
-    };
-    std::unique_ptr<FbxManager, SManagerEnd> m_pManager;
+    FbxManagerPtr m_pManager;
     FbxScene* m_pScene;
     FbxAxisSystem m_axes;
     std::string m_sError;

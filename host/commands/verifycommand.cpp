@@ -3,6 +3,7 @@
 #include "host/module/hostmodule.h"
 #include "host/show/verifytext.h"
 #include "host/text/hosterror.h"
+#include "host/text/textformat.h"
 #include "host/verify/verification.h"
 
 namespace Host
@@ -47,8 +48,8 @@ int RunVerify(const SOptions& options, ZConsole& console)
             [&](size_t nDone, const SPackedAnimation& one) { console.Progress(nDone, packed.size(), one.sId); });
     if (!console.IsJson() && !table.IsEmpty())
         console.Output(table.Text());
-    console.Summary(std::to_string(packed.size()) + (packed.size() == 1 ? " animation" : " animations") +
-                        table.WorstText() + (nFailed != 0 ? ", " + std::to_string(nFailed) + " failed" : ""),
+    console.Summary(Counted(packed.size(), "animation") + table.WorstText() +
+                        (nFailed != 0 ? ", " + std::to_string(nFailed) + " failed" : ""),
                     nFailed == 0);
     return nFailed == 0 ? eExit_Done : eExit_AssetsFailed;
 }

@@ -1,6 +1,6 @@
 #include "host/export/gltftake.h"
 
-#include "host/clip/base64.h"
+#include "fbx/file/fbxbase64.h"
 #include "host/clip/clipbytes.h"
 #include "host/clip/cliptext.h"
 #include "host/clip/yup.h"
@@ -179,7 +179,7 @@ FShowClip GltfTakeEncoder(bool bSource)
                            json.Close(']');
                            sKeys += channel.sKeys;
                        });
-        json.TextField("keys", Base64(sKeys));
+        json.TextField("keys", FbxToBase64(sKeys));
         json.Close('}');
         return json.Take();
     };
@@ -199,7 +199,7 @@ std::string DecodeGltfTake(const std::string& sText, SGltfTake& take)
         json.at("frameRate").get_to(take.fFrameRate);
         json.at("frames").get_to(take.nFrames);
         std::string sKeys;
-        if (!FromBase64(json.at("keys").get_ref<const std::string&>(), sKeys))
+        if (!FbxFromBase64(json.at("keys").get_ref<const std::string&>(), sKeys))
             return NONSENSE;
         size_t nTaken = 0;
         for (const nlohmann::json& entry : json.at("channels"))

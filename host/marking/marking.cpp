@@ -25,13 +25,7 @@ public:
     {
         const std::vector<std::string> names = m_edit.StackNames();
         if (std::find(names.begin(), names.end(), sName) == names.end())
-        {
-            std::string sKnown;
-            for (const std::string& sStack : names)
-                sKnown += (sKnown.empty() ? "; there are '" : ", '") + sStack + "'";
-            throw ZMarksError("/stack: there is no anim stack '" + sName + "'" +
-                              (sKnown.empty() ? "; the file has none" : sKnown));
-        }
+            throw ZMarksError(NoSuchStack(sName, names));
         m_edit.SetCurrentStack(sName);
     }
 

@@ -244,13 +244,6 @@ STakeMark ReadTake(const TJson& json, const std::string& sPlace)
     return take;
 }
 
-std::string Folded(std::string sText)
-{
-    for (char& c : sText)
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-    return sText;
-}
-
 /// What the pipeline looks for on nodes, and of what type.
 constexpr struct
 {
@@ -296,7 +289,7 @@ void ReadNodes(const TJson& nodes, SMarks& marks, ZMarksFaults& faults)
                             const std::string sWhere = sPlace + JsonStep(sKey);
                             node.properties.push_back(ReadProperty(sKey, value, sWhere));
                             CheckLookedFor(node.properties.back(), sWhere, marks.warnings);
-                            if (!names.insert(Folded(sKey)).second)
+                            if (!names.insert(ToLower(sKey)).second)
                                 Fail(sWhere, "properties that differ in case alone are taken for one");
                         });
             });
@@ -316,7 +309,7 @@ void ReadTakes(const TJson& takes, SMarks& marks, ZMarksFaults& faults)
                 const std::string sPlace = "/takes/" + std::to_string(n);
                 marks.takes.push_back(ReadTake(takes[n], sPlace));
                 marks.takes.back().nIndex = n;
-                if (!names.insert(Folded(marks.takes.back().sName)).second)
+                if (!names.insert(ToLower(marks.takes.back().sName)).second)
                     Fail(sPlace + "/name",
                          "there are two takes '" + marks.takes.back().sName + "'; case does not tell them apart");
             });
@@ -362,6 +355,14 @@ std::string JsonStep(std::string_view key)
     for (const char c : key)
         sStep += c == '~' ? std::string("~0") : c == '/' ? std::string("~1") : std::string(1, c);
     return sStep;
+}
+
+std::string NoSuchStack(const std::string& sName, const std::vector<std::string>& stacks)
+{
+    std::string sKnown;
+    for (const std::string& sStack : stacks)
+        sKnown.append(sKnown.empty() ? "; there are '" : ", '").append(sStack).append("'");
+    return "/stack: there is no anim stack '" + sName + "'" + (sKnown.empty() ? "; the file has none" : sKnown);
 }
 
 SMarks ReadMarks(std::string_view text)

@@ -99,6 +99,9 @@ private:
 /// at the top that means nothing is a warning, and so is a property that the pipeline looks for under another spelling.
 SMarks ReadMarks(std::string_view text);
 
+/// What is wrong with a stack that is none of these, as a fault says it behind the place that "/stack" is in.
+std::string NoSuchStack(const std::string& sName, const std::vector<std::string>& stacks);
+
 /// A step of a place in a JSON document: "/" and the key, with what has a meaning there escaped.
 std::string JsonStep(std::string_view key);
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 
 namespace Host
 {
@@ -31,24 +30,19 @@ struct SStacks
         const auto found = std::find_if(all.begin(), all.end(), [&](const SStack& one) { return one.sName == sName; });
         return found == all.end() ? nullptr : &*found;
     }
-    std::string Names() const
+    std::vector<std::string> Names() const
     {
-        std::string sText;
+        std::vector<std::string> names;
         for (const SStack& stack : all)
-            sText.append(sText.empty() ? "; there are '" : ", '").append(stack.sName).append("'");
-        return sText.empty() ? "; the file has none" : sText;
+            names.push_back(stack.sName);
+        return names;
     }
-};
-
-struct SManagerEnd
-{
-    void operator()(FbxManager* pManager) const { pManager->Destroy(); }
 };
 
 SStacks ReadStacks(const std::string& sScene, std::string& sError)
 {
     SStacks stacks;
-    const std::unique_ptr<FbxManager, SManagerEnd> pManager(FbxManager::Create(&FbxMakeEvaluator));
+    const FbxManagerPtr pManager(FbxManager::Create(&FbxMakeEvaluator));
     FbxScene* pScene = FbxScene::Create(pManager.get(), "");
     FbxImporter* pImporter = FbxImporter::Create(pManager.get(), "");
     if (!pImporter->Initialize(sScene.c_str(), -1, nullptr) || !pImporter->Import(pScene))
@@ -74,7 +68,7 @@ std::string Settle(STakeMark& take, const SStacks& stacks, const std::string& sC
     const std::string& sStack = take.sStack.empty() ? sChosen : take.sStack;
     const SStack* pStack = stacks.Find(sStack);
     if (pStack == nullptr && !take.sStack.empty())
-        throw ZMarksError(sPlace + "/stack: there is no anim stack '" + sStack + "'" + stacks.Names());
+        throw ZMarksError(sPlace + NoSuchStack(sStack, stacks.Names()));
     if (pStack == nullptr)
         throw ZMarksError(sPlace +
                           ": without startFrame and endFrame a take is all of its anim stack, and the file has "

@@ -33,11 +33,7 @@ public:
     const FbxAxisSystem& OriginalAxes() const { return m_originalAxes; }
 
 private:
-    struct SManagerEnd
-    {
-        void operator()(FbxManager* pManager) const { pManager->Destroy(); }
-    };
-    std::unique_ptr<FbxManager, SManagerEnd> m_pManager;
+    FbxManagerPtr m_pManager;
     FbxScene* m_pScene;
     FbxImporter* m_pImporter;
     FbxAxisSystem m_originalAxes;

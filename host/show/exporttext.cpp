@@ -45,7 +45,7 @@ std::string ExportSummaryLine(const SExportSummary& summary)
 
 std::string ExportSummaryText(const SExportSummary& summary)
 {
-    std::string sText = std::to_string(summary.nTakes) + (summary.nTakes == 1 ? " take" : " takes");
+    std::string sText = Counted(summary.nTakes, "take");
     if (summary.nTakes != 0)
         sText += " in " + summary.sFile + ", " + BytesText(summary.nBytes) +
                  Formatted(", %.0f %% of it keys",

@@ -14,8 +14,8 @@ std::string BoundsText(const SVerified& result, double fMaxMillimetres, double f
     std::string sText;
     if (!result.lostBones.empty())
     {
-        sText = "motion of " + std::to_string(result.lostBones.size()) +
-                (result.lostBones.size() == 1 ? " bone" : " bones") + " did not come through: ";
+        sText = "motion of ";
+        sText.append(Counted(result.lostBones.size(), "bone")).append(" did not come through: ");
         constexpr size_t MOST_NAMES = 5;
         for (size_t n = 0; n < std::min(result.lostBones.size(), MOST_NAMES); ++n)
             sText += (n != 0 ? ", '" : "'") + result.lostBones[n] + "'";

@@ -36,8 +36,7 @@ std::string ViewSummaryLine(const SViewSummary& summary)
 
 std::string ViewSummaryText(const SViewSummary& summary)
 {
-    return std::to_string(summary.nTakes) + (summary.nTakes == 1 ? " take on " : " takes on ") + summary.sFile + ", " +
-           BytesText(summary.nBytes) +
+    return Counted(summary.nTakes, "take") + " on " + summary.sFile + ", " + BytesText(summary.nBytes) +
            (summary.nFailed != 0 ? ", " + std::to_string(summary.nFailed) + " failed" : std::string());
 }
 

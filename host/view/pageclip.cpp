@@ -1,6 +1,6 @@
 #include "host/view/pageclip.h"
 
-#include "host/clip/base64.h"
+#include "fbx/file/fbxbase64.h"
 #include "host/clip/body.h"
 #include "host/clip/cliptext.h"
 #include "host/clip/yup.h"
@@ -250,7 +250,8 @@ std::string DetailsText(const SClip& clip)
 
 std::string EncodePageClip(const SClip& clip)
 {
-    return RigText(clip.rig) + '\n' + RowText(clip) + '\n' + DetailsText(clip) + '\n' + Base64(Deflated(PosesOf(clip)));
+    return RigText(clip.rig) + '\n' + RowText(clip) + '\n' + DetailsText(clip) + '\n' +
+           FbxToBase64(Deflated(PosesOf(clip)));
 }
 
 bool DecodePageClip(const std::string& sText, SPageClip& clip)

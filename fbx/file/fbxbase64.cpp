@@ -1,10 +1,7 @@
-#include "host/clip/base64.h"
+#include "fbx/file/fbxbase64.h"
 
 #include <array>
 #include <cstdint>
-
-namespace Host
-{
 
 namespace
 {
@@ -13,7 +10,7 @@ constexpr std::string_view DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopq
 
 } // namespace
 
-std::string Base64(std::string_view bytes)
+std::string FbxToBase64(std::string_view bytes)
 {
     std::string sText;
     sText.reserve((bytes.size() + 2) / 3 * 4);
@@ -28,7 +25,7 @@ std::string Base64(std::string_view bytes)
     return sText;
 }
 
-bool FromBase64(std::string_view text, std::string& sBytes)
+bool FbxFromBase64(std::string_view text, std::string& sBytes)
 {
     static const std::array<int8_t, 256> VALUES = []
     {
@@ -61,5 +58,3 @@ bool FromBase64(std::string_view text, std::string& sBytes)
     }
     return true;
 }
-
-} // namespace Host
