@@ -1,14 +1,13 @@
 #pragma once
 
 #include "host/build/jobresult.h"
+#include "host/build/statedatabase.h"
 #include "host/index/scanindex.h"
 
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
-
-struct sqlite3;
 
 namespace Host
 {
@@ -54,8 +53,8 @@ public:
 
     bool Find(const std::string& sId, SBuildRecord& record);
     void Save(const SBuildRecord& record);
-    /// The record of a scan with what the scan found.
-    void Save(const SBuildRecord& record, const SSourceScan& scan);
+    /// The record of a scan with what EncodeScan() made of it; the record's hash is that of this text.
+    void Save(const SBuildRecord& record, const std::string& sScan);
     void Remove(const std::string& sId);
     /// Of all packed resources, without dependencies; the function must not write.
     void VisitPacked(const std::function<void(SBuildRecord&)>& function);
@@ -67,7 +66,7 @@ public:
 
     /// What a scan found, if that is all there and as it was saved.
     bool FindScan(const SBuildRecord& record, SSourceScan& scan);
-    /// The same with the identifiers of sub-resources alone, and without a look at the rest.
+    /// The same with the identifiers of sub-resources alone.
     bool FindScanNames(const SBuildRecord& record, SSourceScan& scan);
     std::vector<ZScanIndex::SSource> ScannedSources();
     /// Forgets scanned sources that are not on the list, which is sorted, nor below one of the folders.
@@ -86,33 +85,20 @@ public:
     void EndRun();
 
 private:
-    struct SDatabaseCloser
-    {
-        void operator()(sqlite3* pDatabase) const;
-    };
-
-    enum class EOpen
-    {
-        eMake,
-        eUse,
-        eLookUp ///< nobody writes to it, and it is not looked through for damage
-    };
-    ZBuildState(const std::string& sPath, EOpen eOpen);
-    bool Open(const std::string& sPath, EOpen eOpen, std::string& sWhy);
+    ZBuildState(const std::string& sPath, ZStateDatabase::EOpen eOpen);
+    bool Open(const std::string& sPath, ZStateDatabase::EOpen eOpen, std::string& sWhy);
     std::vector<std::string> IdsFrom(const std::string& sFirst, const std::string& sBehind);
     void TakeRecord(ZBuildState& other, const std::string& sId);
-    bool Prepare();
     void Close();
-    void RemoveRecord(const std::string& sId);
+    bool FindScanText(const SBuildRecord& record, std::string& sScan);
     void Execute(const char* szSql);
     void Begin();
     void SetCutShort(bool bCutShort);
     void Pending();
     [[noreturn]] void Fail(const char* szWhat) const;
 
-    std::unique_ptr<sqlite3, SDatabaseCloser> m_pDatabase;
-    std::unique_ptr<ZSqlStatement> m_pFind, m_pFindDependencies, m_pSave, m_pSaveDependency, m_pRemove,
-        m_pRemoveDependencies;
+    ZStateDatabase m_database;
+    std::unique_ptr<ZSqlStatement> m_pFind, m_pSave, m_pRemove;
     std::unique_ptr<ZScanIndex> m_pIndex;
     bool m_bBegun = false; ///< a transaction, for reading at first: locks are taken once, not for each question
     size_t m_nPending = 0;

@@ -38,6 +38,7 @@ struct SJobResult
     std::vector<SDependency> dependencies;
     std::vector<SReason> why; ///< it was not up to date, as far as that was asked for
     SSourceScan scan;         ///< of a scan; of one that failed, what it had found by then
+    std::string sScan;        ///< the same as the index keeps it, while it is to be saved; its hash is nHash
 
     bool IsGood() const { return eStatus == EJobStatus::ePacked || eStatus == EJobStatus::eUpToDate; }
     const std::string* FirstError() const;

@@ -5,6 +5,7 @@
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
+#include "host/index/scantext.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
@@ -459,6 +460,10 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
         worker.stack.pop_back();
         return GoOn(nWorker);
     }
+    if (result.job.eKind == SJob::eScan &&
+        !(m_bNamesOnly && result.IsGood() ? DecodeScanNames(result.sScan, result.scan)
+                                          : DecodeScan(result.sScan, result.scan)))
+        return m_services.pool.Kill(nWorker, "its process talked nonsense");
     SEntry& entry = EntryOf(result.job);
     result.messages = std::move(entry.result.messages);
     result.why = std::move(entry.result.why);
@@ -581,7 +586,8 @@ void ZJobScheduler::Tell(SEntry& entry)
             Tell(need);
     }
     if (entry.result.job.eKind == SJob::eScan && entry.result.eStatus == EJobStatus::ePacked)
-        m_services.state.Save(m_services.staleness.RecordOf(entry.result), entry.result.scan);
+        m_services.state.Save(m_services.staleness.RecordOf(entry.result), entry.result.sScan);
+    entry.result.sScan = {};
     m_report(entry.result);
     entry.result.scan = {};
 }

@@ -197,8 +197,8 @@ void ZStaleness::Foresee(const std::vector<SJob>& jobs, const std::function<void
 
 SBuildRecord ZStaleness::RecordOf(const SJobResult& result) const
 {
-    const uint64_t nHash = result.job.eKind == SJob::eScan ? HashOfScan(result.scan) : result.nHash;
-    return {result.job.sId, result.job.Component(), m_sTools, result.sFile, result.stamp, nHash, result.dependencies};
+    return {result.job.sId, result.job.Component(), m_sTools,           result.sFile,
+            result.stamp,   result.nHash,           result.dependencies};
 }
 
 } // namespace Host

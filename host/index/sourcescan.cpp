@@ -1,6 +1,5 @@
 #include "host/index/sourcescan.h"
 
-#include "host/files/contenthash.h"
 #include "host/text/jsonwriter.h"
 #include "host/text/words.h"
 
@@ -46,56 +45,27 @@ void WriteProperties(ZJsonWriter& json, const SSourceScan::TProperties& properti
     json.Close('}');
 }
 
-namespace
+std::string ScanLine(const SSourceScan& scan)
 {
-
-void WriteHead(ZJsonWriter& json, const SSourceScan& scan)
-{
+    ZJsonWriter json;
+    json.Open('{');
     json.TextField("source", scan.sSource);
     json.BoolField("ok", scan.sError.empty());
     json.OptionalField("error", scan.sError);
     WriteReferences(json, scan.references);
     WriteProperties(json, scan.properties);
-}
-
-void WriteEntry(ZJsonWriter& json, const SSourceScan::SSubResource& entry)
-{
-    json.Open('{');
-    json.TextField("id", entry.sId);
-    json.TextField("source", entry.sSource);
-    WriteReferences(json, entry.references);
-    WriteProperties(json, entry.properties);
-    json.Close('}');
-}
-
-} // namespace
-
-std::string ScanLine(const SSourceScan& scan)
-{
-    ZJsonWriter json;
-    json.Open('{');
-    WriteHead(json, scan);
-    json.ListField("subResources", scan.subResources, [&json](const auto& entry) { WriteEntry(json, entry); });
+    json.ListField("subResources", scan.subResources,
+                   [&json](const SSourceScan::SSubResource& entry)
+                   {
+                       json.Open('{');
+                       json.TextField("id", entry.sId);
+                       json.TextField("source", entry.sSource);
+                       WriteReferences(json, entry.references);
+                       WriteProperties(json, entry.properties);
+                       json.Close('}');
+                   });
     json.Close('}');
     return json.Take();
-}
-
-uint64_t HashOfScan(const SSourceScan& scan)
-{
-    // Piece by piece: as one text, what many characters refer to would take more room than it does here.
-    ZContentHash hash;
-    const auto add = [&hash](const auto& write)
-    {
-        ZJsonWriter json;
-        json.Open('{');
-        write(json);
-        json.Close('}');
-        hash.Add(json.Get().data(), json.Get().size());
-    };
-    add([&scan](ZJsonWriter& json) { WriteHead(json, scan); });
-    for (const SSourceScan::SSubResource& entry : scan.subResources)
-        add([&entry](ZJsonWriter& json) { json.Key("entry"), WriteEntry(json, entry); });
-    return std::max<uint64_t>(1, hash.Get());
 }
 
 std::string ThereIs(const std::vector<std::string>& ids, std::string_view wanted, std::string_view kind)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -33,9 +32,6 @@ struct SSourceScan
 
 /// As one line of JSON, the form in which scans are told to users.
 std::string ScanLine(const SSourceScan& scan);
-
-/// Content hash of all that the scan said; never 0.
-uint64_t HashOfScan(const SSourceScan& scan);
 
 // Lists of identifiers and tables of properties as the lines have them.
 void WriteReferences(ZJsonWriter& json, const std::vector<std::string>& references);

@@ -88,7 +88,7 @@ class IndexTest(host.HostTest):
         self.scan()
         wanted = self.query().lines
         with sqlite3.connect(self.index) as db:
-            db.execute("DROP TABLE reference")
+            db.execute("DROP TABLE scan")
         self.assertIn("animpack scan", self.query(code=3).stderr)
         self.assertIn("is made anew", self.scan().stderr)
         self.assertEqual(self.query().lines, wanted)
@@ -97,7 +97,7 @@ class IndexTest(host.HostTest):
         """A value that is not the one that was saved: its source is scanned again."""
         first = self.scan().stdout
         with sqlite3.connect(self.index) as db:
-            db.execute("UPDATE property SET value = '31' WHERE value = '30'")
+            db.execute("UPDATE scan SET content = replace(content, 'FPS\t30', 'FPS\t31')")
         self.assertEqual(self.scan().stdout, first)
         self.assertEqual(len(self.query("--where", "FPS=30").lines), 7)
 

@@ -1,5 +1,6 @@
 #include "host/build/buildstate.h"
 #include "host/build/outputlock.h"
+#include "host/index/scantext.h"
 #include "host/text/hosterror.h"
 #include "tests/support/tempfolder.h"
 
@@ -90,7 +91,7 @@ TEST(BuildState, OldOrDamagedIsMadeAnewWithANotice)
     const std::function<void()> ways[] = {
         change("PRAGMA user_version = 1"),
         change("PRAGMA application_id = 7"),
-        change("DROP TABLE property"),
+        change("DROP TABLE scan"),
         change("ALTER TABLE job RENAME COLUMN hash TO sum"),
         rewrite([](std::string& sBytes) { std::fill(sBytes.begin() + 5000, sBytes.end() - 1000, '\x55'); }),
         rewrite([](std::string& sBytes)
@@ -136,7 +137,7 @@ TEST(BuildState, IndexKeepsWhatScansFound)
     {
         SBuildRecord record = Record(source.sSource);
         record.dependencies[0].sId = source.sSource;
-        record.nHash = HashOfScan(source);
+        record.nHash = HashOfScan(EncodeScan(source));
         return record;
     };
     const auto visited = [](ZBuildState& state)
@@ -148,9 +149,9 @@ TEST(BuildState, IndexKeepsWhatScansFound)
     };
     {
         ZBuildState state(folder / STATE_FILE, &IgnoreNotice);
-        state.Save(recordOf(scan), other); // what was saved first is no more
-        state.Save(recordOf(scan), scan);
-        state.Save(recordOf(other), other);
+        state.Save(recordOf(scan), EncodeScan(other)); // what was saved first is no more
+        state.Save(recordOf(scan), EncodeScan(scan));
+        state.Save(recordOf(other), EncodeScan(other));
         state.SetAssets("/art");
     }
     ZBuildState state(folder / STATE_FILE, &IgnoreNotice);
