@@ -47,7 +47,7 @@ void BoundMemory(uint64_t nBytes)
     ::setrlimit(RLIMIT_DATA, &limit);
 }
 
-[[noreturn]] void RunCopy(int nSocket, TProcessId nParent, uint64_t nMemory,
+[[noreturn]] void RunCopy(int nSocket, const ZBell& bell, TProcessId nParent, uint64_t nMemory,
                           const std::function<int(ZLineChannel&)>& main)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -60,7 +60,7 @@ void BoundMemory(uint64_t nBytes)
     BoundMemory(nMemory);
     int nExitCode = 0;
     {
-        ZLineChannel channel(nSocket);
+        ZLineChannel channel(nSocket, &bell);
         nExitCode = main(channel);
     }
     std::fflush(nullptr);
@@ -70,7 +70,7 @@ void BoundMemory(uint64_t nBytes)
 
 } // namespace
 
-std::error_code ForkProcess(uint64_t nMemory, const std::function<void()>& beforeMain,
+std::error_code ForkProcess(const ZBell& bell, uint64_t nMemory, const std::function<void()>& beforeMain,
                             const std::function<int(ZLineChannel&)>& main, SForkedProcess& process)
 {
     int sockets[2];
@@ -84,7 +84,7 @@ std::error_code ForkProcess(uint64_t nMemory, const std::function<void()>& befor
     {
         ::close(sockets[0]);
         beforeMain();
-        RunCopy(sockets[1], nParent, nMemory, main);
+        RunCopy(sockets[1], bell, nParent, nMemory, main);
     }
     const std::error_code error = nProcess < 0 ? LastError() : std::error_code();
     ::close(sockets[1]);

@@ -21,9 +21,9 @@ struct SForkedProcess
     std::unique_ptr<ZLineChannel> pChannel;
 };
 
-/// `nMemory` bounds its own data in bytes; 0: no bound. `beforeMain` runs in the copy first, to let go of what is the
-/// parent's; `main` returns the exit status.
-std::error_code ForkProcess(uint64_t nMemory, const std::function<void()>& beforeMain,
+/// Lines that the copy sends ring the bell. `nMemory` bounds its own data in bytes; 0: no bound. `beforeMain` runs in
+/// the copy first, to let go of what is the parent's; `main` returns the exit status.
+std::error_code ForkProcess(const ZBell& bell, uint64_t nMemory, const std::function<void()>& beforeMain,
                             const std::function<int(ZLineChannel&)>& main, SForkedProcess& process);
 
 void KillProcess(TProcessId nProcess);

@@ -25,7 +25,10 @@ void ZLineChannel::Close()
 bool ZLineChannel::Send(const std::string& sLine)
 {
     Queue(sLine);
-    return SendQueued();
+    const bool bSent = SendQueued();
+    if (m_pBell != nullptr)
+        m_pBell->Ring();
+    return bSent;
 }
 
 bool ZLineChannel::SendQueued()
@@ -92,14 +95,20 @@ bool ZLineChannel::Receive(std::string& sLine)
     return true;
 }
 
-bool WaitForLines(std::span<ZLineChannel* const> channels, int nMilliseconds, std::span<bool> isReady)
+bool WaitForLines(std::span<SLineWait> waits, const ZBell& bell, int nMilliseconds)
 {
     std::vector<struct pollfd> sockets;
-    for (const ZLineChannel* pChannel : channels)
-        sockets.push_back({pChannel->m_nSocket, POLLIN, 0});
+    // Whatever is asked for, the end of the other side is told.
+    for (const SLineWait& wait : waits)
+        sockets.push_back({wait.pChannel->m_nSocket, static_cast<short>(wait.bQuiet ? 0 : POLLIN), 0});
+    // One that is not there is passed over.
+    sockets.push_back({bell.Event(), POLLIN, 0});
     const int nReady = ::poll(sockets.data(), sockets.size(), nMilliseconds);
-    for (size_t n = 0; n < sockets.size(); ++n)
-        isReady[n] = nReady > 0 && sockets[n].revents != 0;
+    const bool bRung = nReady > 0 && sockets.back().revents != 0;
+    if (bRung)
+        bell.Silence();
+    for (size_t n = 0; n < waits.size(); ++n)
+        waits[n].bReady = nReady > 0 && (sockets[n].revents != 0 || (bRung && waits[n].bQuiet));
     return nReady > 0;
 }
 

@@ -2,113 +2,22 @@
 
 #include "host/build/joblines.h"
 #include "host/files/derivedkinds.h"
-#include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
 #include "host/index/scantext.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace Host
 {
-
-namespace
-{
-
-/// The worker's end: jobs come in, and what happens goes out.
-class ZWorkerHost final : public IJobHost
-{
-public:
-    explicit ZWorkerHost(ZLineChannel& channel) : m_channel(channel) {}
-
-    /// Notes can wait for the next line, but not for long: they are a sign of life, and what a crash leaves behind.
-    void OnMessage(const SMessage& message) override
-    {
-        m_channel.Queue(EncodeMessage(message));
-        if (message.eSeverity != ESeverity::eInfo || TClock::now() - m_lastSent > PATIENCE)
-            Flush();
-    }
-    void OnResult(const SJobResult& result) override
-    {
-        std::string sLine = EncodeResult(result);
-        if (sLine.size() >= ZLineChannel::LONGEST_LINE)
-        {
-            const std::string sWhy = "what it holds takes " + std::to_string(sLine.size() >> 20) +
-                                     " MB to tell, and no more than " +
-                                     std::to_string(ZLineChannel::LONGEST_LINE >> 20) + " MB are handled";
-            m_channel.Queue(EncodeMessage({ESeverity::eError, sWhy}));
-            SJobResult failed;
-            failed.job = result.job;
-            failed.scan.sSource = result.scan.sSource;
-            failed.scan.sError = sWhy;
-            sLine = EncodeResult(failed);
-        }
-        m_channel.Queue(sLine);
-        Flush();
-    }
-    SAnswer OnNeed(const std::string& sId) override
-    {
-        std::string sText;
-        SLine line;
-        bool bTalks = m_channel.Send(EncodeNeed(sId));
-        while (bTalks && m_channel.Receive(sText) && DecodeLine(sText, line) && line.eKind == SLine::eJob)
-            m_ahead.push_back(line);
-        // Without a host there is nobody to work for.
-        if (line.eKind != SLine::eAnswer)
-            Os::ExitNow(0);
-        return {line.sText, line.sWhy};
-    }
-    /// What to do next. False when there is nobody to work for.
-    bool Next(SLine& line)
-    {
-        if (!m_ahead.empty())
-        {
-            line = std::move(m_ahead.front());
-            m_ahead.pop_front();
-            return true;
-        }
-        std::string sText;
-        return m_channel.Receive(sText) && DecodeLine(sText, line);
-    }
-
-private:
-    using TClock = std::chrono::steady_clock;
-    static constexpr auto PATIENCE = std::chrono::milliseconds(20);
-
-    void Flush()
-    {
-        m_channel.SendQueued();
-        m_lastSent = TClock::now();
-    }
-
-    ZLineChannel& m_channel;
-    TClock::time_point m_lastSent;
-    std::deque<SLine> m_ahead; ///< jobs that came while one waited for its answer
-};
-
-} // namespace
-
-void ZJobScheduler::WorkerMain(const SJobPlace& place, ZLineChannel& channel)
-{
-    ZWorkerHost host(channel);
-    ZJobRunner runner(place, host);
-    SLine line;
-    while (host.Next(line))
-    {
-        if (line.eKind == SLine::eJob)
-            runner.Run(SJob(line.job), line.bPublishLater);
-        else if (line.eKind != SLine::ePublish || !channel.Send(EncodePublished(PublishFiles(line.files))))
-            break;
-    }
-}
 
 ZJobScheduler::ZJobScheduler(const SServices& services, FReport report, FProgress progress)
     : m_services(services),
       m_report(std::move(report)),
       m_progress(std::move(progress)),
       m_workers(services.pool.Size() - 1),
+      m_files(m_workers.size(), 0),
       m_publisher(services.pool)
 {
 }
@@ -119,36 +28,6 @@ ZJobScheduler::SEntry& ZJobScheduler::EntryOf(const SJob& job)
     if (bNew)
         it->second.result.job = job;
     return it->second;
-}
-
-/// The source file in a job's identifier, which all jobs of one file share.
-std::string_view ZJobScheduler::FileOf(std::string_view id)
-{
-    id.remove_prefix(std::min(id.find_first_not_of('<'), id.size()));
-    return id.substr(0, id.find_first_of("?>"));
-}
-
-/// The next job for a worker, out of turn where that saves reading a file again: a worker keeps the scene it read last.
-SJob ZJobScheduler::TakeNext(size_t nWorker)
-{
-    const auto end = m_waiting.begin() + static_cast<ptrdiff_t>(std::min(m_waiting.size(), MOST_OUT_OF_TURN));
-    const std::string& sFile = m_workers[nWorker].sFile;
-    auto it = sFile.empty() ? end
-                            : std::find_if(m_waiting.begin(), end,
-                                           [&sFile](const SJob& job) { return FileOf(job.sId) == sFile; });
-    if (it == end)
-        it = std::find_if(m_waiting.begin(), end,
-                          [&](const SJob& job)
-                          {
-                              return std::none_of(m_workers.begin(), m_workers.end(),
-                                                  [&](const SWorker& worker)
-                                                  { return worker.sFile == FileOf(job.sId); });
-                          });
-    if (it == end)
-        it = m_waiting.begin();
-    SJob job = std::move(*it);
-    m_waiting.erase(it);
-    return job;
 }
 
 /// Done already, by a run before this one?
@@ -213,7 +92,7 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs, bool bNamesOnly)
         m_list.push_back(job.sId);
         // Nothing runs yet, so what holds can be told before anybody waits for it.
         if (entry.eState == EState::eNew && !FillFromState(entry))
-            m_waiting.push_back(job);
+            m_queue.Add(job);
         if (m_list.size() % 64 == 0)
             TellWhatIsKnown();
     }
@@ -253,8 +132,7 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs, bool bNamesOnly)
 /// What is being done is left, what is done but for its file is completed.
 void ZJobScheduler::Stop()
 {
-    m_waiting.clear();
-    m_postponed.clear();
+    m_queue.Clear();
     for (SWorker& worker : m_workers)
         worker.ahead.clear();
     for (size_t n = 0; n < m_workers.size(); ++n)
@@ -295,46 +173,58 @@ void ZJobScheduler::RemoveUnfinished(const SWorker& worker, Os::TProcessId nProc
 
 void ZJobScheduler::StartJobs()
 {
-    for (size_t n = 0; n < m_workers.size() && !m_waiting.empty(); ++n)
+    for (bool bMore = true; bMore && !m_queue.IsEmpty();)
     {
-        SWorker& worker = m_workers[n];
-        if (!worker.stack.empty() && !MayGetAhead(worker))
-            continue;
-        while (!m_waiting.empty())
-        {
-            const SJob job = TakeNext(n);
-            SEntry& entry = EntryOf(job);
-            if (entry.eState == EState::eNew && MustWait(entry))
-            {
-                m_postponed.push_back(job);
-                continue;
-            }
-            if (entry.eState != EState::eNew || FillFromState(entry))
-            {
-                // A long list that is up to date is told as it is gone through.
-                TellWhatIsKnown();
-                continue;
-            }
-            Explain(entry);
-            entry.nWorker = n;
-            entry.eState = worker.stack.empty() ? EState::eRunning : EState::eAhead;
-            if (worker.stack.empty())
-                worker.stack.push_back(job.sId);
-            else
-                worker.ahead.push_back({job.sId});
-            worker.sFile = FileOf(job.sId);
-            m_services.pool.Send(n, EncodeJob(job, m_waiting.size() >= PUBLISH_LATER_FROM));
-            m_progress(m_nTold, m_list.size(), job);
-            break;
-        }
+        bMore = false;
+        for (size_t n = 0; n < m_workers.size(); ++n)
+            if (m_workers[n].stack.empty() || MayGetAhead(m_workers[n]))
+                bMore |= StartNext(n);
     }
+    for (size_t n = 0; n < m_workers.size(); ++n)
+        m_services.pool.SetQuiet(n, m_workers[n].ahead.size() >= QUIET_FROM);
 }
 
-/// A worker that has its next job already need not wait for this process in between.
+bool ZJobScheduler::StartNext(size_t nWorker)
+{
+    SWorker& worker = m_workers[nWorker];
+    while (!m_queue.IsEmpty())
+    {
+        const SJob job = m_queue.Take(m_files[nWorker], m_files);
+        SEntry& entry = EntryOf(job);
+        if (entry.eState == EState::eNew && MustWait(entry))
+        {
+            m_queue.Postpone(job);
+            continue;
+        }
+        if (entry.eState != EState::eNew || FillFromState(entry))
+        {
+            // A long list that is up to date is told as it is gone through.
+            TellWhatIsKnown();
+            continue;
+        }
+        Explain(entry);
+        entry.nWorker = nWorker;
+        entry.eState = worker.stack.empty() ? EState::eRunning : EState::eAhead;
+        if (worker.stack.empty())
+            worker.stack.push_back(job.sId);
+        else
+            worker.ahead.push_back({job.sId});
+        m_files[nWorker] = ZJobQueue::FileOf(job.sId);
+        m_services.pool.Queue(nWorker, EncodeJob(job, m_queue.Size() >= PUBLISH_LATER_FROM));
+        m_progress(m_nTold, m_list.size(), job);
+        return true;
+    }
+    return false;
+}
+
+/// A worker that has its next jobs already need not wait for this process in between.
 bool ZJobScheduler::MayGetAhead(const SWorker& worker) const
 {
-    return m_waiting.size() >= PUBLISH_LATER_FROM && worker.ahead.size() < MOST_AHEAD && worker.sWaitsFor.empty() &&
-           worker.fLastJob < SHORT_JOB;
+    const size_t nAhead = worker.ahead.size();
+    if (m_queue.Size() < PUBLISH_LATER_FROM || !worker.sWaitsFor.empty() || worker.fLastJob >= SHORT_JOB)
+        return false;
+    return nAhead < AHEAD_AT_LEAST || (nAhead < m_queue.Size() / (4 * m_workers.size()) &&
+                                       static_cast<double>(nAhead + 1) * worker.fMeanJob < AHEAD_SECONDS);
 }
 
 /// The worker's first job is done; it is at the next one by now.
@@ -477,6 +367,7 @@ void ZJobScheduler::HandleResult(size_t nWorker, SJobResult&& result)
     if (worker.stack.empty())
     {
         worker.fLastJob = entry.result.fSeconds;
+        worker.fMeanJob += (std::max(worker.fLastJob, SHORTEST_JOB) - worker.fMeanJob) / 8;
         GoOn(nWorker);
     }
     if (entry.result.publication.sPath.empty() || !entry.result.IsGood())
@@ -504,8 +395,7 @@ void ZJobScheduler::HandlePublished(const std::vector<ZPublisher::SOutcome>& out
 void ZJobScheduler::Complete(SEntry& entry)
 {
     entry.eState = EState::eDone;
-    m_waiting.insert(m_waiting.begin(), m_postponed.begin(), m_postponed.end());
-    m_postponed.clear();
+    m_queue.Resume();
     const SJobResult& result = entry.result;
     if (result.IsGood())
     {
@@ -534,12 +424,13 @@ void ZJobScheduler::Complete(SEntry& entry)
 void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
 {
     SWorker worker = std::exchange(m_workers[end.nWorker], {});
+    m_files[end.nWorker] = 0;
     for (; !worker.ahead.empty(); worker.ahead.pop_back())
         if (!worker.ahead.back().bTaken)
         {
             SEntry& ahead = EntryOf({SJob::ePack, worker.ahead.back().sId});
             ahead.eState = EState::eNew;
-            m_waiting.push_front(ahead.result.job);
+            m_queue.AddFirst(ahead.result.job);
         }
     if (worker.stack.empty())
         return;
@@ -559,7 +450,7 @@ void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
         outer.result.messages.clear();
         outer.needs.clear();
         // One that others wait for is theirs to make; it would wait for ever behind them.
-        m_waiting.push_front(outer.result.job);
+        m_queue.AddFirst(outer.result.job);
     }
     crashed.result.eStatus = EJobStatus::eCrashed;
     crashed.result.messages.push_back({ESeverity::eError, "the process of this job crashed: " + end.sText});

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "host/build/jobrunner.h"
+#include "host/build/jobqueue.h"
+#include "host/build/jobresult.h"
 #include "host/build/publisher.h"
 #include "host/build/staleness.h"
 #include "host/workers/workerpool.h"
@@ -51,9 +52,6 @@ public:
     /// With bNamesOnly the scans of sources that did not change hold no more than what is in them.
     void Run(const std::vector<SJob>& jobs, bool bNamesOnly = false);
 
-    /// The function of the pool's workers.
-    static void WorkerMain(const SJobPlace& place, ZLineChannel& channel);
-
 private:
     enum class EState
     {
@@ -81,26 +79,27 @@ private:
     {
         std::vector<std::string> stack; ///< the job it was given, then those inside it
         std::string sWaitsFor;
-        std::string sFile; ///< source file of the job that it was given last
         std::deque<SAhead> ahead;
         bool bTaken =
             false; ///< another has taken over the first of the stack: what comes of it here counts for nothing
         double fLastJob = 1.0; ///< seconds
+        double fMeanJob = 0.001;
         bool IsTaken() const { return bTaken && stack.size() == 1; }
     };
-    static constexpr size_t MOST_AHEAD = 2;
+    static constexpr size_t AHEAD_AT_LEAST = 2;
+    static constexpr double AHEAD_SECONDS = 0.008; ///< so long may what a worker has ahead take
+    static constexpr size_t QUIET_FROM = 4;        ///< jobs ahead: no need to hear of each
     static constexpr double SHORT_JOB = 0.02; ///< seconds; another worker had better do what stands behind a long one
-    static constexpr size_t MOST_OUT_OF_TURN = 64;   ///< jobs that one may overtake
+    static constexpr double SHORTEST_JOB = 0.0001;   ///< seconds, with what it costs to tell of it
     static constexpr size_t PUBLISH_LATER_FROM = 16; ///< jobs that wait; with fewer a batch would not fill
 
     SEntry& EntryOf(const SJob& job);
-    static std::string_view FileOf(std::string_view id);
-    SJob TakeNext(size_t nWorker);
     bool FillFromState(SEntry& entry);
     void Explain(SEntry& entry);
     bool IsMadeElsewhere(const SJob& job) const;
     bool MustWait(const SEntry& entry);
     void StartJobs();
+    bool StartNext(size_t nWorker);
     bool MayGetAhead(const SWorker& worker) const;
     void GoOn(size_t nWorker);
     void Stop();
@@ -121,9 +120,9 @@ private:
     FProgress m_progress;
     std::unordered_map<std::string, SEntry> m_entries; ///< by identifier; references to them stay good
     std::vector<SWorker> m_workers;
+    std::vector<ZJobQueue::TFile> m_files; ///< of the job that each was given last
     ZPublisher m_publisher;
-    std::deque<SJob> m_waiting;
-    std::vector<SJob> m_postponed;   ///< until something that runs is done
+    ZJobQueue m_queue;
     std::vector<std::string> m_list; ///< of the current Run, in order
     size_t m_nTold = 0;
     bool m_bNamesOnly = false;

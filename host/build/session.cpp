@@ -1,5 +1,6 @@
 #include "host/build/session.h"
 
+#include "host/build/workermain.h"
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
@@ -73,7 +74,7 @@ ZHostSession::ZHostSession(const SSessionOptions& options, IBuildWatcher& watche
     const SWorkerLimits limits{options.nMemoryLimit, options.fJobTimeout};
     m_pPool = std::make_unique<ZWorkerPool>(MostWorkers(options.nWorkers) + 1, limits,
                                             [this, bKeepSame = options.bNoState](ZLineChannel& channel) {
-                                                ZJobScheduler::WorkerMain({m_tree, m_sOut, bKeepSame}, channel);
+                                                RunJobsOf(channel, {m_tree, m_sOut, bKeepSame});
                                             });
     m_pScheduler = std::make_unique<ZJobScheduler>(
         ZJobScheduler::SServices{*m_pPool, *m_pState, *m_pStaleness, options.bForce, bAfterCutShort,

@@ -117,8 +117,7 @@ uint64_t HashOfScan(std::string_view text)
     return std::max<uint64_t>(1, ZContentHash::Of(text));
 }
 
-ZScanTextReader::ZScanTextReader(std::string_view text)
-    : m_names(PartsOf(text).first), m_content(PartsOf(text).second)
+ZScanTextReader::ZScanTextReader(std::string_view text) : m_names(PartsOf(text).first), m_content(PartsOf(text).second)
 {
 }
 

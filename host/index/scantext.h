@@ -32,7 +32,8 @@ public:
     /// The text must stay.
     explicit ZScanTextReader(std::string_view text);
 
-    /// The source's own part, then its sub-resources one after the other. False at the end and where it is no such line.
+    /// The source's own part, then its sub-resources one after the other. False at the end and where it is no such
+    /// line.
     bool Head(SSourceScan& scan);
     bool Next(SSourceScan::SSubResource& entry);
     size_t CountLeft() const { return m_nLeft; }

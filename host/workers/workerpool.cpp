@@ -50,7 +50,8 @@ void ZWorkerPool::Start(SWorker& worker)
             other.process.pChannel.reset();
     };
     if (const std::error_code error = Os::ForkProcess(
-            m_limits.nMemory, letGo, [this](ZLineChannel& channel) { return RunWorker(channel); }, worker.process))
+            m_bell, m_limits.nMemory, letGo, [this](ZLineChannel& channel) { return RunWorker(channel); },
+            worker.process))
         throw ZHostError("no worker process can be made: " + error.message());
 }
 
@@ -68,16 +69,33 @@ int ZWorkerPool::RunWorker(ZLineChannel& channel) const
     }
 }
 
-void ZWorkerPool::Send(size_t nWorker, const std::string& sLine)
+ZWorkerPool::TClock::time_point ZWorkerPool::DeadlineFromNow() const
+{
+    return TClock::now() +
+           std::chrono::duration_cast<TClock::duration>(std::chrono::duration<double>(m_limits.fSeconds));
+}
+
+void ZWorkerPool::Queue(size_t nWorker, const std::string& sLine)
 {
     SWorker& worker = m_workers[nWorker];
     if (worker.process.nProcess == 0)
         Start(worker);
     worker.bClock = true;
-    worker.deadline =
-        TClock::now() + std::chrono::duration_cast<TClock::duration>(std::chrono::duration<double>(m_limits.fSeconds));
-    if (!worker.process.pChannel->Send(sLine))
-        worker.bGone = true;
+    worker.deadline = DeadlineFromNow();
+    worker.process.pChannel->Queue(sLine);
+}
+
+void ZWorkerPool::Send(size_t nWorker, const std::string& sLine)
+{
+    Queue(nWorker, sLine);
+    m_workers[nWorker].bGone |= !m_workers[nWorker].process.pChannel->SendQueued();
+}
+
+void ZWorkerPool::SendQueued()
+{
+    for (SWorker& worker : m_workers)
+        if (worker.process.nProcess != 0 && worker.process.pChannel->HasQueued())
+            worker.bGone |= !worker.process.pChannel->SendQueued();
 }
 
 void ZWorkerPool::Kill(size_t nWorker, const std::string& sReason)
@@ -110,8 +128,7 @@ bool ZWorkerPool::NextEvent(SEvent& event)
         // Of a worker that is gone, what it still said comes first; of one that was killed, nothing.
         if (worker.sKilledFor.empty() && worker.process.pChannel->Next(event.sText))
         {
-            worker.deadline = TClock::now() + std::chrono::duration_cast<TClock::duration>(
-                                                  std::chrono::duration<double>(m_limits.fSeconds));
+            worker.deadline = DeadlineFromNow();
             m_nFirst = n + 1;
             return true;
         }
@@ -133,29 +150,36 @@ bool ZWorkerPool::Wait(SEvent& event, double fSeconds)
     const bool bNews = !Os::Interrupted();
     while (!NextEvent(event))
     {
-        std::vector<ZLineChannel*> channels;
+        SendQueued();
+        std::vector<Os::SLineWait> waits;
         std::vector<size_t> owners;
         TClock::time_point wake = end;
+        const TClock::time_point look = TClock::now() + LOOK;
         for (size_t n = 0; n < m_workers.size(); ++n)
         {
             const SWorker& worker = m_workers[n];
             if (worker.process.nProcess == 0)
                 continue;
-            channels.push_back(worker.process.pChannel.get());
+            const bool bQuiet = worker.bQuiet && !worker.bSlow && !worker.bGone && m_bell.IsThere();
+            waits.push_back({worker.process.pChannel.get(), bQuiet});
             owners.push_back(n);
+            if (bQuiet)
+                wake = std::min(wake, look);
             if (worker.bClock && m_limits.fSeconds > 0.0)
                 wake = std::min(wake, worker.deadline);
         }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(wake - TClock::now()).count() + 1;
-        const auto pReady = std::make_unique<bool[]>(channels.size());
-        const bool bAny = Os::WaitForLines(channels, static_cast<int>(std::clamp<int64_t>(left, 0, 60000)),
-                                           std::span(pReady.get(), channels.size()));
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(wake - TClock::now()).count();
+        const bool bAny = Os::WaitForLines(waits, m_bell, static_cast<int>(std::clamp<int64_t>(left, 0, 60000)));
         const TClock::time_point now = TClock::now();
-        for (size_t i = 0; i < channels.size(); ++i)
+        for (size_t i = 0; i < waits.size(); ++i)
         {
             SWorker& worker = m_workers[owners[i]];
-            if (pReady[i])
+            const bool bLook = waits[i].bQuiet && now >= look;
+            if (waits[i].bReady || bLook)
+            {
                 worker.bGone |= !worker.process.pChannel->Collect();
+                worker.bSlow = (bLook || worker.bSlow) && !worker.process.pChannel->HasNext();
+            }
             else if (worker.bClock && m_limits.fSeconds > 0.0 && now >= worker.deadline)
                 Kill(owners[i], "took longer than " + std::to_string(static_cast<int64_t>(m_limits.fSeconds)) +
                                     " seconds (see --job-timeout)");

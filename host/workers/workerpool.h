@@ -40,6 +40,11 @@ public:
     /// Starts the worker if it does not run, and its clock. A worker that is gone by then shows in Wait(). ZHostError
     /// when no process can be made.
     void Send(size_t nWorker, const std::string& sLine);
+    /// The same with the next Send(), or when nothing more is there to be told by Wait().
+    void Queue(size_t nWorker, const std::string& sLine);
+    /// A quiet worker's lines are looked for every few milliseconds, and when it needs an answer or has nothing more to
+    /// do: to be woken for each of many short jobs takes two processes longer than the jobs' own lines.
+    void SetQuiet(size_t nWorker, bool bQuiet) { m_workers[nWorker].bQuiet = bQuiet; }
     /// The worker is idle or waits for others: its time does not count until the next Send().
     void StopClock(size_t nWorker) { m_workers[nWorker].bClock = false; }
     /// Ends a worker that can't be talked to any more; Wait() will tell of its end, with this reason.
@@ -58,11 +63,14 @@ public:
 
 private:
     using TClock = std::chrono::steady_clock;
+    static constexpr auto LOOK = std::chrono::milliseconds(2);
     struct SWorker
     {
         Os::SForkedProcess process;
         bool bClock = false;
         bool bGone = false; ///< its channel has ended
+        bool bQuiet = false;
+        bool bSlow = false; ///< said nothing when it was looked at last: to be woken by it costs less than to look
         TClock::time_point deadline;
         std::string sKilledFor;
     };
@@ -71,7 +79,10 @@ private:
     int RunWorker(ZLineChannel& channel) const;
     std::string End(SWorker& worker);
     bool NextEvent(SEvent& event);
+    TClock::time_point DeadlineFromNow() const;
+    void SendQueued();
 
+    Os::ZBell m_bell;
     std::vector<SWorker> m_workers;
     SWorkerLimits m_limits;
     FWorkerMain m_workerMain;

@@ -1,4 +1,5 @@
 #include "host/build/jobscheduler.h"
+#include "host/build/workermain.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
 #include "host/module/hostmodule.h"
@@ -30,10 +31,7 @@ protected:
         ZBuildState state(folder / STATE_FILE, [](const std::string&) {});
         const std::string sOut = folder / "out";
         ZStaleness staleness(tree, sOut, state, sTools);
-        ZWorkerPool pool(nWorkers + 1, {0, 1.0},
-                         [&](ZLineChannel& channel) {
-                             ZJobScheduler::WorkerMain({tree, sOut}, channel);
-                         });
+        ZWorkerPool pool(nWorkers + 1, {0, 1.0}, [&](ZLineChannel& channel) { RunJobsOf(channel, {tree, sOut}); });
         ZJobScheduler scheduler(
             {pool, state, staleness, bForce}, [&](const SJobResult& result) { results.push_back(result); },
             [](size_t, size_t, const SJob&) {});
