@@ -4,6 +4,7 @@
 #include "host/files/resourceids.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Host
 {
@@ -59,12 +60,26 @@ std::unordered_set<std::string> NeedsOf(ZBuildState& state, std::vector<std::str
 
 } // namespace
 
-std::vector<SBuildRecord> FindGone(ZBuildState& state, const ZAssetTree& tree, const SPresentSources& present,
-                                   const std::vector<SJob>& made)
+std::vector<SBuildRecord> FindGone(ZBuildState& state, const ZAssetTree& tree,
+                                   const std::function<SPresentSources()>& look, const std::vector<SJob>& made)
 {
+    std::unordered_set<std::string_view> kept;
+    for (const SJob& job : made)
+        kept.insert(job.sId);
     std::vector<SBuildRecord> gone, left;
-    state.VisitPacked([&](SBuildRecord& record)
-                      { (IsGone(tree, present, record.sId) ? gone : left).push_back(std::move(record)); });
+    state.VisitPacked(
+        [&](SBuildRecord& record)
+        {
+            if (!kept.contains(record.sId))
+                left.push_back(std::move(record));
+        });
+    if (left.empty())
+        return gone;
+    const SPresentSources present = look();
+    const auto firstGone = std::stable_partition(
+        left.begin(), left.end(), [&](const SBuildRecord& record) { return !IsGone(tree, present, record.sId); });
+    gone.assign(std::make_move_iterator(firstGone), std::make_move_iterator(left.end()));
+    left.erase(firstGone, left.end());
     if (gone.empty())
         return gone;
     std::vector<std::string> madeIds;
@@ -75,11 +90,10 @@ std::vector<SBuildRecord> FindGone(ZBuildState& state, const ZAssetTree& tree, c
     std::unordered_set<std::string> goneIds;
     for (const SBuildRecord& record : gone)
         goneIds.insert(record.sId);
-    const std::unordered_set<std::string> kept(madeIds.begin(), madeIds.end());
     // One that was packed by hand with what is gone can't be made again either.
     for (SBuildRecord& record : left)
         if (const auto needs = NeedsOf(state, {record.sId});
-            !kept.contains(record.sId) && !needed.contains(record.sId) &&
+            !needed.contains(record.sId) &&
             std::any_of(needs.begin(), needs.end(), [&goneIds](const auto& sId) { return goneIds.contains(sId); }))
             gone.push_back(std::move(record));
     std::sort(gone.begin(), gone.end(), [](const auto& a, const auto& b) { return a.sId < b.sId; });

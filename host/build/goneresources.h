@@ -2,6 +2,7 @@
 
 #include "host/build/staleness.h"
 
+#include <functional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -19,8 +20,9 @@ struct SPresentSources
 };
 
 /// Packed resources that earlier runs made, of sources and takes that are gone, and what was packed with these. Those
-/// that a resource in `made` was packed with are not among them, whatever they are made of.
-std::vector<SBuildRecord> FindGone(ZBuildState& state, const ZAssetTree& tree, const SPresentSources& present,
-                                   const std::vector<SJob>& made);
+/// that a resource in `made` was packed with are not among them, whatever they are made of. `look` is asked once,
+/// unless all that is there was made.
+std::vector<SBuildRecord> FindGone(ZBuildState& state, const ZAssetTree& tree,
+                                   const std::function<SPresentSources()>& look, const std::vector<SJob>& made);
 
 } // namespace Host

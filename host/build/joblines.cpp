@@ -19,6 +19,20 @@ char Letter(SLine::EKind eKind)
     return KINDS[eKind];
 }
 
+void WriteTexts(ZFieldWriter& fields, const std::vector<std::string>& texts)
+{
+    fields.Number(texts.size());
+    for (const std::string& sText : texts)
+        fields.Text(sText);
+}
+
+void ReadTexts(ZFieldReader& fields, std::vector<std::string>& texts)
+{
+    texts.clear();
+    for (size_t n = fields.Count(); n > 0 && fields.Sound(); --n)
+        texts.push_back(fields.Text());
+}
+
 SJob::EKind ReadKind(ZFieldReader& fields)
 {
     return fields.Flag() ? SJob::eScan : SJob::ePack;
@@ -43,13 +57,12 @@ void ReadResult(ZFieldReader& fields, SJobResult& result)
 
 } // namespace
 
-std::string EncodeJob(const SJob& job, bool bPublishLater)
+std::string EncodeJob(const SJob& job, bool bPublishLater, const std::vector<std::string>& ready)
 {
-    return ZFieldWriter(Letter(SLine::eJob))
-        .Number(int{job.eKind == SJob::eScan})
-        .Text(job.sId)
-        .Number(int{bPublishLater})
-        .Take();
+    ZFieldWriter fields(Letter(SLine::eJob));
+    fields.Number(int{job.eKind == SJob::eScan}).Text(job.sId).Number(int{bPublishLater});
+    WriteTexts(fields, ready);
+    return fields.Take();
 }
 
 std::string EncodeAnswer(std::string_view answer, std::string_view why)
@@ -92,9 +105,7 @@ std::string EncodePublish(const std::vector<SPublication>& files)
 std::string EncodePublished(const std::vector<std::string>& errors)
 {
     ZFieldWriter fields(Letter(SLine::ePublished));
-    fields.Number(errors.size());
-    for (const std::string& sError : errors)
-        fields.Text(sError);
+    WriteTexts(fields, errors);
     return fields.Take();
 }
 
@@ -106,13 +117,13 @@ bool DecodeLine(std::string_view text, SLine& line)
     line.eKind = static_cast<SLine::EKind>(pKind - KINDS);
     ZFieldReader fields(text.substr(1));
     line.files.clear();
-    line.errors.clear();
     switch (line.eKind)
     {
     case SLine::eJob:
         line.job.eKind = ReadKind(fields);
         line.job.sId = fields.Text();
         line.bPublishLater = fields.Flag();
+        ReadTexts(fields, line.ready);
         break;
     case SLine::eAnswer:
         line.sText = fields.Text();
@@ -129,7 +140,7 @@ bool DecodeLine(std::string_view text, SLine& line)
         ReadResult(fields, line.result);
         break;
     case SLine::ePublish:
-        for (size_t n = fields.Count(); n-- > 0;)
+        for (size_t n = fields.Count(); n > 0 && fields.Sound(); --n)
         {
             SPublication& file = line.files.emplace_back();
             file.sPassingPath = fields.Text();
@@ -137,8 +148,7 @@ bool DecodeLine(std::string_view text, SLine& line)
         }
         break;
     case SLine::ePublished:
-        for (size_t n = fields.Count(); n-- > 0;)
-            line.errors.push_back(fields.Text());
+        ReadTexts(fields, line.errors);
         break;
     }
     return fields.Good();

@@ -8,7 +8,8 @@ namespace Host
 // The lines between host and worker: a letter, then fields.
 
 /// Host to worker: a job to do. With bPublishLater its file, if it is no other job's need, is left to be published.
-std::string EncodeJob(const SJob& job, bool bPublishLater);
+/// What is ready need not be asked for.
+std::string EncodeJob(const SJob& job, bool bPublishLater, const std::vector<std::string>& ready);
 /// Host to worker: the answer to "need".
 std::string EncodeAnswer(std::string_view answer, std::string_view why);
 /// Worker to host.
@@ -35,6 +36,7 @@ struct SLine
     EKind eKind = eJob;
     SJob job;
     bool bPublishLater = false;
+    std::vector<std::string> ready;
     std::vector<SPublication> files;
     std::vector<std::string> errors;
     std::string sText; ///< answer, or identifier needed

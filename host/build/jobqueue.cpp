@@ -22,9 +22,9 @@ void ZJobQueue::Clear()
 SJob ZJobQueue::Take(TFile own, std::span<const TFile> ofAll)
 {
     const auto end = m_waiting.begin() + static_cast<ptrdiff_t>(std::min(m_waiting.size(), MOST_OUT_OF_TURN));
-    auto it = own == 0 ? end
-                       : std::find_if(m_waiting.begin(), end,
-                                      [own](const SWaiting& waiting) { return waiting.file == own; });
+    auto it =
+        own == 0 ? end
+                 : std::find_if(m_waiting.begin(), end, [own](const SWaiting& waiting) { return waiting.file == own; });
     if (it == end)
         it = std::find_if(m_waiting.begin(), end,
                           [ofAll](const SWaiting& waiting)

@@ -46,6 +46,7 @@ bool ZJobScheduler::FillFromState(SEntry& entry)
     result.nBytes = record.sFile.empty() ? 0 : record.stamp.nSize;
     result.nHash = record.nHash;
     entry.eState = EState::eDone;
+    NoteReady(result.job);
     return true;
 }
 
@@ -209,12 +210,32 @@ bool ZJobScheduler::StartNext(size_t nWorker)
             worker.stack.push_back(job.sId);
         else
             worker.ahead.push_back({job.sId});
-        m_files[nWorker] = ZJobQueue::FileOf(job.sId);
-        m_services.pool.Queue(nWorker, EncodeJob(job, m_queue.Size() >= PUBLISH_LATER_FROM));
+        m_services.pool.Queue(nWorker, EncodeJob(job, m_queue.Size() >= PUBLISH_LATER_FROM, ReadyFor(nWorker, job)));
         m_progress(m_nTold, m_list.size(), job);
         return true;
     }
     return false;
+}
+
+/// What was made of the job's file before, for a worker that is new to the file: it is what jobs need most, and to ask
+/// for it would take longer than many a job does.
+std::vector<std::string> ZJobScheduler::ReadyFor(size_t nWorker, const SJob& job)
+{
+    std::vector<std::string> ready;
+    const ZJobQueue::TFile file = ZJobQueue::FileOf(job.sId);
+    const auto it = m_ready.find(file);
+    if (std::exchange(m_files[nWorker], file) != file && it != m_ready.end())
+        ready = it->second;
+    return ready;
+}
+
+void ZJobScheduler::NoteReady(const SJob& job)
+{
+    if (job.eKind != SJob::ePack)
+        return;
+    std::vector<std::string>& ready = m_ready[ZJobQueue::FileOf(job.sId)];
+    if (ready.size() < MOST_READY)
+        ready.push_back(job.sId);
 }
 
 /// A worker that has its next jobs already need not wait for this process in between.
@@ -402,6 +423,7 @@ void ZJobScheduler::Complete(SEntry& entry)
         // Scans are kept as they are told, so that the index does not depend on which worker was first.
         if (result.job.eKind == SJob::ePack)
             m_services.state.Save(m_services.staleness.RecordOf(result));
+        NoteReady(result.job);
     }
     else
     {

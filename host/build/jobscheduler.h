@@ -88,7 +88,8 @@ private:
     };
     static constexpr size_t AHEAD_AT_LEAST = 2;
     static constexpr double AHEAD_SECONDS = 0.008; ///< so long may what a worker has ahead take
-    static constexpr size_t QUIET_FROM = 4;        ///< jobs ahead: no need to hear of each
+    static constexpr size_t MOST_READY = 8;
+    static constexpr size_t QUIET_FROM = 4;   ///< jobs ahead: no need to hear of each
     static constexpr double SHORT_JOB = 0.02; ///< seconds; another worker had better do what stands behind a long one
     static constexpr double SHORTEST_JOB = 0.0001;   ///< seconds, with what it costs to tell of it
     static constexpr size_t PUBLISH_LATER_FROM = 16; ///< jobs that wait; with fewer a batch would not fill
@@ -100,6 +101,8 @@ private:
     bool MustWait(const SEntry& entry);
     void StartJobs();
     bool StartNext(size_t nWorker);
+    std::vector<std::string> ReadyFor(size_t nWorker, const SJob& job);
+    void NoteReady(const SJob& job);
     bool MayGetAhead(const SWorker& worker) const;
     void GoOn(size_t nWorker);
     void Stop();
@@ -120,7 +123,8 @@ private:
     FProgress m_progress;
     std::unordered_map<std::string, SEntry> m_entries; ///< by identifier; references to them stay good
     std::vector<SWorker> m_workers;
-    std::vector<ZJobQueue::TFile> m_files; ///< of the job that each was given last
+    std::vector<ZJobQueue::TFile> m_files;                                  ///< of the job that each was given last
+    std::unordered_map<ZJobQueue::TFile, std::vector<std::string>> m_ready; ///< the first that are done of a file
     ZPublisher m_publisher;
     ZJobQueue m_queue;
     std::vector<std::string> m_list; ///< of the current Run, in order

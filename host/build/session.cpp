@@ -195,10 +195,10 @@ void ZHostSession::ForgetAllBut(const ZAssetTree::SSources& sources)
     m_pState->KeepSources(sources.ids, folders);
 }
 
-void ZHostSession::RemoveGone(const SPresentSources& present, const std::vector<SJob>& made,
+void ZHostSession::RemoveGone(const std::function<SPresentSources()>& look, const std::vector<SJob>& made,
                               const ZJobScheduler::FReport& report)
 {
-    for (const SBuildRecord& record : FindGone(*m_pState, m_tree, present, made))
+    for (const SBuildRecord& record : FindGone(*m_pState, m_tree, look, made))
     {
         const std::string sPath = m_pStaleness->FileOf(record.sFile);
         const bool bThere = Os::StampOf(sPath).bExists;

@@ -68,8 +68,8 @@ public:
     /// Takes from the index the sources that are not on the list; of a folder that could not be read all stay.
     void ForgetAllBut(const ZAssetTree::SSources& sources);
     /// Removes what earlier runs packed of sources and takes that are gone, and reports each. What this program has not
-    /// packed stays, whatever its place. Who looks ahead only reports.
-    void RemoveGone(const SPresentSources& present, const std::vector<SJob>& made,
+    /// packed stays, whatever its place. Who looks ahead only reports. `look` as for FindGone().
+    void RemoveGone(const std::function<SPresentSources()>& look, const std::vector<SJob>& made,
                     const ZJobScheduler::FReport& report);
 
     bool LooksAhead() const { return m_eUse == EUse::eLooksAhead; }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 
 namespace Host
 {
@@ -29,7 +30,7 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
         else
             m_session.Run(jobs, tell);
         if (m_words.empty() && !Os::Interrupted())
-            m_session.RemoveGone(Present(sources), jobs, tell);
+            m_session.RemoveGone([&] { return Present(sources); }, jobs, tell);
     }
     m_totals.bForeseen = m_session.LooksAhead();
     m_totals.bInterrupted = Os::Interrupted();
@@ -75,8 +76,13 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
             if (!result.IsGood())
                 return Report(result);
             std::vector<std::string>& found = m_found[result.job.sId];
+            const bool bBuilt = std::binary_search(m_files.begin(), m_files.end(), result.job.sId);
             for (const SSourceScan::SSubResource& entry : result.scan.subResources)
+            {
                 found.push_back(entry.sId);
+                if (bBuilt)
+                    PlanFor(entry.sId);
+            }
             nFound += found.size();
         },
         true);
@@ -114,27 +120,31 @@ SPresentSources ZTreeBuild::Present(const ZAssetTree::SSources& sources) const
     return present;
 }
 
-/// What others need comes before them: first all rigs, then all takes.
-std::vector<SJob> ZTreeBuild::Plan() const
+/// In passing, while workers scan.
+void ZTreeBuild::PlanFor(const std::string& sSubResource)
 {
-    std::vector<SJob> jobs;
-    for (const SDerivedKind& kind : DerivedKinds())
+    const ZResourceID id = ToId(sSubResource);
+    const auto kinds = DerivedKinds();
+    m_plan.resize(kinds.size() * m_platforms.size());
+    size_t n = 0;
+    for (const SDerivedKind& kind : kinds)
         for (const std::string& sPlatform : m_platforms)
         {
-            if (!m_sKind.empty() && kind.builtFrom != m_sKind)
-                continue;
-            const auto add = [&](const std::string& sSource)
-            {
-                const ZResourceID id = ToId(sSource);
-                if (!kind.builtFrom.empty() && id.GetExtension().View() == kind.builtFrom)
-                    jobs.push_back({SJob::ePack, CanonicalId(id.CreateDerivedResourceID(ToZString(kind.extension), "",
-                                                                                        ToZString(sPlatform)))});
-            };
-            for (const std::string& sFile : m_files)
-                if (const auto it = m_found.find(sFile); it != m_found.end())
-                    std::for_each(it->second.begin(), it->second.end(), add);
-            std::for_each(m_named.begin(), m_named.end(), add);
+            std::vector<SJob>& jobs = m_plan[n++];
+            if ((m_sKind.empty() || kind.builtFrom == m_sKind) && !kind.builtFrom.empty() &&
+                id.GetExtension().View() == kind.builtFrom)
+                jobs.push_back({SJob::ePack, CanonicalId(id.CreateDerivedResourceID(ToZString(kind.extension), "",
+                                                                                    ToZString(sPlatform)))});
         }
+}
+
+/// What others need comes before them: first all rigs, then all takes.
+std::vector<SJob> ZTreeBuild::Plan()
+{
+    std::for_each(m_named.begin(), m_named.end(), [this](const std::string& sNamed) { PlanFor(sNamed); });
+    std::vector<SJob> jobs;
+    for (std::vector<SJob>& some : m_plan)
+        jobs.insert(jobs.end(), std::make_move_iterator(some.begin()), std::make_move_iterator(some.end()));
     return jobs;
 }
 

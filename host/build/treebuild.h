@@ -32,7 +32,8 @@ private:
     static bool IsBuilt(const std::string& sSubResource);
     void Scan(const ZAssetTree::SSources& sources);
     SPresentSources Present(const ZAssetTree::SSources& sources) const;
-    std::vector<SJob> Plan() const;
+    void PlanFor(const std::string& sSubResource);
+    std::vector<SJob> Plan();
     void Report(const SJobResult& result);
 
     ZHostSession& m_session;
@@ -41,9 +42,10 @@ private:
     std::vector<std::string> m_platforms;
     std::string m_sKind; ///< empty: all
     ZJobScheduler::FReport m_report;
-    std::vector<std::string> m_files;                                  ///< to build as a whole
+    std::vector<std::string> m_files;                                  ///< to build as a whole; in order
     std::vector<std::string> m_named;                                  ///< takes and rigs that the user named
     std::unordered_map<std::string, std::vector<std::string>> m_found; ///< sub-resources, by file
+    std::vector<std::vector<SJob>> m_plan;                             ///< for each kind and platform
     ZBuildTotals m_totals;
 };
 

@@ -3,6 +3,7 @@
 #include "host/build/joblines.h"
 #include "host/files/outputfile.h"
 
+#include <algorithm>
 #include <chrono>
 #include <deque>
 
@@ -51,6 +52,8 @@ public:
     }
     SAnswer OnNeed(const std::string& sId) override
     {
+        if (std::find(m_ready.begin(), m_ready.end(), sId) != m_ready.end())
+            return {std::string(ANSWER_READY), {}};
         std::string sText;
         SLine line;
         bool bTalks = m_channel.Send(EncodeNeed(sId));
@@ -64,14 +67,18 @@ public:
     /// What to do next. False when there is nobody to work for.
     bool Next(SLine& line)
     {
+        std::string sText;
         if (!m_ahead.empty())
         {
             line = std::move(m_ahead.front());
             m_ahead.pop_front();
-            return true;
         }
-        std::string sText;
-        return m_channel.Receive(sText) && DecodeLine(sText, line);
+        else if (!m_channel.Receive(sText) || !DecodeLine(sText, line))
+            return false;
+        // Told once for all jobs of a file.
+        if (line.eKind == SLine::eJob && !line.ready.empty())
+            m_ready = std::move(line.ready);
+        return true;
     }
 
 private:
@@ -86,6 +93,7 @@ private:
 
     ZLineChannel& m_channel;
     TClock::time_point m_lastSent;
+    std::vector<std::string> m_ready;
     std::deque<SLine> m_ahead; ///< jobs that came while one waited for its answer
 };
 
