@@ -134,8 +134,6 @@ void ZJobScheduler::Run(const std::vector<SJob>& jobs, bool bNamesOnly)
 void ZJobScheduler::Stop()
 {
     m_queue.Clear();
-    for (SWorker& worker : m_workers)
-        worker.ahead.clear();
     for (size_t n = 0; n < m_workers.size(); ++n)
         if (!m_workers[n].stack.empty())
             m_services.pool.Kill(n, "interrupted");
@@ -164,9 +162,13 @@ void ZJobScheduler::Stop()
         Tell(m_entries.at(sId));
 }
 
+/// Of jobs that it had ahead, too: they may be done, and nobody has heard of it.
 void ZJobScheduler::RemoveUnfinished(const SWorker& worker, Os::TProcessId nProcess)
 {
-    for (const std::string& sId : worker.stack)
+    std::vector<std::string> ids = worker.stack;
+    for (const SAhead& ahead : worker.ahead)
+        ids.push_back(ahead.sId);
+    for (const std::string& sId : ids)
         if (const std::string sFile = OutputPathOf(ToId(sId)); !sFile.empty())
             RemovePassingFilesBeside(m_services.staleness.FileOf(sFile), nProcess,
                                      [this](const std::string& sPath) { return m_publisher.Has(sPath); });
@@ -447,6 +449,7 @@ void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
 {
     SWorker worker = std::exchange(m_workers[end.nWorker], {});
     m_files[end.nWorker] = 0;
+    RemoveUnfinished(worker, end.nProcess);
     for (; !worker.ahead.empty(); worker.ahead.pop_back())
         if (!worker.ahead.back().bTaken)
         {
@@ -458,7 +461,6 @@ void ZJobScheduler::HandleEnd(const ZWorkerPool::SEvent& end)
         return;
     if (!worker.sWaitsFor.empty())
         std::erase(m_entries.at(worker.sWaitsFor).waiters, end.nWorker);
-    RemoveUnfinished(worker, end.nProcess);
     if (worker.bTaken)
         worker.stack.erase(worker.stack.begin());
     if (worker.stack.empty())

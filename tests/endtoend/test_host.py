@@ -264,10 +264,17 @@ class BuildTest(host.HostTest):
     def test_killed_in_the_middle(self):
         """What is there after a kill is whole, and the next build completes it; Ctrl-C leaves nothing unfinished."""
         full = os.path.join(self.work, "full")
+        # So many that workers have some of them ahead.
+        os.mkdir(os.path.join(self.tree, "crowd"))
+        for n in range(80):
+            lever = os.path.join(self.tree, "props/lever.fbx")
+            shutil.copy(lever, os.path.join(self.tree, "crowd/lever_%d.fbx" % n))
         self.build(out=full)
         wanted = {os.path.relpath(p, full): host.content(p) for p in self.files_of(full)}
         command = [host.PROGRAM, "build", "--assets", self.tree, "--out", self.out, "-t:pc", "--json"]
-        for delay, how in itertools.product((0.01, 0.03, 0.06, 0.1, 0.2), (signal.SIGKILL, signal.SIGINT)):
+        for delay, how in itertools.product((0.01, 0.06, 0.1, 0.12, 0.14, 0.2), (signal.SIGKILL, signal.SIGINT)):
+            if how == signal.SIGINT:
+                shutil.rmtree(self.out, ignore_errors=True)
             process = subprocess.Popen(
                 command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
             )
