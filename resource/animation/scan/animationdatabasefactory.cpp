@@ -57,11 +57,12 @@ private:
     {
         if (name.IsEmpty())
             return; // the document's checks leave none
-        if (!CanNameResource(name))
+        ZString fault = NameFault(name);
+        if (fault.IsEmpty() && name.IndexOf('/') != ZString::NOT_FOUND)
+            fault = "its name holds a slash";
+        if (!fault.IsEmpty())
             throw ZAnimationDatabaseFactoryException(
-                ZString::Format("The character '{0}' can't be packed: no identifier holds angle brackets or control "
-                                "characters",
-                                PrintableName(name)));
+                ZString::Format("The character '{0}' can't be packed: {1}", PrintableName(name), fault));
         m_nReferences += animations.Size();
         if (m_nReferences > ZAnimationDatabaseFactory::MAX_REFERENCES)
             throw ZAnimationDatabaseFactoryException(ZString::Format("The characters refer to more than {0} resources",
