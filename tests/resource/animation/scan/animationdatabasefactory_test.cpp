@@ -195,6 +195,9 @@ TEST(AnimationDatabaseFactory, AnEntryThatIsThereAlreadyStays)
     EXPECT_EQ(trace.Texts()[0], "2 ZAnimationDatabaseFactory: A resource with ID "
                                 "assembly:/Db/Characters.xml?/guard.chartype already exists! Animation data base "
                                 "entries should all have unique names.");
+    Scan("<AnimationDatabase><Character name='Hero'><Character name='hero'/></Character></AnimationDatabase>");
+    EXPECT_EQ(trace.Texts().Last(), "2 ZAnimationDatabaseFactory: The character 'hero' is lost: another one of this "
+                                    "name, 'Hero', stands before it");
 }
 
 TEST(AnimationDatabaseFactory, ManySiblingsAndRepeatsAreNotMultiplied)
