@@ -1,6 +1,7 @@
 #include "base/misc/zresourceid.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace
 {
@@ -96,6 +97,23 @@ bool IsPlainWord(std::string_view text)
     return !text.empty();
 }
 
+/// Whether a round bracket ends the parameters of a derived parameter: its platform and extension follow. Names may
+/// hold round brackets as well.
+bool EndsParameters(std::string_view text, size_t nBracket)
+{
+    size_t n = nBracket + 1;
+    for (int nWord = 0; nWord < 2; ++nWord)
+    {
+        if (n >= text.size() || text[n] != '.')
+            return false;
+        const size_t nEnd = std::min(text.find_first_of(".|)", n + 1), text.size());
+        if (!IsPlainWord(text.substr(n + 1, nEnd - n - 1)))
+            return false;
+        n = nEnd;
+    }
+    return n == text.size() || text[n] != '.';
+}
+
 bool IsValidRoot(std::string_view text)
 {
     const size_t nScheme = text.find(":/");
@@ -187,7 +205,7 @@ TArray<ZString> ZResourceID::GetParameters() const
         return result;
     // A bar inside a derived parameter's source, or inside the round brackets behind it, belongs to that parameter.
     size_t nAngles = 0;
-    size_t nRounds = 0;
+    std::vector<bool> rounds; // open ones: true for a parameter's own, false for one in a name
     size_t nStart = 0;
     const std::string_view text = parts.parameters;
     for (size_t i = 0; i < text.size(); ++i)
@@ -197,11 +215,13 @@ TArray<ZString> ZResourceID::GetParameters() const
             ++nAngles;
         else if (c == '>' && nAngles > 0)
             --nAngles;
-        else if (c == '(' && i > 0 && text[i - 1] == '>')
-            ++nRounds;
-        else if (c == ')' && nRounds > 0)
-            --nRounds;
-        else if (c == '|' && nAngles == 0 && nRounds == 0)
+        else if (nAngles > 0)
+            continue;
+        else if (c == '(' && (!rounds.empty() || (i > 0 && text[i - 1] == '>')))
+            rounds.push_back(text[i - 1] == '>');
+        else if (c == ')' && !rounds.empty() && (!rounds.back() || EndsParameters(text, i)))
+            rounds.pop_back();
+        else if (c == '|' && rounds.empty())
         {
             result.Add(ZString::FromView(text.substr(nStart, i - nStart)));
             nStart = i + 1;

@@ -11,7 +11,7 @@ std::string MakeBakedScene(size_t nNodes, size_t nFrames, bool bText = false);
 /// The same motion as a sparse set of cubic keys, one in eight frames.
 std::string MakeCubicScene(size_t nNodes, size_t nFrames);
 /// The baked character with a second layer of nine curves a node above it, at half its weight: as files number the
-/// modes, 0 adds, 2 blends.
+/// modes, 0 adds, 1 replaces, 2 blends.
 std::string MakeLayeredScene(size_t nNodes, size_t nFrames, int nBlendMode);
 /// A few nodes and many bytes of geometry.
 std::string MakeMeshScene(size_t nMeshBytes, bool bText = false);

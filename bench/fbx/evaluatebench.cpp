@@ -81,6 +81,7 @@ int main(int argc, char** argv)
         {"cubic80", MakeCubicScene(80, kFrames), false},
         {"added80", MakeLayeredScene(80, kFrames, 0), false},
         {"blended80", MakeLayeredScene(80, kFrames, 2), false},
+        {"replaced80", MakeLayeredScene(80, kFrames, 1), false},
         {"locomotion", ReadShared("samples/assembly/characters/hero/locomotion.fbx"), true},
         {"locomotions", ReadShared("fbx-corpus/files/locomotions.fbx"), false},
         {"mixamo", ReadShared("fbx-corpus/files/mixamo.fbx"), false},

@@ -90,8 +90,10 @@ void FbxAnimatedProperties::CompileObject(const FbxObject& object)
             m_steps.push_back({SFbxLayerMix::Of(pLayer->GetSettings(), pLayer == m_pLowest, object, link.property),
                                link.nLayer, CompileNode(link.pCurveNode)});
         }
-        m_plans.push_back(
-            {all[nFirst].property, static_cast<uint32_t>(nFirstStep), static_cast<uint32_t>(m_links.size()), false});
+        SFbxPropertyPlan& plan = m_plans.emplace_back();
+        plan.property = all[nFirst].property;
+        plan.nFirstStep = plan.nBaseStep = static_cast<uint32_t>(nFirstStep);
+        plan.nSteps = static_cast<uint32_t>(m_links.size());
     }
 }
 
@@ -140,8 +142,33 @@ void FbxAnimatedProperties::CompileWeights()
         layer.fWeight = Part(fWeight);
     }
     for (SFbxPropertyPlan& plan : m_plans)
-        for (uint32_t n = plan.nFirstStep; n < plan.nFirstStep + plan.nSteps; ++n)
-            plan.bMoves |= m_nodes[m_steps[n].nNode].nMoving != 0 || m_layers[m_steps[n].nLayer].nWeight >= 0;
+        CompileBase(plan);
+}
+
+/// Whatever its weight, or with a weight that is always full.
+bool FbxAnimatedProperties::Replaces(const SFbxLayerStep& step) const
+{
+    const SLayer& layer = m_layers[step.nLayer];
+    return step.mix.eHow == SFbxLayerMix::eReplace ||
+           (step.mix.eHow == SFbxLayerMix::eBlend && layer.nWeight < 0 && layer.fWeight >= 1.0);
+}
+
+/// Layers below one that replaces all that they have are not heard, and need not be evaluated.
+void FbxAnimatedProperties::CompileBase(SFbxPropertyPlan& plan) const
+{
+    unsigned nBelow = 7; // a mix of rotations has all three angles, whichever its layers have
+    for (uint32_t n = plan.nFirstStep; n < plan.nFirstStep + plan.nSteps; ++n)
+    {
+        const SFbxLayerStep& step = m_steps[n];
+        const SFbxCurveNodePlan& node = m_nodes[step.nNode];
+        if (Replaces(step) && (node.nPresent & nBelow) == nBelow)
+        {
+            plan.nBaseStep = n;
+            plan.bMoves = false;
+        }
+        nBelow |= node.nPresent;
+        plan.bMoves |= node.nMoving != 0 || m_layers[step.nLayer].nWeight >= 0;
+    }
 }
 
 double FbxAnimatedProperties::WeightOf(SLayer& layer)
@@ -167,19 +194,22 @@ const SFbxPropertyPlan* FbxAnimatedProperties::Find(const FbxObject& object, std
 
 void FbxAnimatedProperties::Mix(const SFbxPropertyPlan& plan, FbxMixedValues& mixed)
 {
-    for (uint32_t nStep = plan.nFirstStep; nStep < plan.nFirstStep + plan.nSteps; ++nStep)
+    for (uint32_t nStep = plan.nBaseStep; nStep < plan.nFirstStep + plan.nSteps; ++nStep)
     {
         const SFbxLayerStep& step = m_steps[nStep];
+        const double fWeight = WeightOf(m_layers[step.nLayer]);
+        if (fWeight <= 0.0 && step.mix.eHow != SFbxLayerMix::eReplace)
+            continue;
         const SFbxCurveNodePlan& node = m_nodes[step.nNode];
         const SFbxChannelPlan* pCurve = Curves(node);
         double values[FbxAnimCurveNode::kMaxChannels];
         for (unsigned n = 0; n < FbxAnimCurveNode::kMaxChannels; ++n)
             values[n] = node.nMoving >> n & 1 ? m_sampler.Value(*pCurve++) : node.values[n];
-        FbxMixLayer(step.mix, WeightOf(m_layers[step.nLayer]), values, node.nPresent, mixed);
+        FbxMixLayer(step.mix, fWeight, values, node.nPresent, mixed);
     }
 }
 
 bool FbxAnimatedProperties::IsPlain(const SFbxPropertyPlan& plan) const
 {
-    return plan.nSteps == 1 && m_layers[m_steps[plan.nFirstStep].nLayer].pLayer == m_pLowest;
+    return plan.nBaseStep + 1 == plan.nFirstStep + plan.nSteps && Replaces(m_steps[plan.nBaseStep]);
 }

@@ -30,6 +30,7 @@ struct SFbxPropertyPlan
 {
     std::string_view property;
     uint32_t nFirstStep = 0;
+    uint32_t nBaseStep = 0; ///< the first that counts: it replaces what is below it
     uint32_t nSteps = 0;
     bool bMoves = false;
 };
@@ -51,8 +52,10 @@ public:
     {
         return m_nodes[m_steps[plan.nFirstStep].nNode];
     }
-    /// True when nothing is mixed: the ground of the stack replaces static values, and no layer is above it.
+    /// True when nothing is mixed: one layer replaces static values and what is below it, and none is above it.
     bool IsPlain(const SFbxPropertyPlan& plan) const;
+    /// Of that layer.
+    const SFbxCurveNodePlan& Base(const SFbxPropertyPlan& plan) const { return m_nodes[m_steps[plan.nBaseStep].nNode]; }
     const SFbxChannelPlan* Curves(const SFbxCurveNodePlan& node) const { return m_curves.data() + node.nFirstCurve; }
 
 private:
@@ -80,6 +83,8 @@ private:
     void CompileObject(const FbxObject& object);
     uint32_t CompileNode(FbxAnimCurveNode* pNode);
     void CompileWeights();
+    void CompileBase(SFbxPropertyPlan& plan) const;
+    bool Replaces(const SFbxLayerStep& step) const;
     double WeightOf(SLayer& layer);
 
     FbxScene& m_scene;

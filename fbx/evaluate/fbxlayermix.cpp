@@ -1,5 +1,7 @@
 #include "fbx/evaluate/fbxlayermix.h"
 
+#include "fbx/scene/fbxnode.h"
+
 #include <cmath>
 
 namespace
@@ -89,7 +91,8 @@ SFbxLayerMix SFbxLayerMix::Of(const SFbxLayerSettings& layer, bool bLowest, cons
     if (property == "Lcl Rotation" && layer.bMixesRotations)
     {
         mix.eAs = eRotation;
-        const int64_t n = object.FindProperty("RotationOrder").GetInt64();
+        const auto* pNode = dynamic_cast<const FbxNode*>(&object);
+        const int64_t n = pNode ? pNode->GetLayerOrder() : 0;
         mix.eOrder = n >= 0 && n <= 5 ? static_cast<EFbxRotationOrder>(n) : EFbxRotationOrder::eXYZ;
     }
     else if (property == "Lcl Scaling" && layer.bMixesScales)

@@ -186,7 +186,7 @@ void FbxNodePlans::CompilePlain(const SFbxPropertyPlan* const* ppPlans, SFbxNode
     {
         if (!ppPlans[p])
             continue;
-        const SFbxCurveNodePlan& node = m_properties.Lowest(*ppPlans[p]);
+        const SFbxCurveNodePlan& node = m_properties.Base(*ppPlans[p]);
         const SFbxChannelPlan* pCurve = m_properties.Curves(node);
         double* const components[3] = {&vectors[p]->x, &vectors[p]->y, &vectors[p]->z};
         for (size_t n = 0; n < 3; ++n)

@@ -1,6 +1,7 @@
 #include "fbx/file/fbxtextnumber.h"
 
 #include <charconv>
+#include <cmath>
 #include <iterator>
 #include <limits>
 
@@ -139,9 +140,12 @@ bool FbxParseNumber(std::string_view text, SFbxValue& value)
         return false;
     if (asDouble.ec == std::errc::result_out_of_range)
     {
-        // Too small or too large for a double; the exponent's sign tells which.
-        const bool bSmall = rest.find("e-") != std::string_view::npos || rest.find("E-") != std::string_view::npos ||
-                            rest[0] == '0' || rest[0] == '.';
+        // Too small or too large for a double; where a wider type can't tell which, the exponent's sign does.
+        long double fWide = 0.0L;
+        const bool bSmall =
+            std::from_chars(p, pEnd, fWide).ec == std::errc()
+                ? std::fabs(fWide) < 1.0L
+                : rest.find("e-") != std::string_view::npos || rest.find("E-") != std::string_view::npos;
         fValue = bSmall ? 0.0 : std::numeric_limits<double>::infinity();
         if (bNegative)
             fValue = -fValue;

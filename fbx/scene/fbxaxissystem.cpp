@@ -88,7 +88,10 @@ void TurnNode(FbxNode& node, const STurn& turn)
     if (node.FindProperty("PostRotation").IsValid())
         Set(node, "PostRotation", none);
     if (node.FindProperty("RotationOrder").GetInt64() != 0)
+    {
+        node.KeepLayerOrder();
         node.OwnProperty("RotationOrder", "enum").SetInt64(0);
+    }
     if (node.FindProperty("RotationSpaceForLimitOnly").GetBool())
         node.OwnProperty("RotationSpaceForLimitOnly", "bool").SetBool(false);
     node.SetRotationActive(true);

@@ -64,6 +64,11 @@ void FbxNode::SetTurn(const SFbxNodeTurn& turn)
     GetScene()->GetAnimationEvaluator()->Invalidate();
 }
 
+int64_t FbxNode::RotationOrder() const
+{
+    return FindProperty("RotationOrder").GetInt64();
+}
+
 FbxTransform FbxNode::EvaluateLocalTransform(FbxTime time) const
 {
     return GetScene()->GetAnimationEvaluator()->EvaluateLocalTransform(this, time);

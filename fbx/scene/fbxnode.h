@@ -59,6 +59,10 @@ public:
     /// Null unless the axes were turned while its pivots move.
     const SFbxNodeTurn* GetTurn() const { return m_pTurn.get(); }
     void SetTurn(const SFbxNodeTurn& turn);
+    /// The rotation order that layers mix angles in, whether it acts or not: the one of the file, which the axis
+    /// conversion may have taken out of the property.
+    int64_t GetLayerOrder() const { return m_nLayerOrder >= 0 ? m_nLayerOrder : RotationOrder(); }
+    void KeepLayerOrder() { m_nLayerOrder = GetLayerOrder(); }
 
     /// Relative to the parent: inverse(parent's global) times global, whatever the scale inheritance.
     /// FbxTime::Infinite() gives the rest transform, without animation.
@@ -69,9 +73,12 @@ public:
     FbxMatrix4 EvaluateGlobalMatrix(FbxTime time) const;
 
 private:
+    int64_t RotationOrder() const;
+
     FbxNode* m_pParent = nullptr;
     std::vector<FbxNode*> m_children;
     std::vector<FbxNodeAttribute*> m_attributes;
     std::unique_ptr<SFbxNodeTurn> m_pTurn;
+    int64_t m_nLayerOrder = -1; ///< -1: the property tells
     int m_nIndex;
 };

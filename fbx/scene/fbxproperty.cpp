@@ -5,6 +5,7 @@
 #include "fbx/scene/fbxscene.h"
 #include "fbx/types/fbxpropertytypes.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -32,23 +33,16 @@ bool IsInteger(EFbxType eType)
     }
 }
 
-double NumberOfText(std::string_view text)
-{
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '+'))
-        text.remove_prefix(1);
-    double fValue = 0.0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), fValue);
-    return result.ec == std::errc() ? fValue : 0.0;
-}
-
+/// The number that a text begins with; 0 where that is none, as nan and infinity are not.
 template <class T>
-T IntegerOfText(std::string_view text)
+T NumberOfText(std::string_view text)
 {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '+'))
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    if (text.starts_with('+') && !text.starts_with("+-"))
         text.remove_prefix(1);
-    T nValue = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), nValue);
-    return result.ec == std::errc() ? nValue : T(0);
+    T value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && std::isfinite(static_cast<double>(value)) ? value : T(0);
 }
 
 } // namespace
@@ -90,7 +84,7 @@ bool FbxProperty::GetBool() const
     if (!m_pData)
         return false;
     if (m_pData->eType == EFbxType::eString)
-        return m_pData->text == "true" || m_pData->text == "True" || NumberOfText(m_pData->text) != 0.0;
+        return m_pData->text == "true" || m_pData->text == "True" || NumberOfText<double>(m_pData->text) != 0.0;
     return IsInteger(m_pData->eType) ? m_pData->integer != 0 : m_pData->values[0] != 0.0;
 }
 
@@ -99,14 +93,14 @@ int64_t FbxProperty::GetInt64() const
     if (!m_pData)
         return 0;
     if (m_pData->eType == EFbxType::eString)
-        return IntegerOfText<int64_t>(m_pData->text);
+        return NumberOfText<int64_t>(m_pData->text);
     return m_pData->integer;
 }
 
 uint64_t FbxProperty::GetUInt64() const
 {
     if (m_pData && m_pData->eType == EFbxType::eString)
-        return IntegerOfText<uint64_t>(m_pData->text);
+        return NumberOfText<uint64_t>(m_pData->text);
     // Numbers above the signed range are written as their bits.
     return static_cast<uint64_t>(GetInt64());
 }
@@ -115,7 +109,7 @@ double FbxProperty::GetDouble() const
 {
     if (!m_pData)
         return 0.0;
-    return m_pData->eType == EFbxType::eString ? NumberOfText(m_pData->text) : m_pData->values[0];
+    return m_pData->eType == EFbxType::eString ? NumberOfText<double>(m_pData->text) : m_pData->values[0];
 }
 
 std::string FbxProperty::GetString() const

@@ -1,4 +1,5 @@
 #include "host/build/session.h"
+#include "base/misc/utf8.h"
 
 #include "host/build/workermain.h"
 #include "host/files/outputfile.h"
@@ -7,7 +8,6 @@
 #include "host/module/hostmodule.h"
 #include "host/module/moduleloader.h"
 #include "host/text/hosterror.h"
-#include "host/text/jsonwriter.h"
 #include "os/interrupt.h"
 
 #include <algorithm>

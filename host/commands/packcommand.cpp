@@ -1,3 +1,4 @@
+#include "base/misc/utf8.h"
 #include "host/build/session.h"
 #include "host/commands/commands.h"
 #include "host/files/derivedkinds.h"

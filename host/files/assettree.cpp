@@ -1,10 +1,10 @@
 #include "host/files/assettree.h"
+#include "base/misc/utf8.h"
 
 #include "host/files/contenthash.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
 #include "host/text/hosterror.h"
-#include "host/text/jsonwriter.h"
 
 #include <algorithm>
 #include <filesystem>

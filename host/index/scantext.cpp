@@ -1,7 +1,7 @@
 #include "host/index/scantext.h"
 
+#include "base/misc/utf8.h"
 #include "host/files/contenthash.h"
-#include "host/text/jsonwriter.h"
 
 #include <algorithm>
 #include <unordered_map>

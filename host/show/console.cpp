@@ -1,4 +1,5 @@
 #include "host/show/console.h"
+#include "base/misc/utf8.h"
 
 #include "host/files/resourceids.h"
 #include "host/show/failureline.h"

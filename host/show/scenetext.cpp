@@ -1,7 +1,7 @@
 #include "host/show/scenetext.h"
+#include "base/misc/utf8.h"
 
 #include "fbx/scene/fbxstackframes.h"
-#include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"
 
 #include <algorithm>

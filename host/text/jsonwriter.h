@@ -74,8 +74,4 @@ private:
     bool m_bFirst = true; ///< nothing stands before the next value, so no comma does
 };
 
-/// Length of the UTF-8 sequence that `text` begins with; 0 when it begins with none.
-size_t Utf8SequenceLength(std::string_view text);
-bool IsUtf8(std::string_view text);
-
 } // namespace Host

@@ -40,7 +40,9 @@ TEST(ZResourceID, TakesFormsApart)
 TEST(ZResourceID, DerivedFormKeepsEveryPart)
 {
     const ZResourceID source("assembly:/Chars (old)/Hero.fbx?/Run_01.take");
-    const ZResourceID rig = ZResourceID("assembly:/a.rig.fbx").CreateDerivedResourceID("animationrig", "p|q", "pc");
+    const ZResourceID rig =
+        ZResourceID("assembly:/a.rig.fbx")
+            .CreateDerivedResourceID("animationrig", "p (1)|<assembly:/c.rig>(a (2).rig.fbx|b).pc.metarig|q)", "pc");
     const ZString parameters = ZString::Format("noevents|{0}|assembly:/b (2).rig", rig);
     const ZResourceID derived = source.CreateDerivedResourceID("animation", parameters, "ps3");
 

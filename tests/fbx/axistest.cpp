@@ -55,6 +55,9 @@ Scene MakeScene(const FbxAxisSystem& axes)
         }
         if (n == 4 || n == 6)
             scene.Curve(scene.CurveNode(nUpper, nModel, "Lcl Translation", {}), "d|Z", {0, kSecond}, {3, 4});
+        // Layers mix in the order that a node has, whether that acts or not.
+        if (n == 4 || n == 5)
+            scene.CurveNode(nUpper, nModel, "Lcl Rotation", {30, 40, 50});
         const int64_t nChild = scene.Model("below" + std::to_string(n), "Null", nModel);
         scene.Vector(nChild, "Lcl Translation", 4, 5, 6);
         if (n == 6)

@@ -72,6 +72,8 @@ TEST(Property, ValuesConvert)
     scene.Property(nModel, "text", "KString", "U", {S("12.75 and more")});
     scene.Property(nModel, "big", "KString", "U", {S("18446744073709551615")});
     scene.Property(nModel, "empty", "KString", "U", {});
+    scene.Property(nModel, "none", "KString", "U", {S("nan")});
+    scene.Property(nModel, "signs", "KString", "U", {S("+-1")});
     std::vector<Value> matrix;
     for (int n = 0; n < 16; ++n)
         matrix.push_back(D(n));
@@ -83,10 +85,11 @@ TEST(Property, ValuesConvert)
         const FbxNode& node = loaded.Node("a");
         const auto property = [&node](const char* sz) { return node.FindProperty(sz); };
         std::ostringstream told;
-        for (const char* szName : {"flag", "count", "length", "text", "empty", "missing"})
+        for (const char* szName : {"flag", "count", "length", "text", "none", "signs", "empty", "missing"})
             told << property(szName).GetBool() << ' ' << property(szName).GetInt64() << ' '
                  << property(szName).GetDouble() << ' ' << property(szName).GetString() << " | ";
-        EXPECT_EQ(told.str(), "1 1 1 true | 1 -7 -7 -7 | 1 2 2.5 2.5 | 1 12 12.75 12.75 and more | 0 0 0  | 0 0 0  | ");
+        EXPECT_EQ(told.str(), "1 1 1 true | 1 -7 -7 -7 | 1 2 2.5 2.5 | 1 12 12.75 12.75 and more | 0 0 0 nan | "
+                              "0 0 0 +-1 | 0 0 0  | 0 0 0  | ");
         EXPECT_EQ(property("id").GetUInt64(), UINT64_MAX);
         EXPECT_EQ(property("big").GetUInt64(), UINT64_MAX);
         EXPECT_EQ(property("matrix").GetMatrix().m[3][1], 13.0);

@@ -34,7 +34,7 @@ TEST(Text, Values)
     // Everything stands below a record that is read whole.
     const std::string sText = "; comment\n"
                               "Takes:  { ; { \" in a comment\n"
-                              "\tNumbers: 1, -2,+3, 4.5, -1e3, 9223372036854775807, 1.5e-400,1e400, -0\n"
+                              "\tNumbers: 1, -2,+3, 4.5, -1e3, 9223372036854775807, 1.5e-400,1e400,0.5e400, -0\n"
                               "\tOdd: nan, -inf, 1.#INF, -1.#IND, Infinity\n"
                               "\tTexts: \"a &quot;b&quot; &amp; c\", \"\", \"x;y{z}\"\n"
                               "\tWords: T, Y\n"
@@ -52,10 +52,10 @@ TEST(Text, Values)
     std::sort(lines.begin(), lines.end());
     EXPECT_EQ(lines, (std::vector<std::string>{"0 {", "1Takes {", "2Empty", "2LeftOut late", "2List *4  1 2 3 4",
                                                "2Mixed *3  1 2.5 -inf", "2Nested { name", "2Nothing *0 ",
-                                               "2Numbers 1 -2 3 4.5 -1000 9223372036854775807 0 inf 0",
+                                               "2Numbers 1 -2 3 4.5 -1000 9223372036854775807 0 inf inf 0",
                                                "2Odd nan -inf inf nan inf", "2Texts a \"b\" &amp; c  x;y{z}",
                                                "2Words 84 89", "2Wrapped 1 2 3 4", "3Inner 5"}));
-    EXPECT_TRUE(std::signbit(parsed.Find("Numbers")->Value(8)->AsDouble()));
+    EXPECT_TRUE(std::signbit(parsed.Find("Numbers")->Value(9)->AsDouble()));
     EXPECT_EQ(parsed.Find("List")->Value(0)->type, 'l');
     EXPECT_EQ(parsed.Find("Mixed")->Value(0)->type, 'd') << "nor is the count believed";
 }

@@ -1,3 +1,4 @@
+#include "base/misc/utf8.h"
 #include "host/text/jsonwriter.h"
 
 #include <gtest/gtest.h>

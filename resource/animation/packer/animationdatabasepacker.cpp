@@ -68,13 +68,14 @@ SEntries CollectEntries(const ZCharacterType& character, const ZString& paramete
     SEntries entries;
     for (const auto& [name, source] : character.m_animations)
     {
-        const ZString extension = source.GetExtension();
+        // As it will stand in the header: two spellings of one resource share a reference.
+        ZResourceID id(source.ToString().CopyToLower());
+        const ZString extension = id.GetExtension();
         const bool bBlendSpace = extension == "blendspace";
-        ZResourceID id = source;
         if (extension == "take")
-            id = source.CreateDerivedResourceID("animation", parameters, platform);
+            id = id.CreateDerivedResourceID("animation", parameters, platform);
         else if (bBlendSpace)
-            id = source.CreateDerivedResourceID("rbs", parameters, platform);
+            id = id.CreateDerivedResourceID("rbs", parameters, platform);
         CheckReference(id, name, character, characterID);
         entries.positions.Add(header.AddReference(id, REFERENCE_FLAGS));
         entries.blendSpaceFlags.Add(bBlendSpace ? 1 : 0);

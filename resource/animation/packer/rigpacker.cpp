@@ -98,11 +98,17 @@ void RepairBiped(ZBoneHierarchy& hierarchy, const ZMessageDelegate& messages)
                  {"Bip01_LThighTwist", "Bip01_L_Thigh"},
                  {"Bip01_RThighTwist", "Bip01_R_Thigh"}};
     for (const auto& [twist, limb] : pairs)
-        if (hierarchy.GetBoneId(twist).IsValid() && hierarchy.GetBoneId(limb).IsValid() &&
-            !hierarchy.MakeSiblingOf(twist, limb))
-            messages(
-                ZString::Format("The twist bone '{0}' stays where it is: its limb '{1}' hangs below it", twist, limb),
-                eMessage_Warning);
+    {
+        const SBoneId limbId = hierarchy.GetBoneId(limb);
+        if (!hierarchy.GetBoneId(twist).IsValid() || !limbId.IsValid())
+            continue;
+        // Beside the root it would be a second one, and none that anybody knows.
+        const bool bRoot = hierarchy.ParentIndices()[limbId] == -1;
+        if (bRoot || !hierarchy.MakeSiblingOf(twist, limb))
+            messages(ZString::Format("The twist bone '{0}' stays where it is: its limb '{1}' {2}", twist, limb,
+                                     bRoot ? "is the root" : "hangs below it"),
+                     eMessage_Warning);
+    }
 }
 
 ZAnimationRig BuildRig(const ZBoneHierarchy& hierarchy)

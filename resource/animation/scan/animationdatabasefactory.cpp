@@ -1,5 +1,6 @@
 #include "resource/animation/scan/animationdatabasefactory.h"
 
+#include "base/collections/thashmap.h"
 #include "base/component/componentbase.h"
 #include "base/misc/trace.h"
 #include "resource/_shared/_internal/resourcescandata.h"
@@ -57,11 +58,16 @@ private:
     {
         if (name.IsEmpty())
             return; // the document's checks leave none
-        if (!CanNameResource(name))
+        ZString fault = NameFault(name);
+        if (fault.IsEmpty() && name.IndexOf('/') != ZString::NOT_FOUND)
+            fault = "its name holds a slash";
+        if (!fault.IsEmpty())
             throw ZAnimationDatabaseFactoryException(
-                ZString::Format("The character '{0}' can't be packed: no identifier holds angle brackets or control "
-                                "characters",
-                                PrintableName(name)));
+                ZString::Format("The character '{0}' can't be packed: {1}", PrintableName(name), fault));
+        if (const ZString key = name.CopyToLower(); !m_names.Insert(key, name))
+            ZTRACE(ITraceListener::eTrace_Notice, CHANNEL,
+                   "The character '{0}' is lost: another one of this name, '{1}', stands before it", name,
+                   *m_names.Find(key));
         m_nReferences += animations.Size();
         if (m_nReferences > ZAnimationDatabaseFactory::MAX_REFERENCES)
             throw ZAnimationDatabaseFactoryException(ZString::Format("The characters refer to more than {0} resources",
@@ -85,6 +91,7 @@ private:
     const ZResourceID& m_id;
     SResourceScanData& m_result;
     TMap<ZResourceID, bool> m_known;
+    THashMap<ZString, ZString> m_names; ///< as spelled, by lower case: that is how they are looked for
     uint64_t m_nReferences = 0;
 };
 

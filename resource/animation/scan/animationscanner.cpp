@@ -69,11 +69,9 @@ void SetMotionProperties(const SAnimationCharacteristics& c, TMap<ZString, ZStri
 
 void CheckName(const char* szWhat, const ZString& name)
 {
-    if (!CanNameResource(name))
-        throw ZAnimationException(
-            ZString::Format("The {0} '{1}' can't be packed: no identifier holds angle brackets or "
-                            "control characters",
-                            ZString::ReferenceCString(szWhat), PrintableName(name)));
+    if (const ZString fault = NameFault(name); !fault.IsEmpty())
+        throw ZAnimationException(ZString::Format("The {0} '{1}' can't be packed: {2}",
+                                                  ZString::ReferenceCString(szWhat), PrintableName(name), fault));
 }
 
 /// Identifiers know names without regard to case, and the first of a name stands for all.

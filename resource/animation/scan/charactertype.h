@@ -23,7 +23,7 @@ struct ZCharacterType
     static bool CanBePacked(const ZResourceID& id)
     {
         const ZString extension = id.GetExtension();
-        return id.IsDerived() || extension == "take" || extension == "blendspace";
+        return id.IsDerived() || extension.ICompare("take") == 0 || extension.ICompare("blendspace") == 0;
     }
 };
 

@@ -77,7 +77,7 @@ TEST(AnimationDatabasePacker, ParametersAndMemory)
     EXPECT_TRUE(header.References().Contains(ZString("<assembly:/y>.pc.animation")));
     // "AB" sorts before "move" and "run" as the document spells them; two names share one resource.
     const SPackedCharacter three(
-        {{"run", "assembly:/x.fbx?/Run.take"}, {"AB", "assembly:/x.fbx?/Run.take"}, {"move", "assembly:/x.blendspace"}},
+        {{"run", "assembly:/x.fbx?/Run.TAKE"}, {"AB", "assembly:/X.fbx?/run.take"}, {"move", "assembly:/x.blendSpace"}},
         "xbox360");
     const uint8_t big[] = {0,  0, 0, 3, 0,  0, 0, 0, 0,  0,   0,   1, 0,   0,   0,   0,   0, 1,   0,   0,   0, 0,
                            12, 0, 0, 0, 15, 0, 0, 0, 20, 'a', 'b', 0, 'm', 'o', 'v', 'e', 0, 'r', 'u', 'n', 0};

@@ -63,6 +63,13 @@ TEST(RigPacker, RepairsABiped)
     EXPECT_EQ(pAlone->Translation(), SVector3());
     EXPECT_EQ(pAlone->Rotation(), SQuaternion());
 
+    const TBone pLimb = MakeBone("Bip01_L_Thigh", nullptr, {0, 0, 97});
+    const TBone pBeside = MakeBone("Bip01_LThighTwist", MakeBone("Bip01", pLimb, {}), {9, 0, 90});
+    RepairBiped(*MakeHierarchy(pLimb), Messages());
+    EXPECT_EQ(pBeside->Parent()->Name(), "Bip01");
+    EXPECT_EQ(g_messages, "1: The twist bone 'Bip01_LThighTwist' stays where it is: its limb 'Bip01_L_Thigh' is the "
+                          "root|");
+
     const TBone pOther = MakeBone("spine", nullptr, {0, 0, 97});
     const TBone pKept = MakeBone("Bip01_LUpArmTwist", pOther, {20, 0, 140});
     RepairBiped(*MakeHierarchy(pOther), Messages());

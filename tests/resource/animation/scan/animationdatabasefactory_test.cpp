@@ -95,9 +95,15 @@ TEST(AnimationDatabaseFactory, InheritsAndOverrides)
     for (const auto& [subResource, szExpected] : cases)
         EXPECT_EQ(Load(NESTED, subResource), szExpected);
     EXPECT_EQ(Scan("<AnimationDatabase><Character name='a'/></AnimationDatabase>"), "/a.chartype\n");
-    EXPECT_TRUE(Scan("<AnimationDatabase><Character name='a&lt;b'/></AnimationDatabase>")
-                    .EndsWith("The character 'a<b' can't be packed: no identifier holds angle brackets or control "
-                              "characters"));
+    const std::pair<ZString, ZString> names[] = {
+        {"a&lt;b", "The character 'a<b' can't be packed: no identifier holds angle brackets or control characters"},
+        {"a/b", "The character 'a/b' can't be packed: its name holds a slash"},
+        {"/a", "The character '/a' can't be packed: its name begins with a slash"},
+        {"a\xe9", "The character 'a\\xE9' can't be packed: its name is no UTF-8"},
+    };
+    for (const auto& [name, fault] : names)
+        EXPECT_TRUE(Scan(ZString::Format("<AnimationDatabase><Character name='{0}'/></AnimationDatabase>", name))
+                        .EndsWith(fault));
 
     // Where the first entry stands that nothing can pack, for whoever comes to it.
     const TComponentScope<ZAnimationDatabaseFactory> factory(new ZAnimationDatabaseFactory);
@@ -189,6 +195,9 @@ TEST(AnimationDatabaseFactory, AnEntryThatIsThereAlreadyStays)
     EXPECT_EQ(trace.Texts()[0], "2 ZAnimationDatabaseFactory: A resource with ID "
                                 "assembly:/Db/Characters.xml?/guard.chartype already exists! Animation data base "
                                 "entries should all have unique names.");
+    Scan("<AnimationDatabase><Character name='Hero'><Character name='hero'/></Character></AnimationDatabase>");
+    EXPECT_EQ(trace.Texts().Last(), "2 ZAnimationDatabaseFactory: The character 'hero' is lost: another one of this "
+                                    "name, 'Hero', stands before it");
 }
 
 TEST(AnimationDatabaseFactory, ManySiblingsAndRepeatsAreNotMultiplied)
