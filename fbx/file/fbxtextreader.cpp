@@ -1,60 +1,18 @@
+#include "fbx/file/fbxtextlexer.h"
 #include "fbx/file/fbxtextnumber.h"
-#include "fbx/file/fbxtextscan.h"
 
 #include <cstring>
 #include <limits>
 #include <vector>
 
-// The layout of a text file:
-//   ; comment to the end of the line
-//   Name: value, value {
-//       Name: ...
-//   }
-// A value is a number, a "text" in which &quot; stands for a quote, a bare word, or an array: *N { a: v,v,v }.
-// A list of values goes on over the end of a line behind or before a comma.
 namespace
 {
 
-enum class EToken : uint8_t
-{
-    eEnd,
-    eName,
-    eWord,
-    eText,
-    eComma,
-    eStar,
-    eOpen,
-    eClose,
-    eBad
-};
-
-constexpr bool IsSpace(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-/// Letters that end a bare word.
-struct SBreaks
-{
-    constexpr SBreaks()
-    {
-        for (const char c : std::string_view(" \t\n\r,:{}\";*\0", 12))
-            is[static_cast<uint8_t>(c)] = true;
-    }
-    bool is[256] = {};
-};
-constexpr SBreaks kBreaks;
-
-inline bool IsBreak(char c)
-{
-    return kBreaks.is[static_cast<uint8_t>(c)];
-}
-
-class TextReader
+class TextReader : FbxTextLexer
 {
 public:
     TextReader(const uint8_t* pData, size_t nSize, SFbxRecordTree& tree, std::string& sError)
-        : m_p(reinterpret_cast<const char*>(pData)), m_pBegin(m_p), m_pEnd(m_p + nSize), m_tree(tree), m_sError(sError)
+        : FbxTextLexer(reinterpret_cast<const char*>(pData), nSize, sError), m_tree(tree)
     {
     }
 
@@ -67,176 +25,17 @@ private:
         EFbxScope eScope;
     };
 
-    bool Fail(const char* szWhat);
-    void SkipSpace();
-    EToken Next();
-    bool SkipRecord();
-    bool SkipBlock();
-    bool SkipTextOrComment();
-    bool TakeName(const char* pFrom, const char* pColon);
     bool TakePlainNumbers();
     bool ReadValues(SFbxRecord& record);
     bool ReadArray(SFbxValue& value);
     std::string_view Unescape(std::string_view text);
 
-    const char* m_p;
-    const char* m_pBegin;
-    const char* m_pEnd;
     SFbxRecordTree& m_tree;
-    std::string& m_sError;
-    std::string_view m_text; ///< of the last name, word or text
-    EToken m_eToken = EToken::eEnd;
     std::vector<SLevel> m_levels;
     std::vector<SFbxValue> m_values;
     std::vector<double> m_numbers;
     std::vector<int64_t> m_integers;
 };
-
-bool TextReader::Fail(const char* szWhat)
-{
-    size_t nLine = 1;
-    for (const char* p = m_pBegin; p < m_p && p < m_pEnd; ++p)
-        nLine += *p == '\n';
-    m_sError = std::string(szWhat) + " (in line " + std::to_string(nLine) + ")";
-    return false;
-}
-
-void TextReader::SkipSpace()
-{
-    while (m_p != m_pEnd)
-    {
-        if (IsSpace(*m_p))
-            ++m_p;
-        else if (*m_p == ';')
-        {
-            const void* pLine = std::memchr(m_p, '\n', static_cast<size_t>(m_pEnd - m_p));
-            m_p = pLine ? static_cast<const char*>(pLine) : m_pEnd;
-        }
-        else
-            return;
-    }
-}
-
-EToken TextReader::Next()
-{
-    SkipSpace();
-    if (m_p == m_pEnd)
-        return m_eToken = EToken::eEnd;
-    switch (*m_p)
-    {
-    case ',':
-        ++m_p;
-        return m_eToken = EToken::eComma;
-    case '*':
-        ++m_p;
-        return m_eToken = EToken::eStar;
-    case '{':
-        ++m_p;
-        return m_eToken = EToken::eOpen;
-    case '}':
-        ++m_p;
-        return m_eToken = EToken::eClose;
-    case '"':
-    {
-        const void* pClose = std::memchr(m_p + 1, '"', static_cast<size_t>(m_pEnd - m_p - 1));
-        if (!pClose)
-            return m_eToken = EToken::eBad;
-        m_text = {m_p + 1, static_cast<size_t>(static_cast<const char*>(pClose) - m_p - 1)};
-        m_p = static_cast<const char*>(pClose) + 1;
-        return m_eToken = EToken::eText;
-    }
-    default:
-        break;
-    }
-    const char* pWord = m_p;
-    while (m_p != m_pEnd && !IsBreak(*m_p))
-        ++m_p;
-    if (m_p == pWord)
-        return m_eToken = EToken::eBad;
-    m_text = {pWord, static_cast<size_t>(m_p - pWord)};
-    const char* p = m_p;
-    while (p != m_pEnd && (*p == ' ' || *p == '\t'))
-        ++p;
-    if (p != m_pEnd && *p == ':')
-    {
-        m_p = p + 1;
-        return m_eToken = EToken::eName;
-    }
-    return m_eToken = EToken::eWord;
-}
-
-/// The name in front of a colon: the word that ends there, but for blanks. Where there is none the file is damaged.
-bool TextReader::TakeName(const char* pFrom, const char* pColon)
-{
-    const char* pEnd = pColon;
-    while (pEnd != pFrom && (pEnd[-1] == ' ' || pEnd[-1] == '\t'))
-        --pEnd;
-    const char* pWord = pEnd;
-    while (pWord != pFrom && !IsBreak(pWord[-1]))
-        --pWord;
-    m_p = pColon + 1;
-    m_text = {pWord, static_cast<size_t>(pEnd - pWord)};
-    m_eToken = EToken::eName;
-    return pWord != pEnd || Fail("this can't be read");
-}
-
-/// Steps over the values and the block of a record whose name was read; the token behind them is read. What is stepped
-/// over can be nearly all of a file, so nothing but the letters that end it is looked for.
-bool TextReader::SkipRecord()
-{
-    for (;;)
-    {
-        const char* pFrom = m_p;
-        m_p = FbxFindFirst<':', '{', '}', '"', ';'>(m_p, m_pEnd);
-        if (m_p == m_pEnd || *m_p == '}')
-        {
-            Next();
-            return true;
-        }
-        if (*m_p == ':')
-            return TakeName(pFrom, m_p);
-        if (*m_p == '{')
-        {
-            ++m_p;
-            if (!SkipBlock())
-                return false;
-            if (Next() == EToken::eComma)
-                continue; // it was an array, and more values follow
-            return m_eToken != EToken::eBad || Fail("this can't be read");
-        }
-        if (!SkipTextOrComment())
-            return false;
-    }
-}
-
-/// Behind a brace, to behind the one that closes it.
-bool TextReader::SkipBlock()
-{
-    for (size_t nDepth = 1; nDepth > 0;)
-    {
-        m_p = FbxFindFirst<'{', '}', '"', ';'>(m_p, m_pEnd);
-        if (m_p == m_pEnd)
-            return Fail("the file ends within a record");
-        if (*m_p == '"' || *m_p == ';')
-        {
-            if (!SkipTextOrComment())
-                return false;
-            continue;
-        }
-        nDepth = *m_p == '{' ? nDepth + 1 : nDepth - 1;
-        ++m_p;
-    }
-    return true;
-}
-
-bool TextReader::SkipTextOrComment()
-{
-    if (*m_p == ';')
-        SkipSpace();
-    else if (Next() == EToken::eBad)
-        return Fail("a text is not closed");
-    return true;
-}
 
 std::string_view TextReader::Unescape(std::string_view text)
 {
@@ -265,13 +64,13 @@ std::string_view TextReader::Unescape(std::string_view text)
 /// Behind the star: N { a: v,v,v }. The count is not needed and not believed.
 bool TextReader::ReadArray(SFbxValue& value)
 {
-    if (Next() != EToken::eWord || Next() != EToken::eOpen)
+    if (Next() != EFbxToken::eWord || Next() != EFbxToken::eOpen)
         return Fail("an array is not well formed");
     m_numbers.clear();
     m_integers.clear();
     bool bIntegers = true;
     Next();
-    if (m_eToken == EToken::eName)
+    if (m_eToken == EFbxToken::eName)
     {
         for (;;)
         {
@@ -281,12 +80,10 @@ bool TextReader::ReadArray(SFbxValue& value)
                 m_p = pAfter;
             else
             {
-                const char* pWord = m_p;
-                while (m_p != m_pEnd && !IsBreak(*m_p))
-                    ++m_p;
-                if (m_p == pWord)
+                const std::string_view word = TakeWord();
+                if (word.empty())
                     break; // an empty list
-                if (!FbxParseNumber({pWord, static_cast<size_t>(m_p - pWord)}, number))
+                if (!FbxParseNumber(word, number))
                     return Fail("an array holds what is no number");
             }
             if (bIntegers && number.type == 'D')
@@ -307,7 +104,7 @@ bool TextReader::ReadArray(SFbxValue& value)
         }
         Next();
     }
-    if (m_eToken != EToken::eClose)
+    if (m_eToken != EFbxToken::eClose)
         return Fail("an array is not closed");
     const size_t nCount = bIntegers ? m_integers.size() : m_numbers.size();
     if (nCount > std::numeric_limits<uint32_t>::max())
@@ -355,7 +152,7 @@ bool TextReader::ReadValues(SFbxRecord& record)
     while (!bEnd)
     {
         SFbxValue value{};
-        if (m_eToken == EToken::eText)
+        if (m_eToken == EFbxToken::eText)
         {
             const std::string_view text = Unescape(m_text);
             if (text.size() > std::numeric_limits<uint32_t>::max())
@@ -364,7 +161,7 @@ bool TextReader::ReadValues(SFbxRecord& record)
             value.p = text.data();
             value.n = static_cast<uint32_t>(text.size());
         }
-        else if (m_eToken == EToken::eWord)
+        else if (m_eToken == EFbxToken::eWord)
         {
             if (!FbxLooksLikeNumber(m_text) || !FbxParseNumber(m_text, value))
             {
@@ -373,12 +170,12 @@ bool TextReader::ReadValues(SFbxRecord& record)
                 value.n = static_cast<uint32_t>(m_text.size() < 1024 ? m_text.size() : 1024);
             }
         }
-        else if (m_eToken == EToken::eStar)
+        else if (m_eToken == EFbxToken::eStar)
         {
             if (!ReadArray(value))
                 return false;
         }
-        else if (m_eToken == EToken::eComma)
+        else if (m_eToken == EFbxToken::eComma)
         {
             Next(); // a value that is left out
             continue;
@@ -386,7 +183,7 @@ bool TextReader::ReadValues(SFbxRecord& record)
         else
             break;
         m_values.push_back(value);
-        if (Next() != EToken::eComma)
+        if (Next() != EFbxToken::eComma)
             break;
         bEnd = TakePlainNumbers();
         if (!bEnd)
@@ -413,20 +210,20 @@ bool TextReader::Read()
     {
         switch (m_eToken)
         {
-        case EToken::eEnd:
+        case EFbxToken::eEnd:
             if (!bRecords && !m_tree.bWhole)
                 return Fail("the file has no records");
             return m_levels.size() == 1 ? true : Fail("the file ends within a record");
-        case EToken::eClose:
+        case EFbxToken::eClose:
             if (m_levels.size() == 1)
                 return Fail("a record is closed that was not opened");
             m_levels.pop_back();
             Next();
             continue;
-        case EToken::eName:
+        case EFbxToken::eName:
             bRecords = true;
             break;
-        case EToken::eBad:
+        case EFbxToken::eBad:
             return Fail("this can't be read");
         default:
             return Fail("a record's name was expected");
@@ -448,7 +245,7 @@ bool TextReader::Read()
         level.ppTail = &pRecord->pNext;
         if (!ReadValues(*pRecord))
             return false;
-        if (m_eToken == EToken::eOpen)
+        if (m_eToken == EFbxToken::eOpen)
         {
             if (m_levels.size() >= kFbxMaxDepth)
                 return Fail("records are nested too deep");
