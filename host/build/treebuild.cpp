@@ -1,5 +1,6 @@
 #include "host/build/treebuild.h"
 
+#include "host/build/whatthereis.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"
@@ -28,7 +29,7 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
         if (bForesee)
             m_session.Foresee(jobs, tell);
         else
-            m_session.Run(jobs, tell);
+            RunJobs(jobs);
         if (m_words.empty() && !Os::Interrupted())
             m_session.RemoveGone([&] { return Present(sources); }, jobs, tell);
     }
@@ -36,6 +37,33 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
     m_totals.bInterrupted = Os::Interrupted();
     m_totals.fSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return m_totals;
+}
+
+/// What fails of the takes and rigs that the user named may not be there, and comes last.
+void ZTreeBuild::RunJobs(const std::vector<SJob>& jobs)
+{
+    std::vector<SJobResult> failed;
+    const auto isNamed = [this](const SJobResult& result)
+    {
+        const std::string sSource = ToLower(result.job.Source());
+        return std::any_of(m_named.begin(), m_named.end(),
+                           [&sSource](const std::string& sNamed) { return ToLower(sNamed) == sSource; });
+    };
+    m_session.Run(jobs,
+                  [&](const SJobResult& result)
+                  {
+                      if (!result.IsGood() && isNamed(result))
+                          failed.push_back(result);
+                      else
+                          Report(result);
+                  });
+    for (SJobResult& result : failed)
+    {
+        if (const std::string sHint = Os::Interrupted() ? std::string() : WhatThereIs(m_session, result.job);
+            !sHint.empty())
+            result.messages.push_back({ESeverity::eError, sHint});
+        Report(result);
+    }
 }
 
 void ZTreeBuild::Report(const SJobResult& result)

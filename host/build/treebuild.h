@@ -34,6 +34,7 @@ private:
     SPresentSources Present(const ZAssetTree::SSources& sources) const;
     void PlanFor(const std::string& sSubResource);
     std::vector<SJob> Plan();
+    void RunJobs(const std::vector<SJob>& jobs);
     void Report(const SJobResult& result);
 
     ZHostSession& m_session;

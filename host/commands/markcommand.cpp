@@ -8,6 +8,7 @@
 #include "host/show/marktext.h"
 #include "host/text/hosterror.h"
 #include "host/text/textformat.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -183,7 +184,7 @@ int RunMark(const SOptions& options, ZConsole& console)
         return eExit_AssetsFailed;
     run.Foretell();
     run.Show();
-    return eExit_Done;
+    return Os::Interrupted() ? eExit_Interrupted : eExit_Done;
 }
 
 } // namespace Host
