@@ -89,10 +89,10 @@ ZHostSession::~ZHostSession()
     try
     {
         m_pPool.reset();
-        // With an exception it may have left files that wait to be published.
+        // With an exception it may have left files that wait to be published, or that nobody has noted.
         if (m_bWrites && std::uncaught_exceptions() != 0)
             RemovePassingFiles(m_sOut);
-        if (m_bWrites)
+        else if (m_bWrites)
             m_pState->EndRun();
     }
     catch (const ZHostError& error)

@@ -296,12 +296,18 @@ bool IsPassingName(std::string_view name)
 
 void RemovePassingFiles(const std::string& sFolder)
 {
-    std::error_code error;
-    for (fs::recursive_directory_iterator entry(sFolder, fs::directory_options::skip_permission_denied, error), end;
-         !error && entry != end; entry.increment(error))
+    // One folder open at a time: this may be the end of a run that had too many files open.
+    std::vector<fs::path> pending{sFolder};
+    while (!pending.empty())
     {
-        if (IsPassingName(entry->path().filename().string()))
-            Os::RemoveFile(entry->path().string());
+        std::error_code error, ignored;
+        const fs::path folder = std::move(pending.back());
+        pending.pop_back();
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+            if (entry->is_directory(ignored) && !entry->is_symlink(ignored))
+                pending.push_back(entry->path());
+            else if (IsPassingName(entry->path().filename().string()))
+                Os::RemoveFile(entry->path().string());
     }
 }
 
