@@ -89,10 +89,12 @@ ZHostSession::~ZHostSession()
     try
     {
         m_pPool.reset();
-        // With an exception it may have left files that wait to be published, or that nobody has noted.
-        if (m_bWrites && std::uncaught_exceptions() != 0)
+        // With an exception it may have left files that wait to be published, or that nobody has noted; an interrupt
+        // may have come before what workers had ahead was told.
+        const bool bFailed = std::uncaught_exceptions() != 0;
+        if (m_bWrites && (bFailed || Os::Interrupted()))
             RemovePassingFiles(m_sOut);
-        else if (m_bWrites)
+        if (m_bWrites && !bFailed)
             m_pState->EndRun();
     }
     catch (const ZHostError& error)

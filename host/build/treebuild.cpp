@@ -13,6 +13,18 @@
 namespace Host
 {
 
+namespace
+{
+
+/// The source file that a job is about, in lower case.
+std::string FileOf(const SJob& job)
+{
+    const std::string sSource = ToLower(job.Source());
+    return sSource.substr(0, sSource.find('?'));
+}
+
+} // namespace
+
 ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -30,6 +42,9 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
             m_session.Foresee(jobs, tell);
         else
             RunJobs(jobs);
+        for (const auto& [sFile, untold] : m_untold)
+            for (const SMessage& message : untold.messages)
+                m_watcher.Diagnostic(message.eSeverity, untold.sId, message.sText);
         if (m_words.empty() && !Os::Interrupted())
             m_session.RemoveGone([&] { return Present(sources); }, jobs, tell);
     }
@@ -68,6 +83,15 @@ void ZTreeBuild::RunJobs(const std::vector<SJob>& jobs)
 
 void ZTreeBuild::Report(const SJobResult& result)
 {
+    // What is packed of a file tells most of what its scan had to say again.
+    if (!m_untold.empty() && !result.messages.empty())
+        if (const auto it = m_untold.find(FileOf(result.job)); it != m_untold.end())
+            std::erase_if(it->second.messages,
+                          [&result](const SMessage& untold)
+                          {
+                              return std::any_of(result.messages.begin(), result.messages.end(),
+                                                 [&](const SMessage& told) { return told.sText == untold.sText; });
+                          });
     m_totals.Add(result);
     m_report(result);
 }
@@ -103,6 +127,13 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
             bAllGood &= result.IsGood();
             if (!result.IsGood())
                 return Report(result);
+            for (const SMessage& message : result.messages)
+                if (message.eSeverity == ESeverity::eWarning)
+                {
+                    SScanMessages& untold = m_untold[FileOf(result.job)];
+                    untold.sId = result.job.sId;
+                    untold.messages.push_back(message);
+                }
             std::vector<std::string>& found = m_found[result.job.sId];
             const bool bBuilt = std::binary_search(m_files.begin(), m_files.end(), result.job.sId);
             for (const SSourceScan::SSubResource& entry : result.scan.subResources)

@@ -249,8 +249,9 @@ class BuildTest(host.HostTest):
         """By a build of the whole tree, and nothing that no build has made."""
         database = os.path.join(self.tree, "props/set.xml")
         with open(database, "w", encoding="utf-8") as file:
-            file.write("<AnimationDatabase><Character name='c'/></AnimationDatabase>")
-        self.build()
+            file.write("<AnimationDatabase><Character name='c'><Character name='C'/></Character></AnimationDatabase>")
+        first = self.run_host("build", assets=self.tree)
+        self.assertRegex(first.stderr, "props/set.xml: warning: .*'C' is lost: .*'c', stands before it")
         with open(database, "w", encoding="utf-8") as file:
             file.write("<SomethingElse/>")
         for name in ("props/drift.fbx/notes.txt", "props/none.fbx/a.take.animation"):
