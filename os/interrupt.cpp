@@ -23,6 +23,7 @@ volatile std::sig_atomic_t g_nExitCode = 1;
 volatile std::sig_atomic_t g_bLineUnderWay = 0;
 volatile std::sig_atomic_t g_bEndsAfterLine = 0;
 volatile std::sig_atomic_t g_nNotedAt = 0; ///< seconds
+constexpr unsigned int LONGEST_LINE = 1;   ///< seconds: nobody reads what is written
 constexpr int SECOND_FROM = 2;             ///< seconds: what comes before is the same impatience
 std::string_view g_output, g_error;
 
@@ -35,15 +36,20 @@ struct SPlace
 SPlace g_places[256];
 static_assert(std::atomic<bool>::is_always_lock_free);
 
+void Say(int nStream, std::string_view text)
+{
+    [[maybe_unused]] const ssize_t nTold = ::write(nStream, text.data(), text.size());
+}
+
 [[noreturn]] void End()
 {
     for (SPlace& place : g_places)
         if (place.bWritten)
             ::unlink(place.szPath);
     // Half a line can't be completed by this one.
-    if (g_bLineUnderWay == 0) [[maybe_unused]]
-        const ssize_t nTold = ::write(STDOUT_FILENO, g_output.data(), g_output.size());
-    [[maybe_unused]] const ssize_t nTold = ::write(STDERR_FILENO, g_error.data(), g_error.size());
+    if (g_bLineUnderWay == 0)
+        Say(STDOUT_FILENO, g_output);
+    Say(STDERR_FILENO, g_error);
     ::_exit(g_nExitCode);
 }
 
@@ -62,7 +68,10 @@ void OnInterrupt(int)
     else if (g_nNotes != 0 && nNow - g_nNotedAt < SECOND_FROM)
         return;
     else if (g_bLineUnderWay != 0 && g_bEndsAfterLine == 0)
+    {
         g_bEndsAfterLine = 1;
+        ::alarm(LONGEST_LINE);
+    }
     else
         End();
 }
@@ -75,6 +84,8 @@ void ExitOnInterrupt(int nExitCode)
     struct sigaction action
     {
     };
+    action.sa_handler = [](int) { End(); };
+    ::sigaction(SIGALRM, &action, nullptr);
     action.sa_handler = &OnInterrupt;
     action.sa_flags = SA_RESTART;
     for (const int nSignal : INTERRUPTS)

@@ -14,8 +14,8 @@ void ExitOnInterrupt(int nExitCode);
 /// live as long as the process.
 void TellOnInterrupt(std::string_view output, std::string_view error);
 
-/// For as long as one lives, a line is on its way to standard output: an interrupt that ends the process waits for it.
-/// A second one does not.
+/// For as long as one lives, a line is on its way to standard output: an interrupt that ends the process waits for it,
+/// a second at most. The next one does not.
 class ZLineUnderWay
 {
 public:

@@ -86,6 +86,8 @@ int RunPack(const SOptions& options, ZConsole& console)
                 sKnown += (sKnown.empty() ? "" : ", ") + std::string(kind.extension);
         throw ZUsageError("nothing is packed as '" + options.sExtension + "'; there are " + sKnown);
     }
+    if (options.sExtension == "metarig" && options.parameters.empty())
+        throw ZUsageError("a metarig is merged of the rigs that --param names, and none is named");
     ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
     const std::string sSource = session.Tree().IdOf(options.sources.front());
     if (options.sources.front().starts_with('/') &&
