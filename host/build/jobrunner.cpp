@@ -6,7 +6,6 @@
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
 #include "host/index/scandata.h"
-#include "host/text/jsonwriter.h"
 #include "resource/core/iresourcefactory.h"
 
 #include <chrono>
@@ -226,9 +225,6 @@ bool ZJobRunner::Scan(ZJobContext& context, SSourceScan& scan)
     if (!factory->ScanResource(ToId(sId), stream.Get(), data))
         return fail(ToStd(factory->GetLastErrorMessage()));
     FillScan(scan, data);
-    for (const SSourceScan::SSubResource& entry : scan.subResources)
-        if (!IsUtf8(entry.sId))
-            return fail("'" + entry.sId + "' can't be packed: its name is no UTF-8, so there is no identifier for it");
     return true;
 }
 
