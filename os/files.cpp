@@ -112,9 +112,9 @@ std::error_code RenameFile(const std::string& sFrom, const std::string& sTo)
     return std::rename(sFrom.c_str(), sTo.c_str()) != 0 ? LastError() : std::error_code();
 }
 
-void RemoveFile(const std::string& sPath)
+std::error_code RemoveFile(const std::string& sPath)
 {
-    ::unlink(sPath.c_str());
+    return ::unlink(sPath.c_str()) != 0 && errno != ENOENT ? LastError() : std::error_code();
 }
 
 std::error_code MakeTemporaryFolder(std::string& sPath)

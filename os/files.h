@@ -64,7 +64,7 @@ std::error_code FlushDisk(const std::string& sFolder);
 /// In one step, instead of a file that stands there.
 std::error_code RenameFile(const std::string& sFrom, const std::string& sTo);
 /// One that is not there is none to complain about.
-void RemoveFile(const std::string& sPath);
+std::error_code RemoveFile(const std::string& sPath);
 /// A new folder, empty and nobody else's, below the system's folder for such.
 std::error_code MakeTemporaryFolder(std::string& sPath);
 /// False when it is none, or anything is in it.

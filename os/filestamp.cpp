@@ -1,5 +1,8 @@
 #include "os/filestamp.h"
 
+#include "os/errors.h"
+
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -67,6 +70,11 @@ bool IsStandardStream(const std::string& sPath)
             return true;
     }
     return false;
+}
+
+std::error_code WhyNotEntered(const std::string& sFolder)
+{
+    return ::faccessat(AT_FDCWD, sFolder.c_str(), X_OK, AT_EACCESS) != 0 ? LastError() : std::error_code();
 }
 
 bool IsWritable(const std::string& sPath)

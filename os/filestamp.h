@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 namespace Os
 {
@@ -35,6 +36,9 @@ bool IdentityOf(const std::string& sPath, SFileIdentity& identity);
 
 /// Whether it is the file that standard output or standard error of this process goes to.
 bool IsStandardStream(const std::string& sPath);
+
+/// Why this process can't reach what stands in a folder by its name; no error when it can.
+std::error_code WhyNotEntered(const std::string& sFolder);
 
 /// Whether this process may write to what stands there.
 bool IsWritable(const std::string& sPath);

@@ -52,7 +52,6 @@ void BoundMemory(uint64_t nBytes)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::signal(SIGBUS, SIG_DFL); // the parent tells what it means
-    IgnoreInterrupts();
     if (::getppid() != nParent)
         ::_exit(0);
     // Whatever a module prints must not get between the lines of standard output.
@@ -79,14 +78,23 @@ std::error_code ForkProcess(const ZBell& bell, uint64_t nMemory, const std::func
     // What stands in the buffers now would be written by both.
     std::fflush(nullptr);
     const TProcessId nParent = ::getpid();
+    // One that comes before the copy ignores it would be answered twice.
+    sigset_t all, before;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &before);
     const TProcessId nProcess = ::fork();
+    const int nForkError = errno;
+    if (nProcess == 0)
+        IgnoreInterrupts();
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (nProcess == 0)
     {
         ::close(sockets[0]);
         beforeMain();
         RunCopy(sockets[1], bell, nParent, nMemory, main);
     }
-    const std::error_code error = nProcess < 0 ? LastError() : std::error_code();
+    const std::error_code error =
+        nProcess < 0 ? std::error_code(nForkError, std::generic_category()) : std::error_code();
     ::close(sockets[1]);
     if (error)
         ::close(sockets[0]);

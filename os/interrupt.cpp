@@ -4,6 +4,7 @@
 #include <climits>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <unistd.h>
 #include <utility>
 
@@ -19,6 +20,12 @@ constexpr int INTERRUPTS[] = {SIGINT, SIGTERM, SIGHUP};
 volatile std::sig_atomic_t g_nNotes = 0;
 volatile std::sig_atomic_t g_bInterrupted = 0;
 volatile std::sig_atomic_t g_nExitCode = 1;
+volatile std::sig_atomic_t g_bLineUnderWay = 0;
+volatile std::sig_atomic_t g_bEndsAfterLine = 0;
+volatile std::sig_atomic_t g_nNotedAt = 0; ///< seconds
+constexpr unsigned int LONGEST_LINE = 1;   ///< seconds: nobody reads what is written
+constexpr int SECOND_FROM = 2;             ///< seconds: what comes before is the same impatience
+std::string_view g_output, g_error;
 
 struct SPlace
 {
@@ -26,20 +33,47 @@ struct SPlace
     std::atomic<bool> bWritten{false};
     char szPath[PATH_MAX];
 };
-SPlace g_places[8];
+SPlace g_places[256];
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void OnInterrupt(int)
+void Say(int nStream, std::string_view text)
 {
-    if (g_nNotes != 0 && g_bInterrupted == 0)
-    {
-        g_bInterrupted = 1;
-        return;
-    }
+    [[maybe_unused]] const ssize_t nTold = ::write(nStream, text.data(), text.size());
+}
+
+[[noreturn]] void End()
+{
     for (SPlace& place : g_places)
         if (place.bWritten)
             ::unlink(place.szPath);
+    // Half a line can't be completed by this one.
+    if (g_bLineUnderWay == 0)
+        Say(STDOUT_FILENO, g_output);
+    Say(STDERR_FILENO, g_error);
     ::_exit(g_nExitCode);
+}
+
+void OnInterrupt(int)
+{
+    struct timespec now
+    {
+    };
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    const auto nNow = static_cast<std::sig_atomic_t>(now.tv_sec);
+    if (g_nNotes != 0 && g_bInterrupted == 0)
+    {
+        g_nNotedAt = nNow;
+        g_bInterrupted = 1;
+    }
+    else if (g_nNotes != 0 && nNow - g_nNotedAt < SECOND_FROM)
+        return;
+    else if (g_bLineUnderWay != 0 && g_bEndsAfterLine == 0)
+    {
+        g_bEndsAfterLine = 1;
+        ::alarm(LONGEST_LINE);
+    }
+    else
+        End();
 }
 
 } // namespace
@@ -50,6 +84,8 @@ void ExitOnInterrupt(int nExitCode)
     struct sigaction action
     {
     };
+    action.sa_handler = [](int) { End(); };
+    ::sigaction(SIGALRM, &action, nullptr);
     action.sa_handler = &OnInterrupt;
     action.sa_flags = SA_RESTART;
     for (const int nSignal : INTERRUPTS)
@@ -62,6 +98,29 @@ void ExitOnInterrupt(int nExitCode)
         if (nSignal != SIGHUP || (::sigaction(nSignal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN))
             ::sigaction(nSignal, &action, nullptr);
     }
+}
+
+void TellOnInterrupt(std::string_view output, std::string_view error)
+{
+    g_output = output;
+    g_error = error;
+}
+
+ZLineUnderWay::ZLineUnderWay()
+{
+    g_bLineUnderWay = 1;
+}
+
+ZLineUnderWay::~ZLineUnderWay()
+{
+    g_bLineUnderWay = 0;
+    if (g_bEndsAfterLine != 0)
+        End();
+}
+
+void IgnoreLostReaders()
+{
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 ZInterruptNote::ZInterruptNote()

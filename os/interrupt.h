@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace Os
 {
@@ -9,7 +10,23 @@ namespace Os
 /// names and ends the process with this status. Without the call it ends as the system has it.
 void ExitOnInterrupt(int nExitCode);
 
-/// For as long as one lives, the first interrupt is only noted. The second acts as if there were none.
+/// What an interrupt that ends the process says before: on standard output, and on standard error. The texts have to
+/// live as long as the process.
+void TellOnInterrupt(std::string_view output, std::string_view error);
+
+/// For as long as one lives, a line is on its way to standard output: an interrupt that ends the process waits for it,
+/// a second at most. The next one does not.
+class ZLineUnderWay
+{
+public:
+    ZLineUnderWay();
+    ~ZLineUnderWay();
+    ZLineUnderWay(const ZLineUnderWay&) = delete;
+    ZLineUnderWay& operator=(const ZLineUnderWay&) = delete;
+};
+
+/// For as long as one lives, the first interrupt is only noted, and those of the next second or two with it. A later
+/// one acts as if there were none.
 class ZInterruptNote
 {
 public:
@@ -36,6 +53,9 @@ public:
 private:
     int m_nPlace = -1;
 };
+
+/// Whoever reads standard output may go: writing fails then, and does not end the process.
+void IgnoreLostReaders();
 
 /// In a process that is its parent's to end: interrupts of the whole group pass it by.
 void IgnoreInterrupts();

@@ -38,7 +38,11 @@ bool IsGone(const ZAssetTree& tree, const SPresentSources& present, const std::s
                     [&sFile](const std::string& sFolder) { return sFile.starts_with(sFolder); }))
         return false;
     if (!present.files.contains(sFile))
-        return tree.Find(source).eState == ZAssetTree::SLookup::eMissing;
+    {
+        const ZAssetTree::SLookup& lookup = tree.Find(source);
+        return lookup.eState == ZAssetTree::SLookup::eMissing ||
+               (lookup.eState == ZAssetTree::SLookup::eFound && IsOthers(lookup.sPath));
+    }
     return sFile.size() < sSource.size() && !present.unknown.contains(sFile) && IsBuilt(source) &&
            !present.subResources.contains(sSource);
 }

@@ -82,6 +82,7 @@ SJobResult ZJobRunner::Run(const SJob& job, bool bPublishLater)
     for (const std::string& sLine : m_trace.TakeNotices())
         context.AddMessage(ESeverity::eWarning, sLine);
     m_trace.SwapNotices(outerNotices);
+    m_sWhyFailed = context.FirstError();
     m_database.Pop();
     result.eStatus = bGood ? EJobStatus::ePacked : EJobStatus::eFailed;
     result.dependencies = std::move(context.Dependencies());
@@ -245,7 +246,7 @@ bool ZJobRunner::Make(const std::string& sId)
     {
         if (Run({SJob::ePack, sId}).IsGood())
             return true;
-        answer.sWhy = "it has failed";
+        answer.sWhy = m_sWhyFailed; // as the host would tell it, had another process been asked
     }
     if (pContext != nullptr)
         pContext->AddMessage(answer.sAnswer == ANSWER_REFUSED ? ESeverity::eError : ESeverity::eInfo,

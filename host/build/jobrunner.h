@@ -59,6 +59,7 @@ private:
     IJobHost& m_host;
     bool m_bKeepSame;
     ZHostDatabase m_database;
+    std::string m_sWhyFailed; ///< of the job that ended last
     ZTraceCollector m_trace;
 };
 

@@ -432,7 +432,8 @@ void ZJobScheduler::Complete(SEntry& entry)
         // What an earlier run left is of a source that is no more: better no file than that one.
         // A file that no run has noted may be anybody's, unless the last one had no time to note it.
         SBuildRecord record;
-        const bool bOurs = m_services.bAfterCutShort || m_services.state.Find(result.job.sId, record);
+        const bool bOurs = m_services.bAfterCutShort ||
+                           (m_services.state.Find(result.job.sId, record) && m_services.staleness.HasFile(record));
         m_services.state.Remove(result.job.sId);
         const std::string sFile = result.job.eKind == SJob::ePack ? OutputPathOf(ToId(result.job.sId)) : std::string();
         if (bOurs && !sFile.empty() && !result.job.Component().empty())

@@ -8,6 +8,7 @@
 #include "host/module/hostmodule.h"
 #include "host/module/moduleloader.h"
 #include "host/text/hosterror.h"
+#include "host/text/textformat.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
@@ -88,10 +89,12 @@ ZHostSession::~ZHostSession()
     try
     {
         m_pPool.reset();
-        // With an exception it may have left files that wait to be published.
-        if (m_bWrites && std::uncaught_exceptions() != 0)
+        // With an exception it may have left files that wait to be published, or that nobody has noted; an interrupt
+        // may have come before what workers had ahead was told.
+        const bool bFailed = std::uncaught_exceptions() != 0;
+        if (m_bWrites && (bFailed || Os::Interrupted()))
             RemovePassingFiles(m_sOut);
-        if (m_bWrites)
+        if (m_bWrites && !bFailed)
             m_pState->EndRun();
     }
     catch (const ZHostError& error)
@@ -182,7 +185,7 @@ bool ZHostSession::Scan(const std::vector<std::string>& words, const ZJobSchedul
         return false;
     if (words.empty())
         ForgetAllBut(sources);
-    if (jobs.empty())
+    if (jobs.empty() && sources.unreadable.empty())
         m_watcher.Notice("there are no sources in '" + m_tree.Root() + "'");
     return bAllGood;
 }
@@ -212,17 +215,24 @@ void ZHostSession::RemoveGone(const std::function<SPresentSources()>& look, cons
                 report(removed);
             continue;
         }
-        m_pState->Remove(record.sId);
         SJobResult removed;
         removed.job = {SJob::ePack, record.sId};
         removed.eStatus = EJobStatus::eRemoved;
+        if (const std::error_code error = bThere && bOurs ? Os::RemoveFile(sPath) : std::error_code())
+        {
+            removed.eStatus = EJobStatus::eFailed;
+            removed.messages.push_back(
+                {ESeverity::eError, "is gone, but what was packed of it can't be removed: " + error.message()});
+            report(removed);
+            continue;
+        }
+        m_pState->Remove(record.sId);
         if (bThere && !bOurs)
         {
             m_watcher.Diagnostic(ESeverity::eWarning, removed.job.Source(),
                                  "is gone, but '" + sPath + "' is not what was packed of it, and is left");
             continue;
         }
-        Os::RemoveFile(sPath);
         // As far as it was the last in its folders; the platform's stays.
         for (std::string sFolder = sPath; sFolder = sFolder.substr(0, sFolder.rfind('/')),
                          sFolder.size() > record.sFile.find('/') + m_sOut.size() + 1;)
@@ -250,7 +260,7 @@ ZAssetTree::SSources ZHostSession::SourcesOf(const std::vector<std::string>& wor
         const ZAssetTree::SSources found = m_tree.Sources(sId, isKnown);
         sources.ids.insert(sources.ids.end(), found.ids.begin(), found.ids.end());
         sources.unreadable.insert(sources.unreadable.end(), found.unreadable.begin(), found.unreadable.end());
-        sources.nUnreadableNames += found.nUnreadableNames;
+        sources.namesNotUtf8.insert(sources.namesNotUtf8.end(), found.namesNotUtf8.begin(), found.namesNotUtf8.end());
     };
     if (words.empty())
         addFolder("assembly:/");
@@ -262,21 +272,33 @@ ZAssetTree::SSources ZHostSession::SourcesOf(const std::vector<std::string>& wor
             sources.unreadable.push_back({sId, NO_UTF8});
             continue;
         }
-        if (sId.find('?') == std::string::npos && m_tree.IsFolder(sId))
+        if (sId.find('?') == std::string::npos)
+            if (const std::string sFolder = m_tree.FolderOf(sId); !sFolder.empty())
+            {
+                addFolder(sFolder);
+                continue;
+            }
+        const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(sId));
+        if (lookup.eState != ZAssetTree::SLookup::eFound && sWord.starts_with('/'))
         {
-            addFolder(sId);
+            sources.unreadable.push_back({sWord, "is not in the asset tree '" + m_tree.Root() + "'"});
             continue;
         }
-        const ZAssetTree::SLookup& lookup = m_tree.Find(ToId(sId));
         const size_t nMark = sId.find('?');
+        if (lookup.eState == ZAssetTree::SLookup::eFound && !CanBeIdentifier(sId.substr(0, nMark)))
+        {
+            sources.unreadable.push_back({sId, NO_IDENTIFIER});
+            continue;
+        }
         const std::string sParameters = nMark != std::string::npos ? sId.substr(nMark) : std::string();
         sources.ids.push_back(lookup.eState == ZAssetTree::SLookup::eFound
                                   ? "assembly:/" + lookup.sPath.substr(m_tree.Root().size() + 1) + sParameters
                                   : sId);
     }
-    if (sources.nUnreadableNames != 0)
-        m_watcher.Notice(std::to_string(sources.nUnreadableNames) +
-                         " files are left out, because their names are no UTF-8");
+    if (!sources.namesNotUtf8.empty())
+        m_watcher.Notice(Counted(sources.namesNotUtf8.size(), "file") + " left out, '" + sources.namesNotUtf8.front() +
+                         (sources.namesNotUtf8.size() > 1 ? "' and others" : "'") +
+                         ": names that are no UTF-8 have no identifiers");
     std::sort(sources.ids.begin(), sources.ids.end());
     sources.ids.erase(std::unique(sources.ids.begin(), sources.ids.end()), sources.ids.end());
     return sources;

@@ -1,5 +1,6 @@
 #include "host/build/treebuild.h"
 
+#include "host/build/whatthereis.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
 #include "host/index/sourcescan.h"
@@ -11,6 +12,18 @@
 
 namespace Host
 {
+
+namespace
+{
+
+/// The source file that a job is about, in lower case.
+std::string FileOf(const SJob& job)
+{
+    const std::string sSource = ToLower(job.Source());
+    return sSource.substr(0, sSource.find('?'));
+}
+
+} // namespace
 
 ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
 {
@@ -28,7 +41,10 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
         if (bForesee)
             m_session.Foresee(jobs, tell);
         else
-            m_session.Run(jobs, tell);
+            RunJobs(jobs);
+        for (const auto& [sFile, untold] : m_untold)
+            for (const SMessage& message : untold.messages)
+                m_watcher.Diagnostic(message.eSeverity, untold.sId, message.sText);
         if (m_words.empty() && !Os::Interrupted())
             m_session.RemoveGone([&] { return Present(sources); }, jobs, tell);
     }
@@ -38,8 +54,44 @@ ZBuildTotals ZTreeBuild::Run(const ZJobScheduler::FReport& report)
     return m_totals;
 }
 
+/// What fails of the takes and rigs that the user named may not be there, and comes last.
+void ZTreeBuild::RunJobs(const std::vector<SJob>& jobs)
+{
+    std::vector<SJobResult> failed;
+    const auto isNamed = [this](const SJobResult& result)
+    {
+        const std::string sSource = ToLower(result.job.Source());
+        return std::any_of(m_named.begin(), m_named.end(),
+                           [&sSource](const std::string& sNamed) { return ToLower(sNamed) == sSource; });
+    };
+    m_session.Run(jobs,
+                  [&](const SJobResult& result)
+                  {
+                      if (!result.IsGood() && isNamed(result))
+                          failed.push_back(result);
+                      else
+                          Report(result);
+                  });
+    for (SJobResult& result : failed)
+    {
+        if (const std::string sHint = Os::Interrupted() ? std::string() : WhatThereIs(m_session, result.job);
+            !sHint.empty())
+            result.messages.push_back({ESeverity::eError, sHint});
+        Report(result);
+    }
+}
+
 void ZTreeBuild::Report(const SJobResult& result)
 {
+    // What is packed of a file tells most of what its scan had to say again.
+    if (!m_untold.empty() && !result.messages.empty())
+        if (const auto it = m_untold.find(FileOf(result.job)); it != m_untold.end())
+            std::erase_if(it->second.messages,
+                          [&result](const SMessage& untold)
+                          {
+                              return std::any_of(result.messages.begin(), result.messages.end(),
+                                                 [&](const SMessage& told) { return told.sText == untold.sText; });
+                          });
     m_totals.Add(result);
     m_report(result);
 }
@@ -75,6 +127,13 @@ void ZTreeBuild::Scan(const ZAssetTree::SSources& sources)
             bAllGood &= result.IsGood();
             if (!result.IsGood())
                 return Report(result);
+            for (const SMessage& message : result.messages)
+                if (message.eSeverity == ESeverity::eWarning)
+                {
+                    SScanMessages& untold = m_untold[FileOf(result.job)];
+                    untold.sId = result.job.sId;
+                    untold.messages.push_back(message);
+                }
             std::vector<std::string>& found = m_found[result.job.sId];
             const bool bBuilt = std::binary_search(m_files.begin(), m_files.end(), result.job.sId);
             for (const SSourceScan::SSubResource& entry : result.scan.subResources)

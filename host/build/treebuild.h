@@ -3,6 +3,7 @@
 #include "host/build/buildtotals.h"
 #include "host/build/session.h"
 
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -34,6 +35,7 @@ private:
     SPresentSources Present(const ZAssetTree::SSources& sources) const;
     void PlanFor(const std::string& sSubResource);
     std::vector<SJob> Plan();
+    void RunJobs(const std::vector<SJob>& jobs);
     void Report(const SJobResult& result);
 
     ZHostSession& m_session;
@@ -46,6 +48,12 @@ private:
     std::vector<std::string> m_named;                                  ///< takes and rigs that the user named
     std::unordered_map<std::string, std::vector<std::string>> m_found; ///< sub-resources, by file
     std::vector<std::vector<SJob>> m_plan;                             ///< for each kind and platform
+    struct SScanMessages
+    {
+        std::string sId;
+        std::vector<SMessage> messages;
+    };
+    std::map<std::string, SScanMessages> m_untold; ///< warnings of scans, by file in lower case
     ZBuildTotals m_totals;
 };
 

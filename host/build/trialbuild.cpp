@@ -3,6 +3,7 @@
 #include "host/build/treebuild.h"
 #include "host/text/hosterror.h"
 #include "os/files.h"
+#include "os/interrupt.h"
 
 #include <filesystem>
 
@@ -49,6 +50,7 @@ public:
 void TrialBuild(SSessionOptions options, const std::vector<std::string>& words, const std::string& sPlatform,
                 const ZJobScheduler::FReport& report)
 {
+    const Os::ZInterruptNote note; // the folder is to go before the process does
     const ZTemporaryFolder folder;
     options.sOut = folder.Path() + "/packed";
     ZSilentWatcher watcher;

@@ -16,7 +16,8 @@ int RunExport(const SOptions& options, ZConsole& console)
     RegisterHostModules();
     const ZAssetTree tree(options.session.sAssets);
     std::string sPlace;
-    if (const std::string sWhy = FindOutputPlace(options.sOutputFile, {}, {}, sPlace); !sWhy.empty())
+    if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut, sPlace);
+        !sWhy.empty())
         throw ZUsageError("'" + options.sOutputFile + "' " + sWhy);
     size_t nFailed = 0;
     const auto tell = [&](const SPackedAnimation& packed, const std::string& sError, const SGltfTake& take)

@@ -8,6 +8,7 @@
 #include "host/show/marktext.h"
 #include "host/text/hosterror.h"
 #include "host/text/textformat.h"
+#include "os/interrupt.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -121,7 +122,9 @@ private:
     std::string PlaceOf(const std::string& sFile)
     {
         std::string sPath;
-        if (const std::string sWhy = FindOutputPlace(sFile, {m_sIn, m_sMarks}, m_sIn, sPath); !sWhy.empty())
+        // Of several files only the one that the user named may be asked for instead of the input.
+        const std::string sMayReplace = sFile == m_sOut ? m_sIn : std::string();
+        if (const std::string sWhy = FindOutputPlace(sFile, {m_sIn, m_sMarks}, sMayReplace, sPath); !sWhy.empty())
             Fail(sFile, sWhy);
         return sPath;
     }
@@ -183,7 +186,7 @@ int RunMark(const SOptions& options, ZConsole& console)
         return eExit_AssetsFailed;
     run.Foretell();
     run.Show();
-    return eExit_Done;
+    return Os::Interrupted() ? eExit_Interrupted : eExit_Done;
 }
 
 } // namespace Host

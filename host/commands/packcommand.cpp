@@ -1,8 +1,10 @@
 #include "base/misc/utf8.h"
 #include "host/build/session.h"
+#include "host/build/whatthereis.h"
 #include "host/commands/commands.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/outputpath.h"
+#include "host/files/outputplace.h"
 #include "host/files/resourceids.h"
 #include "host/plan/depfile.h"
 #include "host/show/jobtext.h"
@@ -47,29 +49,9 @@ std::vector<SJob> JobsOf(const SOptions& options, const ZAssetTree& tree, const 
     return jobs;
 }
 
-/// For a source that does not hold what it is asked for: what there is instead. Empty where that is no help.
-std::string WhatThereIs(ZHostSession& session, const std::string& sSource, const SDerivedKind& kind)
-{
-    const std::string sFile = sSource.substr(0, sSource.find('?'));
-    if (kind.builtFrom.empty() || ToId(sSource).IsDerived() || (kind.extension == RIG_EXTENSION && sFile == sSource))
-        return {};
-    std::vector<std::string> found;
-    bool bScanned = false;
-    session.Run({{SJob::eScan, sFile}},
-                [&](const SJobResult& result)
-                {
-                    bScanned = result.IsGood();
-                    for (const SSourceScan::SSubResource& entry : result.scan.subResources)
-                        found.push_back(entry.sId);
-                });
-    const auto isAskedFor = [&sSource](const std::string& sId) { return ToLower(sId) == ToLower(sSource); };
-    if (!bScanned || std::any_of(found.begin(), found.end(), isAskedFor))
-        return {};
-    return "'" + sSource + "' names no " + std::string(kind.builtFrom) + ": " + ThereIs(found, sSource, kind.builtFrom);
-}
-
 /// For make and ninja: what the packed files were made of.
-void WriteDepFile(const SOptions& options, ZConsole& console, ZHostSession& session, const std::vector<SJob>& jobs)
+void WriteDepFile(const SOptions& options, ZConsole& console, ZHostSession& session, const std::vector<SJob>& jobs,
+                  const std::string& sPlace)
 {
     std::vector<std::string> ids, targets, leftOut;
     for (const SJob& job : jobs)
@@ -86,7 +68,7 @@ void WriteDepFile(const SOptions& options, ZConsole& console, ZHostSession& sess
             ToLower(absent.parent_path().string()) != ToLower(source.parent_path().string()))
             inputs.files.push_back(FolderToWatch(sAbsent));
     }
-    WriteIfOther(options.sDepFile, DepFileText(targets, inputs.files, leftOut));
+    WriteIfOther(sPlace, DepFileText(targets, inputs.files, leftOut));
     for (const std::string& sName : leftOut)
         console.Diagnostic(ESeverity::eWarning, sName, "has a name that no depfile can hold, and is left out of it");
 }
@@ -104,10 +86,22 @@ int RunPack(const SOptions& options, ZConsole& console)
                 sKnown += (sKnown.empty() ? "" : ", ") + std::string(kind.extension);
         throw ZUsageError("nothing is packed as '" + options.sExtension + "'; there are " + sKnown);
     }
+    if (options.sExtension == "metarig" && options.parameters.empty())
+        throw ZUsageError("a metarig is merged of the rigs that --param names, and none is named");
     ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
     const std::string sSource = session.Tree().IdOf(options.sources.front());
+    if (options.sources.front().starts_with('/') &&
+        session.Tree().Find(ToId(sSource)).eState == ZAssetTree::SLookup::eMissing)
+        throw ZUsageError("'" + options.sources.front() + "' is not in the asset tree '" + session.Tree().Root() + "'");
     if (!IsUtf8(sSource))
         throw ZUsageError("'" + sSource + "': its name is no UTF-8, so there is no identifier for it");
+    if (!ToId(sSource).IsValid())
+        throw ZUsageError("'" + sSource + "' is no identifier of a source: " + NO_IDENTIFIER);
+    std::string sDepFile;
+    if (!options.sDepFile.empty())
+        if (const std::string sWhy = FindOutputPlaceOfReader(options.sDepFile, session.Tree(), session.Out(), sDepFile);
+            !sWhy.empty())
+            throw ZUsageError("'" + options.sDepFile + "' " + sWhy);
     const std::vector<SJob> jobs = JobsOf(options, session.Tree(), sSource);
 
     bool bAllGood = true;
@@ -133,14 +127,14 @@ int RunPack(const SOptions& options, ZConsole& console)
     for (SJobResult& result : failed)
     {
         bAllGood = false;
-        if (const std::string sHint = WhatThereIs(session, sSource, *pKind); !sHint.empty())
+        if (const std::string sHint = WhatThereIs(session, result.job); !sHint.empty())
             result.messages.push_back({ESeverity::eError, sHint});
         tell(result);
     }
     if (Os::Interrupted())
         return eExit_Interrupted;
     if (!options.sDepFile.empty() && bAllGood)
-        WriteDepFile(options, console, session, jobs);
+        WriteDepFile(options, console, session, jobs, sDepFile);
     if (!console.IsJson() && !options.bQuiet && !sFiles.empty())
         console.Output(sFiles);
     return bAllGood ? eExit_Done : eExit_AssetsFailed;

@@ -1,10 +1,13 @@
 #include "host/commands/commands.h"
+#include "host/files/outputplace.h"
 #include "host/module/moduleloader.h"
 #include "host/plan/depfile.h"
 #include "host/plan/farm.h"
 #include "host/plan/ninjaplan.h"
 #include "host/plan/slurmplan.h"
+#include "host/show/plantext.h"
 #include "host/text/hosterror.h"
+#include "os/interrupt.h"
 
 #include <filesystem>
 #include <set>
@@ -38,32 +41,51 @@ SPlanPlace PlaceOf(const SOptions& options, const ZHostSession& session)
     return place;
 }
 
-void Write(const SOptions& options, ZConsole& console, const std::string& sText)
+/// Where the manifest goes, before anything is done for it; empty for standard output.
+std::string FindPlace(const SOptions& options, const ZHostSession& session)
 {
-    if (options.sOutput.empty())
+    std::string sPlace;
+    if (!options.sOutput.empty())
+        if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutput, session.Tree(), session.Out(), sPlace);
+            !sWhy.empty())
+            throw ZUsageError("'" + options.sOutput + "' " + sWhy);
+    return sPlace;
+}
+
+void Write(const SOptions& options, const std::string& sPlace, ZConsole& console, const std::string& sText)
+{
+    if (!sPlace.empty())
+        WriteIfOther(sPlace, sText);
+    if (console.IsJson())
+        console.Output(PlanLine(options.sFormat, options.sOutput, sText));
+    else if (sPlace.empty())
         console.Output(sText);
-    else
-        WriteIfOther(options.sOutput, sText);
 }
 
 int PlanNinja(const SOptions& options, ZConsole& console)
 {
     ZHostSession session(options.session, console, ZHostSession::EUse::eReads);
+    const std::string sPlace = FindPlace(options, session);
     const SResourcePlan plan = PlanResources(session, options.platforms);
+    if (Os::Interrupted())
+        return eExit_Interrupted;
     const SPlanPlace place = PlaceOf(options, session);
     std::vector<std::string> leftOut;
     const std::string sText = NinjaManifest(plan, place, leftOut);
     for (const std::string& sLeftOut : leftOut)
         console.Diagnostic(ESeverity::eWarning, sLeftOut, "is left out of the plan: its name has a line feed");
-    Write(options, console, sText);
-    return eExit_Done;
+    Write(options, sPlace, console, sText);
+    return plan.unreadable.empty() ? eExit_Done : eExit_AssetsFailed;
 }
 
 int PlanSlurm(const SOptions& options, ZConsole& console)
 {
     // Alone: shares that are at work have their plan there.
     ZHostSession session(options.session, console, ZHostSession::EUse::eWrites);
+    const std::string sPlace = FindPlace(options, session);
     const ZAssetTree::SSources sources = session.SourcesOf({});
+    for (const ZAssetTree::SSources::SFolder& folder : sources.unreadable)
+        console.Diagnostic(ESeverity::eError, folder.sId, folder.sWhy);
     const SPlanPlace place = PlaceOf(options, session);
     ZFarm farm(place.sOut);
     SSlurmPlan plan;
@@ -75,9 +97,9 @@ int PlanSlurm(const SOptions& options, ZConsole& console)
     plan.platforms = options.platforms;
     plan.nShares = farm.WriteShares(session.Tree(), sources.ids, options.nShares);
     plan.nCores = options.nCores;
-    Write(options, console, SlurmScript(plan));
+    Write(options, sPlace, console, SlurmScript(plan));
     console.Notice(std::to_string(sources.ids.size()) + " sources in " + std::to_string(plan.nShares) + " shares");
-    return eExit_Done;
+    return sources.unreadable.empty() ? eExit_Done : eExit_AssetsFailed;
 }
 
 } // namespace

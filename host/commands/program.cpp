@@ -1,7 +1,9 @@
 #include "host/commands/commands.h"
+#include "host/files/outputplace.h"
 #include "host/text/hosterror.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <new>
 
 namespace Host
@@ -14,12 +16,13 @@ constexpr struct
 {
     std::string_view name;
     int (*pRun)(const SOptions& options, ZConsole& console);
-    bool bOneFile; ///< reads one file in this process: memory that runs out is that file's failure
+    bool bOneFile;      ///< reads one file in this process: memory that runs out is that file's failure
+    bool bSums = false; ///< its last line tells of an interrupt, too
 } COMMANDS[] = {
     // clang-format off
     {"scan", &RunScan, false},
     {"pack", &RunPack, false},
-    {"build", &RunBuild, false},
+    {"build", &RunBuild, false, true},
     {"query", &RunQuery, false},
     {"stats", &RunStats, false},
     {"verify", &RunVerify, false},
@@ -35,6 +38,19 @@ constexpr struct
     // clang-format on
 };
 
+/// A terminal or a pipe is no worse for it.
+void CheckLog(const SOptions& options)
+{
+    std::string sPlace;
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(options.sLogFile, error))
+        return;
+    const std::string sWhy =
+        FindOutputPlaceOfReader(options.sLogFile, ZAssetTree(options.session.sAssets), options.session.sOut, sPlace);
+    if (!sWhy.empty())
+        throw ZUsageError("'" + options.sLogFile + "' " + sWhy);
+}
+
 } // namespace
 
 int RunProgram(int nArguments, const char* const* ppArguments)
@@ -49,10 +65,16 @@ int RunProgram(int nArguments, const char* const* ppArguments)
     try
     {
         if (!options.sLogFile.empty())
+        {
+            CheckLog(options);
             console.OpenLog(options.sLogFile);
+        }
         if (pCommand == std::end(COMMANDS))
             throw ZUsageError("there is no command '" + options.sCommand + "'");
-        return pCommand->pRun(options, console);
+        const int nResult = pCommand->pRun(options, console);
+        if (nResult == eExit_Interrupted && !pCommand->bSums)
+            console.Interrupted();
+        return nResult;
     }
     catch (const ZUsageError& e)
     {

@@ -38,7 +38,8 @@ int RunView(const SOptions& options, ZConsole& console)
     RegisterHostModules();
     const ZAssetTree tree(options.session.sAssets);
     std::string sPlace;
-    if (const std::string sWhy = FindOutputPlace(options.sOutputFile, {}, {}, sPlace); !sWhy.empty())
+    if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut, sPlace);
+        !sWhy.empty())
         throw ZUsageError("'" + options.sOutputFile + "' " + sWhy);
     SViewSummary summary{options.sOutputFile};
     const auto tell = [&](const SPackedAnimation& packed, const std::string& sError, bool bShown)

@@ -178,6 +178,9 @@ void DiffPacked(const std::string& sA, const std::string& sB, const std::functio
         if (!fs::exists(*pName, error))
             throw ZHostError("there is no '" + *pName + "'", "name two packed files, or two output folders");
     const bool bFolder = fs::is_directory(sA, error);
+    for (const std::string* pName : {&sA, &sB})
+        if (!fs::is_directory(*pName, error) && !fs::is_regular_file(*pName, error))
+            throw ZHostError("'" + *pName + "' is no regular file", "name two packed files, or two output folders");
     if (bFolder != fs::is_directory(sB, error))
         throw ZHostError("'" + sA + "' and '" + sB + "' are a file and a folder",
                          "name two packed files, or two output folders");

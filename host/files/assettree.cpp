@@ -5,6 +5,7 @@
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"
 #include "host/text/hosterror.h"
+#include "os/filestamp.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -54,18 +55,34 @@ bool HasSign(const fs::path& path)
     return !SignOfSource(std::string_view(path.extension().string()).substr(1)).empty();
 }
 
-/// Looks into the file.
-bool IsSource(const fs::path& path)
+/// Looks into the file. One that can't be read may be a source: whoever reads it tells why not.
+bool BearsSign(const fs::path& path)
 {
     const std::string sExtension = path.extension().string();
     const std::string_view sign = SignOfSource(std::string_view(sExtension).substr(1));
     std::string sBeginning(SIGN_REACH, '\0');
     std::ifstream file(path, std::ios::binary);
     file.read(sBeginning.data(), static_cast<std::streamsize>(sBeginning.size()));
-    return sBeginning.find(sign) != std::string::npos;
+    return !file.is_open() || sBeginning.find(sign) != std::string::npos;
 }
 
 } // namespace
+
+bool CanBeIdentifier(const std::string& sId)
+{
+    // A backslash is a slash to whoever looks one up.
+    return ToId(sId).IsValid() && sId.find_first_of("?\\", SCHEME.size()) == std::string::npos;
+}
+
+bool IsSource(const std::string& sPath)
+{
+    return HasScanner(sPath) && !IsOthers(sPath);
+}
+
+bool IsOthers(const std::string& sPath)
+{
+    return HasSign(sPath) && !BearsSign(sPath);
+}
 
 ZAssetTree::ZAssetTree(const std::string& sRoot)
 {
@@ -93,6 +110,9 @@ const ZAssetTree::SListing& ZAssetTree::ListingOf(const std::string& sFolder) co
                                                               : EName::eLink;
         listing.names.push_back({entry->path().filename().string(), eKind});
     }
+    // Names that nobody may follow are no use either.
+    if (!listing.error)
+        listing.error = Os::WhyNotEntered(sFolder);
     if (listing.error)
         listing.names.clear();
     // The order in which a disk lists them is nobody's business.
@@ -183,18 +203,53 @@ std::string ZAssetTree::IdOf(std::string_view text) const
         if (sPath.starts_with(m_sRoot + '/'))
             return std::string(SCHEME) + sPath.substr(m_sRoot.size() + 1) + std::string(parameters);
     }
+    // What stands in the tree as a link, or behind one, to something outside.
+    if (const fs::path path = fs::absolute(file, error).lexically_normal(); fs::exists(path, error))
+        for (fs::path above = path; above.has_relative_path(); above = above.parent_path())
+            if (fs::equivalent(above, m_sRoot, error))
+                return std::string(SCHEME) + path.lexically_relative(above).string() + std::string(parameters);
     std::string_view relative = file;
     while (relative.starts_with("./"))
         relative.remove_prefix(2);
     return std::string(SCHEME) + std::string(relative) + std::string(parameters);
 }
 
-bool ZAssetTree::IsFolder(const std::string& sId) const
+std::string ZAssetTree::FolderOf(const std::string& sId) const
 {
-    if (!sId.starts_with(SCHEME) || sId.find("..") != std::string::npos)
-        return false;
+    std::string sText = sId;
+    std::replace(sText.begin(), sText.end(), '\\', '/');
+    if (ToLower(std::string_view(sText).substr(0, SCHEME.size())) != SCHEME)
+        return {};
+    const std::vector<std::string_view> names = NamesOf(std::string_view(sText).substr(SCHEME.size()));
+    if (std::find(names.begin(), names.end(), "..") != names.end() || names.size() > DEEPEST_PATH)
+        return {};
     std::error_code error;
-    return fs::is_directory(m_sRoot + '/' + sId.substr(SCHEME.size()), error);
+    const auto isFolder = [&error](const std::string& sPath) { return fs::is_directory(sPath, error); };
+    std::string sExact = m_sRoot;
+    for (const std::string_view name : names)
+        (sExact += '/') += name;
+    std::vector<std::string> found{isFolder(sExact) ? sExact : m_sRoot};
+    if (found.front() != sExact && Find(ToId(sId)).eState == SLookup::eFound)
+        return {};
+    for (size_t n = found.front() == sExact ? names.size() : 0; n < names.size(); ++n)
+    {
+        std::vector<std::string> next;
+        for (const std::string& sFolder : found)
+        {
+            const SListing& listing = ListingOf(sFolder);
+            auto [it, end] = listing.byLowerCase.equal_range(ToLower(names[n]));
+            for (; it != end && next.size() < MOST_CANDIDATES; ++it)
+                if (const std::string sPath = sFolder + '/' + listing.names[it->second].sName; isFolder(sPath))
+                    next.push_back(sPath);
+        }
+        found = std::move(next);
+    }
+    if (found.empty())
+        return {};
+    std::sort(found.begin(), found.end());
+    if (found.size() > 1)
+        throw ZUsageError("'" + sId + "': folders that differ in case alone: '" + found[0] + "' '" + found[1] + "'");
+    return std::string(SCHEME) + found.front().substr(std::min(m_sRoot.size() + 1, found.front().size()));
 }
 
 /// Goes through folders, first all that are found without links.
@@ -251,12 +306,14 @@ private:
         else if (HasScanner(sPath) && (eKind == EName::eFile || StampOf(sPath).bExists))
         {
             const std::string sId = IdOf(sPath);
-            if (!HasSign(sPath) || (m_isKnown && m_isKnown(sId, sPath)) || IsSource(sPath))
+            if (!HasSign(sPath) || (m_isKnown && m_isKnown(sId, sPath)) || BearsSign(sPath))
             {
-                if (IsUtf8(sId))
-                    m_sources.ids.push_back(sId);
+                if (!IsUtf8(sId))
+                    m_sources.namesNotUtf8.push_back(sId);
+                else if (!CanBeIdentifier(sId))
+                    m_sources.unreadable.push_back({sId, NO_IDENTIFIER});
                 else
-                    ++m_sources.nUnreadableNames;
+                    m_sources.ids.push_back(sId);
             }
         }
     }

@@ -48,21 +48,22 @@ public:
     /// path exists.
     std::string IdOf(std::string_view text) const;
 
-    /// Whether an identifier names a folder of the tree.
-    bool IsFolder(const std::string& sId) const;
+    /// The folder of the tree that an identifier names, looked up as files are but exactly first: its identifier in the
+    /// disk's spelling, empty when it names none. ZUsageError where it is several.
+    std::string FolderOf(const std::string& sId) const;
 
     /// Whether a file is known to be a source as it is, so that there is no need to look into it.
     using FKnown = std::function<bool(const std::string& sId, const std::string& sPath)>;
     struct SSources
     {
-        std::vector<std::string> ids; ///< in their order
-        size_t nUnreadableNames = 0;  ///< no UTF-8: they can't be told to anybody and are left out
+        std::vector<std::string> ids;          ///< in their order
+        std::vector<std::string> namesNotUtf8; ///< there are no identifiers for them, so they are left out
         struct SFolder
         {
             std::string sId; ///< with a slash at its end
             std::string sWhy;
         };
-        std::vector<SFolder> unreadable; ///< in their order
+        std::vector<SFolder> unreadable; ///< and files that can't have an identifier; in their order
     };
     /// Identifiers of all files below a folder (its identifier) whose extension has a scanner. A link to a folder that
     /// is found without it stands for nothing; of several links to one folder outside the first one counts.
@@ -106,6 +107,16 @@ private:
     mutable std::unordered_map<std::string, SListing> m_listings;
     mutable std::unordered_map<std::string, SLookup> m_lookups;
 };
+
+/// Whether there can be an identifier of a file, which this would be. The text says why there is none.
+bool CanBeIdentifier(const std::string& sId);
+constexpr const char NO_IDENTIFIER[] = "its name has a question mark, a backslash, an angle bracket or a control "
+                                       "character, so there is no identifier for it";
+
+/// Whether a file's name, and where other programs have such files too its beginning, says that it is a source.
+bool IsSource(const std::string& sPath);
+/// Whether it is one of another program, by its beginning.
+bool IsOthers(const std::string& sPath);
 
 /// The file that a command is to look at, which need not stand in the tree: a path as it is, or what an identifier
 /// names. The word itself where that is nothing; ZUsageError where it is several files.

@@ -52,7 +52,7 @@ private:
 class ZFileInputStream final : public TCountedComponent<ZFileInputStream, IInputStream>
 {
 public:
-    explicit ZFileInputStream(const std::string& sPath) { m_file.Open(sPath); }
+    ZFileInputStream(const std::string& sPath, std::error_code& error) { error = m_file.Open(sPath); }
 
     bool IsOpen() const override { return m_file.IsOpen(); }
     size_t GetSize() const override { return static_cast<size_t>(m_file.Size()); }
@@ -286,16 +286,28 @@ void ZOutputFile::Discard()
 
 bool IsPassingName(std::string_view name)
 {
-    return name.starts_with(PASSING_START) && name.ends_with(PASSING_END);
+    if (!name.starts_with(PASSING_START) || !name.ends_with(PASSING_END))
+        return false;
+    // Nothing but numbers, or it is somebody's own.
+    name.remove_prefix(PASSING_START.size());
+    name.remove_suffix(PASSING_END.size());
+    return !name.empty() && name.find_first_not_of("0123456789-") == std::string_view::npos;
 }
 
 void RemovePassingFiles(const std::string& sFolder)
 {
-    std::error_code error;
-    for (fs::recursive_directory_iterator entry(sFolder, error), end; !error && entry != end; entry.increment(error))
+    // One folder open at a time: this may be the end of a run that had too many files open.
+    std::vector<fs::path> pending{sFolder};
+    while (!pending.empty())
     {
-        if (IsPassingName(entry->path().filename().string()))
-            Os::RemoveFile(entry->path().string());
+        std::error_code error, ignored;
+        const fs::path folder = std::move(pending.back());
+        pending.pop_back();
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+            if (entry->is_directory(ignored) && !entry->is_symlink(ignored))
+                pending.push_back(entry->path());
+            else if (IsPassingName(entry->path().filename().string()))
+                Os::RemoveFile(entry->path().string());
     }
 }
 
@@ -315,9 +327,10 @@ IOutputStream* CreateFileOutputStream(ZOutputFile& file)
     return new ZFileOutputStream(file);
 }
 
-IInputStream* OpenFileInputStream(const std::string& sPath, SFileStamp* pStamp)
+IInputStream* OpenFileInputStream(const std::string& sPath, SFileStamp* pStamp, std::error_code* pError)
 {
-    auto* pStream = new ZFileInputStream(sPath);
+    std::error_code error;
+    auto* pStream = new ZFileInputStream(sPath, pError != nullptr ? *pError : error);
     if (pStamp != nullptr)
         *pStamp = pStream->Stamp();
     if (pStream->IsOpen())

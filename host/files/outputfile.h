@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace Host
@@ -87,7 +88,9 @@ void RemovePassingFilesBeside(const std::string& sPath, Os::TProcessId nProcess,
 /// The file must outlive the stream.
 IOutputStream* CreateFileOutputStream(ZOutputFile& file);
 
-/// Null when the file can't be opened; else its stamp is told, if that is asked for.
-IInputStream* OpenFileInputStream(const std::string& sPath, SFileStamp* pStamp = nullptr);
+/// Null when the file can't be opened; else its stamp is told, if that is asked for. The error is empty where it is no
+/// regular file.
+IInputStream* OpenFileInputStream(const std::string& sPath, SFileStamp* pStamp = nullptr,
+                                  std::error_code* pError = nullptr);
 
 } // namespace Host

@@ -1,5 +1,11 @@
 #include "host/files/outputplace.h"
 
+#include "host/files/outputpath.h"
+#include "host/files/resourceids.h"
+#include "host/text/words.h"
+#include "os/filestamp.h"
+
+#include <algorithm>
 #include <filesystem>
 
 namespace Host
@@ -11,6 +17,38 @@ namespace
 {
 
 constexpr int MOST_LINKS = 40; // as the system has it
+/// Beside the packed files: the state of builds, its journal, its lock.
+constexpr std::string_view STATE_START = "animpack.";
+/// Documents that are read with a scene of their name.
+constexpr std::string_view EVENTS = ".events";
+
+bool IsRead(const fs::path& file)
+{
+    return IsSource(file.string()) || ToLower(file.extension().string()) == EVENTS;
+}
+
+/// The way from a folder to a file below it, without links; empty when it is not below it.
+std::string PlaceBelow(const fs::path& file, const fs::path& folder)
+{
+    std::error_code error;
+    const fs::path place = fs::weakly_canonical(file, error).lexically_relative(fs::weakly_canonical(folder, error));
+    return place.empty() || place.begin()->string() == ".." || place == "." ? std::string() : place.generic_string();
+}
+
+/// Whether a source of the tree is the same file. That takes a second name, which few files have.
+bool IsSourceByAnotherName(const ZAssetTree& tree, const fs::path& file)
+{
+    std::error_code error;
+    if (fs::hard_link_count(file, error) < 2 || error)
+        return false;
+    const std::vector<std::string> ids = tree.Sources("assembly:/").ids;
+    return std::any_of(ids.begin(), ids.end(),
+                       [&](const std::string& sId)
+                       {
+                           const std::string& sSource = tree.Find(ToId(sId)).sPath;
+                           return !sSource.empty() && fs::equivalent(file, sSource, error);
+                       });
+}
 
 } // namespace
 
@@ -36,6 +74,20 @@ std::string FindOutputPlace(const std::string& sWord, const std::vector<std::str
             return sWord == sInput ? "is read and not written over"
                                    : "is the input '" + sInput + "' by another name and not written over";
     sPath = path.string();
+    return {};
+}
+
+std::string FindOutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut,
+                                    std::string& sPath)
+{
+    std::error_code error;
+    if (std::string sWhy = FindOutputPlace(sWord, {}, {}, sPath); !sWhy.empty() || !fs::exists(sPath, error))
+        return sWhy;
+    if ((!PlaceBelow(sPath, tree.Root()).empty() && IsRead(sPath)) || IsSourceByAnotherName(tree, sPath))
+        return "is a source of the asset tree and not written over";
+    const std::string sPlace = PlaceBelow(sPath, sOut);
+    if (sPlace.starts_with(STATE_START) || !IdOfOutputPath(sPlace).empty())
+        return "is what builds keep in the output folder and not written over";
     return {};
 }
 

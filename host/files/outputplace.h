@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/files/assettree.h"
+
 #include <string>
 #include <vector>
 
@@ -11,5 +13,10 @@ namespace Host
 /// same name that is what the user asks for, if it is `sMayReplace`. The error's text, or an empty one.
 std::string FindOutputPlace(const std::string& sWord, const std::vector<std::string>& inputs,
                             const std::string& sMayReplace, std::string& sPath);
+
+/// The same for a command that reads an asset tree or what is packed of it. An error is also every source of the tree
+/// and what stands beside one to be read with it, every packed file, and what builds keep in the output folder.
+std::string FindOutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut,
+                                    std::string& sPath);
 
 } // namespace Host

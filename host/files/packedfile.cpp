@@ -28,10 +28,13 @@ bool ZPackedFile::Fail(const std::string& sWhy)
 
 bool ZPackedFile::Read(const std::string& sPath)
 {
-    const SFileStamp stamp = StampOf(sPath);
-    const TComponentScope<IInputStream> file(OpenFileInputStream(sPath));
-    if (!stamp.bExists || !file)
-        return Fail("there is no such file, or it can't be read");
+    SFileStamp stamp;
+    std::error_code error;
+    const TComponentScope<IInputStream> file(OpenFileInputStream(sPath, &stamp, &error));
+    if (!file)
+        return Fail(error == std::errc::no_such_file_or_directory ? "there is no such file"
+                    : error                                       ? "it can't be read: " + error.message()
+                                                                  : "it is no regular file");
     if (stamp.nSize > LARGEST_FILE)
         return Fail("the file is too large for a packed resource");
     m_bytes.resize(stamp.nSize);

@@ -184,7 +184,14 @@ void* ZHostDatabase::OpenInputStream(const ZResourceID& id, STypeID* pInterface,
     if (id.IsDerived())
         return OpenDerived(id);
     const ZAssetTree::SLookup& lookup = LookUp(id, ESeverity::eError);
-    return lookup.eState == ZAssetTree::SLookup::eFound ? OpenFileInputStream(lookup.sPath) : nullptr;
+    if (lookup.eState != ZAssetTree::SLookup::eFound)
+        return nullptr;
+    std::error_code error;
+    IInputStream* pStream = OpenFileInputStream(lookup.sPath, nullptr, &error);
+    ZJobContext* pContext = Current();
+    if (pStream == nullptr && error && pContext != nullptr)
+        pContext->AddMessage(ESeverity::eError, "'" + ToStd(id.GetRoot()) + "' can't be read: " + error.message());
+    return pStream;
 }
 
 IOutputStream* ZHostDatabase::OpenOutputStream(const ZResourceID& id)

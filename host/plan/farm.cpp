@@ -36,6 +36,18 @@ std::vector<std::string> LinesOf(const std::string& sPath)
     return lines;
 }
 
+/// Whether a plan, its tasks or what they say stands in a file of this name. There may be others in the folder.
+bool IsOfPlan(std::string sName)
+{
+    constexpr std::string_view NAMES[] = {".list",     ".needs",     ".rigs.db",   ".all.db",   "rigs.db",
+                                          "rigs-.out", "gather.out", "takes-.out", "finish.out"};
+    // One that a state is written to before it takes its place.
+    if (const size_t nDb = sName.find(".db."); nDb != std::string::npos)
+        sName.resize(nDb + 3);
+    std::erase_if(sName, [](char c) { return c >= '0' && c <= '9'; });
+    return std::find(std::begin(NAMES), std::end(NAMES), sName) != std::end(NAMES);
+}
+
 bool Exists(const std::string& sPath)
 {
     std::error_code error;
@@ -75,7 +87,9 @@ size_t ZFarm::WriteShares(const ZAssetTree& tree, const std::vector<std::string>
         least.emplace(nCost + source.nCost, nShare);
     }
     std::error_code error;
-    fs::remove_all(m_sFolder, error);
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_sFolder, error))
+        if (IsOfPlan(entry.path().filename().string()))
+            Os::RemoveFile(entry.path().string());
     fs::create_directories(m_sFolder, error);
     for (size_t n = 0; n < shares.size(); ++n)
     {

@@ -55,14 +55,15 @@ std::string BuildSummaryText(const ZBuildTotals& totals)
     const auto count = [&totals](EJobStatus eStatus) { return std::to_string(totals.Count(eStatus)); };
     const auto also = [&](EJobStatus eStatus, const char* szWord)
     { return totals.Count(eStatus) != 0 ? ", " + count(eStatus) + szWord : std::string(); };
+    const std::string sInterrupted = totals.bInterrupted ? "interrupted: " : "";
     if (totals.bForeseen)
-        return "nothing done: " + count(EJobStatus::eToPack) + " to pack, " + count(EJobStatus::eUpToDate) +
-               " up to date" + also(EJobStatus::eFailed, " failed to scan") +
+        return sInterrupted + "nothing done: " + count(EJobStatus::eToPack) + " to pack, " +
+               count(EJobStatus::eUpToDate) + " up to date" + also(EJobStatus::eFailed, " failed to scan") +
                also(EJobStatus::eToRemove, " to remove") + ", told in " + SecondsText(totals.fSeconds);
-    return (totals.bInterrupted ? "interrupted: " : std::string()) + count(EJobStatus::ePacked) + " packed (" +
-           BytesText(totals.Bytes()) + "), " + count(EJobStatus::eUpToDate) + " up to date, " +
-           count(EJobStatus::eFailed) + " failed" + also(EJobStatus::eCrashed, " crashed") +
-           also(EJobStatus::eRemoved, " removed") + " in " + SecondsText(totals.fSeconds);
+    return sInterrupted + count(EJobStatus::ePacked) + " packed (" + BytesText(totals.Bytes()) + "), " +
+           count(EJobStatus::eUpToDate) + " up to date, " + count(EJobStatus::eFailed) + " failed" +
+           also(EJobStatus::eCrashed, " crashed") + also(EJobStatus::eRemoved, " removed") + " in " +
+           SecondsText(totals.fSeconds);
 }
 
 std::string BuildStoryText(const ZBuildTotals& totals)

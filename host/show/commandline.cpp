@@ -4,12 +4,14 @@
 #include "host/module/moduleloader.h"
 #include "host/show/failureline.h"
 #include "host/show/manual.h"
+#include "host/show/optionchecks.h"
 #include "host/text/hosterror.h"
 #include "host/text/words.h"
 
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -65,6 +67,10 @@ constexpr struct
     {"view", "  animpack view --assets art -o art.html\n"
              "  animpack view characters/hero --assets art --out packed -o hero.html\n"},
     {"effect", "  animpack effect effects/glow.fx -I effects/shared -D SHADOWS=1\n"},
+    {"diff", "  animpack diff packed.before packed\n"
+             "  animpack diff before/walk.take.animation packed/pc/characters/hero/moves.fbx/walk.take.animation\n"},
+    {"plan", "  animpack plan --format ninja --assets art --out packed -o build.ninja\n"
+             "  animpack plan --format slurm -n 16 --assets art --out packed -o build.sh\n"},
     {"mark", "  animpack mark downloads/run.fbx run.marks.json art/characters/hero/run.fbx\n"},
 };
 
@@ -134,7 +140,7 @@ void ParseList(const std::string& sName, const std::string& sText, std::vector<T
         const size_t nEnd = std::min(sText.find(',', nStart), sText.size());
         T value{};
         const auto [pEnd, error] = std::from_chars(sText.data() + nStart, sText.data() + nEnd, value);
-        if (error != std::errc() || pEnd != sText.data() + nEnd)
+        if (error != std::errc() || pEnd != sText.data() + nEnd || !std::isfinite(static_cast<double>(value)))
             throw CLI::ValidationError(sName, "'" + sText.substr(nStart, nEnd - nStart) + "' is no number here");
         values.push_back(value);
         nStart = nEnd + 1;
@@ -165,7 +171,7 @@ void AddOutputOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
         ->group("Messages");
     for (const auto& [szName, pText] : {std::pair("--color", &raw.sColor), std::pair("--progress", &raw.sProgress)})
         command.add_option(szName, *pText, "auto: on a terminal, and colour only without NO_COLOR")
-            ->check(CLI::IsMember({"auto", "always", "never"}))
+            ->check(OneOf({"auto", "always", "never"}))
             ->capture_default_str()
             ->group("Messages");
 }
@@ -186,7 +192,7 @@ void AddPlatformOption(CLI::App& command, SOptions& options, const std::string& 
                     "Platform, also -t:NAME; several with commas or repeated [default: " + sDefault + ']')
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(CLI::IsMember(std::vector<std::string>(std::begin(PLATFORMS), std::end(PLATFORMS))));
+        ->check(OneOf({std::begin(PLATFORMS), std::end(PLATFORMS)}));
 }
 
 void AddTreeOptions(CLI::App& command, SOptions& options)
@@ -204,7 +210,7 @@ void AddWorkerOptions(CLI::App& command, SOptions& options, SRawOptions& raw)
     command
         .add_option("--job-timeout", options.session.fJobTimeout,
                     "Seconds without a sign of life after which a job is ended")
-        ->check(CLI::NonNegativeNumber)
+        ->check(NotNegative())
         ->capture_default_str()
         ->group("Work");
     command.add_option("--memory-limit", raw.nMemoryMegabytes, "Megabytes that one worker may take; 0 for no limit")
@@ -243,7 +249,7 @@ void AddQueryOptions(CLI::App& command, SOptions& options)
     list("--uses", query.uses, "Only what refers to such a resource, such as '*/idle.take'");
     list("--kind", query.kinds, "Only take, rig, character or source [default: all but source]")
         ->delimiter(',')
-        ->check(CLI::IsMember({"take", "rig", "character", "chartype", "source"}));
+        ->check(OneOf({"take", "rig", "character", "chartype", "source"}));
     list("--columns,--show", query.columns, "Properties to show, separated by commas")->delimiter(',');
     command.add_option("--sort", query.sSort, "Order by this property [default: by identifier]");
     command.add_flag("--reverse", query.bReverse, "The other way round");
@@ -307,7 +313,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pBuild
         ->add_option("--farm", options.sStage,
                      "Do one stage of a build in shares, as 'animpack plan --format slurm' has planned it")
-        ->check(CLI::IsMember({"rigs", "gather", "takes", "finish"}))
+        ->check(OneOf({"rigs", "gather", "takes", "finish"}))
         ->group("For other builders");
     pBuild->add_option("--share", options.nShare, "The share that a stage is done of")
         ->check(CLI::Range(1u, 1000000u))
@@ -326,7 +332,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         ->add_option("--format", options.sFormat,
                      "ninja: a manifest with an edge for each packed resource; slurm: a script that builds in shares")
         ->required()
-        ->check(CLI::IsMember({"ninja", "slurm"}));
+        ->check(OneOf({"ninja", "slurm"}));
     pPlan->add_option("-n,--shares", options.nShares, "Of slurm: into how many shares the tree is divided")
         ->check(CLI::Range(1u, 1000000u));
     pPlan->add_option("-o,--output", options.sOutput, "File to write [default: standard output]");
@@ -342,7 +348,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
     pStats->add_option("--save", options.sSaveId,
                        "Write the report as this resource, e.g. assembly:/stats/memory.txt, one for each platform");
     pStats->add_option("--top", options.nTop, "List so many of the largest animations")
-        ->check(CLI::NonNegativeNumber)
+        ->check(NotNegative())
         ->capture_default_str();
     pStats->add_option("--assets", options.session.sAssets, "Of no effect here: packed files tell all");
     pStats->add_option("--out", options.session.sOut, "Folder of the packed animations")->capture_default_str();
@@ -353,10 +359,10 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
                         "Packed animations, their files, or takes, scenes and folders that they are made of "
                         "[default: all packed animations in --out]");
     pVerify->add_option("--max-mm", options.fMaxMillimetres, "An animation that is further off fails")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     pVerify
         ->add_option("--max-degrees", options.fMaxDegrees, "An animation of which a bone is turned further off fails")
-        ->check(CLI::NonNegativeNumber);
+        ->check(NotNegative());
     AddPackedOptions(*pVerify, options, raw, "all that are there");
     pVerify->footer(VERIFY_HELP);
 
@@ -408,7 +414,7 @@ void AddCommands(CLI::App& app, SOptions& options, SRawOptions& raw)
         ->add_option("--root", raw.sRoot,
                      "Where the way of a character goes: to a ground that follows the hips on the floor, nowhere, or "
                      "with the file's own root [default: keep where that moves, else floor]")
-        ->check(CLI::IsMember({"floor", "static", "keep"}));
+        ->check(OneOf({"floor", "static", "keep"}));
     pAdopt->add_flag("--keep-geometry", options.bKeepGeometry, "Meshes with skins, materials and textures come along");
     pAdopt->add_flag("--dry-run", options.bDryRun, "Tell all of it and write nothing");
     pAdopt->footer(ADOPT_HELP);
@@ -437,6 +443,7 @@ void FillIn(const CLI::App& app, SOptions& options, const SRawOptions& raw)
         options.sources = {raw.sSource, raw.sMarks, raw.sMarked};
     if (std::find(options.sources.begin(), options.sources.end(), "") != options.sources.end())
         throw CLI::ValidationError(options.sCommand, "an empty word names nothing");
+    RefuseEmptyNames(command);
     if (options.sCommand == "view" && options.sOutputFile.empty())
         options.sOutputFile = "animpack.html";
     options.eRoot = ROOTS.at(raw.sRoot);
@@ -503,17 +510,27 @@ void CheckCommand(const CLI::App& app, const std::vector<std::string>& arguments
 {
     const auto it = std::find_if(arguments.begin(), arguments.end(),
                                  [](const std::string& sWord) { return !sWord.starts_with('-'); });
-    if (it == arguments.end())
-        return;
     std::vector<std::string> names;
     for (const CLI::App* pCommand : app.get_subcommands({}))
         names.push_back(pCommand->get_name());
-    if (std::find(names.begin(), names.end(), *it) != names.end())
-        return;
-    const std::string sNearest = NearestName(*it, names);
     std::string sAll;
     for (const std::string& sName : names)
         sAll += (sAll.empty() ? "" : ", ") + sName;
+    if (it == arguments.end())
+    {
+        std::vector<std::string> unknown;
+        for (const std::string& sWord : arguments)
+            if (sWord != "--json" && app.get_option_no_throw(sWord) == nullptr)
+                unknown.push_back(sWord);
+        if (const std::string sWhy = TellUnexpected(app, unknown); !sWhy.empty())
+            throw CLI::ParseError(sWhy, CLI::ExitCodes::ExtrasError);
+        if (std::count(arguments.begin(), arguments.end(), "--json") == std::ssize(arguments))
+            throw CLI::ParseError("a command is missing; there are " + sAll, CLI::ExitCodes::RequiredError);
+        return;
+    }
+    if (std::find(names.begin(), names.end(), *it) != names.end())
+        return;
+    const std::string sNearest = NearestName(*it, names);
     throw CLI::ParseError("there is no command '" + *it + "'" +
                               (sNearest.empty() ? "; there are " + sAll : "; is '" + sNearest + "' meant?"),
                           CLI::ExitCodes::ExtrasError);
@@ -571,6 +588,14 @@ std::string ManualFor(const CLI::App& app, const std::vector<std::string>& argum
                                : std::string();
 }
 
+int PrintedCode()
+{
+    if (std::cout.flush())
+        return eExit_Done;
+    std::cerr << "animpack: error: standard output can't be written to\n";
+    return eExit_HostFailed;
+}
+
 } // namespace
 
 bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& options, int& nExitCode)
@@ -588,9 +613,15 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     std::vector<std::string> arguments = NormalizeArguments(nArguments, ppArguments);
     if (const std::string sManual = ManualFor(app, arguments); !sManual.empty())
     {
-        std::cout << sManual << std::flush;
-        nExitCode = eExit_Done;
+        std::cout << sManual;
+        nExitCode = PrintedCode();
         return false;
+    }
+    // As other programs have it: "help build" is "build --help".
+    if (!arguments.empty() && arguments.front() == "help")
+    {
+        arguments.erase(arguments.begin());
+        arguments.emplace_back("--help");
     }
     // Also where the words that come before it can't be understood.
     const bool bJson = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
@@ -606,15 +637,20 @@ bool ReadCommandLine(int nArguments, const char* const* ppArguments, SOptions& o
     {
         // Help and version.
         app.exit(e, std::cout, std::cerr);
-        std::cout.flush();
-        nExitCode = eExit_Done;
+        nExitCode = PrintedCode();
     }
     catch (const CLI::ParseError& e)
     {
         const auto commands = app.get_subcommands();
+        std::string sWhy = e.what();
+        if (dynamic_cast<const CLI::ExtrasError*>(&e) != nullptr)
+            if (const std::string sUnexpected =
+                    TellUnexpected(commands.empty() ? app : *commands.front(), app.remaining(true));
+                !sUnexpected.empty())
+                sWhy = sUnexpected;
         if (bJson)
-            std::cout << FailureLine({}, e.what(), {}) << std::endl;
-        std::cerr << "animpack: error: " << e.what() << "\nTry 'animpack "
+            std::cout << FailureLine({}, sWhy, {}) << std::endl;
+        std::cerr << "animpack: error: " << sWhy << "\nTry 'animpack "
                   << (commands.empty() ? std::string() : commands.front()->get_name() + ' ') << "--help'.\n";
         nExitCode = eExit_WrongUsage;
     }

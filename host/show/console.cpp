@@ -6,6 +6,7 @@
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"
+#include "os/interrupt.h"
 #include "os/terminal.h"
 
 #include <algorithm>
@@ -19,6 +20,8 @@ namespace Host
 
 namespace
 {
+
+constexpr const char INTERRUPTED[] = "interrupted";
 
 bool Decide(EWhen eWhen, bool bOnTerminal)
 {
@@ -66,6 +69,13 @@ ZConsole::ZConsole(const SOptions& options)
     m_bProgress &= !m_bQuiet;
 }
 
+void ZConsole::Interrupted()
+{
+    if (m_bJson)
+        Output(FailureLine({}, INTERRUPTED, {}));
+    Notice(INTERRUPTED);
+}
+
 void ZConsole::OpenLog(const std::string& sPath)
 {
     m_pLog.reset(std::fopen(sPath.c_str(), "we"));
@@ -92,6 +102,7 @@ void ZConsole::Output(std::string_view text)
         std::replace_if(sHarmless.begin(), sHarmless.end(), IsHarmful, '?');
         text = sHarmless;
     }
+    const Os::ZLineUnderWay line;
     const bool bWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
                           (text.ends_with('\n') || std::fputc('\n', stdout) != EOF) && std::fflush(stdout) == 0;
     if (!bWritten)

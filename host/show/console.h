@@ -39,6 +39,9 @@ public:
     /// Of the one file that a command is about: a diagnostic, and in JSON {"file":…,"error":…}.
     void Failure(std::string_view file, std::string_view text);
 
+    /// Of a command that an interrupt has ended before it could say anything else.
+    void Interrupted();
+
     /// A job's messages, and in people's form its line. What is up to date is told when asked for only.
     /// Without bLine the messages alone, unless all is to be told.
     void Job(const SJobResult& result, bool bLine = true);

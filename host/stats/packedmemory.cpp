@@ -1,6 +1,7 @@
 #include "host/stats/packedmemory.h"
 
 #include "host/files/outputpath.h"
+#include "host/files/outputplace.h"
 #include "host/files/packedfile.h"
 #include "host/files/resourceids.h"
 #include "host/module/reportdatabase.h"
@@ -92,7 +93,10 @@ std::string SaveReport(const std::string& sOut, const std::string& sId, const st
 {
     const ZResourceID id = ToId(sId);
     const std::string sPath = sOut + '/' + ReportPathOf(id, sPlatform);
-    ZReportDatabase database(id, sPath);
+    std::string sPlace;
+    if (const std::string sWhy = FindOutputPlace(sPath, {}, {}, sPlace); !sWhy.empty())
+        throw ZHostError("'" + sPath + "' " + sWhy, "choose another identifier with --save");
+    ZReportDatabase database(id, sPlace);
     memory.statistics.Write(id);
     database.Publish();
     return sPath;

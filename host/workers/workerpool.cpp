@@ -1,6 +1,7 @@
 #include "host/workers/workerpool.h"
 
 #include "host/text/hosterror.h"
+#include "host/text/textformat.h"
 #include "os/interrupt.h"
 
 #include <algorithm>
@@ -181,8 +182,7 @@ bool ZWorkerPool::Wait(SEvent& event, double fSeconds)
                 worker.bSlow = (bLook || worker.bSlow) && !worker.process.pChannel->HasNext();
             }
             else if (worker.bClock && m_limits.fSeconds > 0.0 && now >= worker.deadline)
-                Kill(owners[i], "took longer than " + std::to_string(static_cast<int64_t>(m_limits.fSeconds)) +
-                                    " seconds (see --job-timeout)");
+                Kill(owners[i], Formatted("took longer than %g seconds (see --job-timeout)", m_limits.fSeconds));
         }
         if (!bAny && (now >= end || (bNews && Os::Interrupted())))
             return NextEvent(event);

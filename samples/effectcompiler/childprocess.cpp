@@ -52,6 +52,7 @@ bool IsAskedToEnd()
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    std::signal(SIGPIPE, SIG_DFL);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     Limit(RLIMIT_CPU, limits.nProcessorSeconds);
     Limit(RLIMIT_AS, limits.nMemory);

@@ -2,6 +2,7 @@
 
 import json
 import os
+import shutil
 
 import host
 
@@ -92,6 +93,10 @@ class MarkTest(host.HostTest):
         for name, frames in (("walk", 31), ("idle", 25), ("turn", 31)):
             shown = self.run_host("inspect", built[name + ".take"]["file"], assets=tree).lines[-1]
             self.assertEqual(shown["animation"]["frameCount"], frames, name)
+        own = os.path.join(tree, "c_Walk.fbx")
+        shutil.copyfile(sample, own)
+        self.mark(own, marks, os.path.join(tree, "c.fbx"), code=1)
+        self.assertEqual(host.content(own), host.content(sample), "an input is not what a stack's file replaces")
         takes[0]["stack"] = "Run"
         wrong = self.mark(sample, marks, os.path.join(tree, "b.fbx"), code=1)
         self.assertIn("/takes/0/stack: there is no anim stack 'Run'; there are 'Armature|Idle', ", wrong.stderr)

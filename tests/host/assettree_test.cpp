@@ -82,8 +82,14 @@ TEST_F(AssetTreeTest, PathsBecomeIdentifiers)
     EXPECT_EQ(t.IdOf(folder / "tree/props/lever.fbx?/pull.take"), "assembly:/props/lever.fbx?/pull.take");
     EXPECT_EQ(t.IdOf("props/lever.fbx"), "assembly:/props/lever.fbx");
     EXPECT_EQ(t.IdOf("props/../props/lever.fbx"), "assembly:/props/lever.fbx");
-    EXPECT_TRUE(t.IsFolder(t.IdOf("props")));
-    EXPECT_FALSE(t.IsFolder("assembly:/../"));
+    EXPECT_EQ(t.FolderOf(t.IdOf("props")), "assembly:/props");
+    EXPECT_EQ(t.FolderOf("assembly:/../"), "");
+    EXPECT_EQ(t.FolderOf("ASSEMBLY:/./characters//HERO/"), "assembly:/Characters/Hero");
+    EXPECT_THROW(t.FolderOf("assembly:/CHARACTERS"), ZUsageError) << "two in other cases";
+    EXPECT_EQ(t.FolderOf("assembly:/characters"), "assembly:/characters");
+    folder.Write("outside/far.fbx", "");
+    std::filesystem::create_symlink(folder / "outside/far.fbx", folder / "tree/a..link.fbx");
+    EXPECT_EQ(t.IdOf(folder / "tree/a..link.fbx?/a.take"), "assembly:/a..link.fbx?/a.take");
 }
 
 TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
@@ -96,6 +102,7 @@ TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
     for (const auto& [szTo, sLink] : links)
         std::filesystem::create_directory_symlink(folder / szTo, folder / ("tree/" + sLink));
     folder.Write("tree/props/\xe9.fbx", "no UTF-8");
+    folder.Write("tree/props/a?b.fbx", "no identifier");
     folder.Write("tree/settings.xml", "<Settings/>");
     folder.Write("tree/zdb.xml", "<?xml version='1.0'?><AnimationDatabase/>");
     const std::vector<std::string> expected = {"assembly:/Characters/Hero/Moves.FBX",
@@ -108,8 +115,8 @@ TEST_F(AssetTreeTest, SourcesAreListedOnceAndInOrder)
                                                "assembly:/zdb.xml"};
     const auto found = tree().Sources("assembly:/");
     EXPECT_EQ(found.ids, expected);
-    EXPECT_EQ(found.nUnreadableNames, 1u);
-    EXPECT_TRUE(found.unreadable.empty());
+    EXPECT_EQ(found.namesNotUtf8.size(), 1u);
+    EXPECT_EQ(found.unreadable.size(), 1u);
     EXPECT_EQ(tree().Sources("assembly:/Characters").ids.size(), 1u);
     ASSERT_EQ(tree().Sources("assembly:/none").unreadable.size(), 1u) << "what can't be read is not empty";
 }

@@ -81,6 +81,9 @@ TEST(CommandLine, WrongUsageSaysSoOnStandardError)
                                                          {"inspect", "f", "--frames", "-1"},
                                                          {"inspect", "f", "--frames", ""},
                                                          {"scene", "f", "--at", "now"},
+                                                         {"scene", "f", "--at", "inf"},
+                                                         {"build", "--assets", ""},
+                                                         {"build", "--job-timeout", "nan"},
                                                          {"build", "--color", "sometimes"}};
     for (const auto& words : wrong)
     {
@@ -89,12 +92,19 @@ TEST(CommandLine, WrongUsageSaysSoOnStandardError)
         EXPECT_TRUE(parsed.sOut.empty());
         EXPECT_NE(parsed.sError.find("error: "), std::string::npos);
     }
+    for (const auto& [words, szHint] : {std::pair(std::vector<const char*>{"bild"}, "is 'build' meant?"),
+                                        {{"build", "--fource"}, "of build; is '--force' meant?"},
+                                        {{"build", "-t:ps5"}, "is 'ps4' meant?"},
+                                        {{"--versoin"}, "is '--version' meant?"},
+                                        {{"build", "--job-timeout", "-1"}, "'-1' is no number from 0 on"}})
+        EXPECT_NE(Parse(words).sError.find(szHint), std::string::npos) << szHint << Parse(words).sError;
+    EXPECT_GE(Parse({"build", "--job-timeout", "1e300"}).options.session.fJobTimeout, 1e300);
 }
 
 TEST(CommandLine, HelpGoesToStandardOutput)
 {
     for (const std::vector<const char*>& words :
-         {std::vector<const char*>{"--help"}, {"--version"}, {"pack", "--help"}, {"--help-all"}})
+         {std::vector<const char*>{"--help"}, {"--version"}, {"pack", "--help"}, {"help", "pack"}, {"--help-all"}})
     {
         const SParsed parsed = Parse(words);
         EXPECT_EQ(parsed.nExitCode, eExit_Done);

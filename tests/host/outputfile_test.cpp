@@ -51,8 +51,9 @@ TEST(OutputFile, LeftoversOfAKilledProcessAreFound)
     const ZTempFolder folder;
     folder.Write("pc/a/.animpack-12-0.part", "half");
     folder.Write("pc/a/walk.take.animation", "whole");
+    folder.Write("pc/a/.animpack-notes.part", "somebody's own");
     RemovePassingFiles(folder.Path());
-    EXPECT_EQ(folder.FileCount(), 1u);
+    EXPECT_EQ(folder.FileCount(), 2u);
     EXPECT_EQ(folder.Read("pc/a/walk.take.animation"), "whole");
 }
 
@@ -89,4 +90,24 @@ TEST(OutputPlace, NeitherLinksNorInputsNorDevicesAreReplaced)
     FindOutputPlace(folder / "link", {}, {}, sPath);
     EXPECT_EQ(sPath, folder / "real");
     EXPECT_NE(FindOutputPlace(sIn, {sIn}, {}, sPath), "") << "an input that nobody wants replaced";
+
+    for (const char* szFile : {"tree/a.fbx", "tree/a.EVENTS", "tree/db.xml", "tree/page.xml", "out/animpack.db",
+                               "out/pc/a.fbx/b.take.animation", "out/pc/report.txt"})
+        folder.Write(szFile, szFile == std::string_view("tree/db.xml") ? "<AnimationDatabase/>" : "");
+    std::filesystem::create_hard_link(folder / "tree/a.fbx", folder / "another name");
+    const std::pair<const char*, bool> readersCases[] = {{"tree/a.fbx", false},
+                                                         {"tree/a.EVENTS", false},
+                                                         {"tree/db.xml", false},
+                                                         {"another name", false},
+                                                         {"out/animpack.db", false},
+                                                         {"out/pc/a.fbx/b.take.animation", false},
+                                                         {"tree/page.xml", true},
+                                                         {"tree/b.fbx", true},
+                                                         {"out/pc/report.txt", true},
+                                                         {"folder", false},
+                                                         {"in", true}};
+    for (const auto& [szWord, bGood] : readersCases)
+        EXPECT_EQ(FindOutputPlaceOfReader(folder / szWord, ZAssetTree(folder / "tree"), folder / "out", sPath).empty(),
+                  bGood)
+            << szWord;
 }

@@ -1,6 +1,7 @@
 #include "resource/animation/scan/animationdatabasedocument.h"
 
 #include "base/collections/thashmap.h"
+#include "base/misc/trace.h"
 #include "resource/animation/frame/animationexception.h"
 
 namespace ResourceAnimation
@@ -19,6 +20,13 @@ const ZString TAG_ANIMATION("Animation");
 ZString Path(const ZString& format)
 {
     return ZString::Format(format, TAG_ANIMATION_DATABASE, TAG_CHARACTER_TYPE, TAG_ANIMATION);
+}
+
+/// Where it is goes to the trace, which tells what else there is to know of a failure.
+[[noreturn]] void Fail(const TNode& node, const ZString& text)
+{
+    ZTRACE(ITraceListener::eTrace_Notice, "ZAnimationDatabaseFactory", "{0}", node->Place());
+    throw ZAnimationDatabaseFactoryException(text);
 }
 
 } // namespace
@@ -62,8 +70,8 @@ void ZAnimationDatabaseDocument::CheckTopLevel() const
 {
     const TXMLNodes characters = SelectNodes(RootElement(), Path("/{0}/{1}"));
     if (characters.Size() != 1)
-        throw ZAnimationDatabaseFactoryException(
-            ZString::Format("{0} top-level characters encountered. There should be exactly one", characters.Size()));
+        Fail(characters.Size() != 0 ? characters[1] : RootElement(),
+             ZString::Format("{0} top-level characters encountered. There should be exactly one", characters.Size()));
 }
 
 void ZAnimationDatabaseDocument::CheckCharacterNames() const
@@ -73,10 +81,10 @@ void ZAnimationDatabaseDocument::CheckCharacterNames() const
     {
         const ZString name = NameOf(node);
         if (name.IsEmpty())
-            throw ZAnimationDatabaseFactoryException("Empty character name encountered");
+            Fail(node, "Empty character name encountered");
         if (!names.Insert(name, true))
-            throw ZAnimationDatabaseFactoryException(ZString::Format(
-                "Duplicate character name '{0}' encountered. Each character name has to be unique", name));
+            Fail(node, ZString::Format(
+                           "Duplicate character name '{0}' encountered. Each character name has to be unique", name));
     }
 }
 
@@ -87,22 +95,22 @@ void ZAnimationDatabaseDocument::CheckEntries() const
     {
         const ZString name = NameOf(node);
         if (name.IsEmpty())
-            throw ZAnimationDatabaseFactoryException("Empty animation entry name encountered");
+            Fail(node, "Empty animation entry name encountered");
         if (!names.Insert(name, true))
-            throw ZAnimationDatabaseFactoryException(
-                ZString::Format("Duplicate animation entry '{0}' encountered. Each animation entry (animation name) "
-                                "has to be unique",
-                                name));
+            Fail(node,
+                 ZString::Format("Duplicate animation entry '{0}' encountered. Each animation entry (animation name) "
+                                 "has to be unique",
+                                 name));
     }
     for (const TNode& node : SelectNodes(RootElement(), Path("/{0}/{1}/{1}//{2}")))
     {
         const ZString name = NameOf(node);
         if (!names.Contains(name))
-            throw ZAnimationDatabaseFactoryException(
-                ZString::Format("Animation entry '{0}' not defined on top-level character. All animation entries have "
-                                "to be represented on the top level character before they can be set/overridden on a "
-                                "sub-character",
-                                name));
+            Fail(node,
+                 ZString::Format("Animation entry '{0}' not defined on top-level character. All animation entries have "
+                                 "to be represented on the top level character before they can be set/overridden on a "
+                                 "sub-character",
+                                 name));
     }
 }
 
@@ -115,8 +123,7 @@ ZCharacterType::TAnimations ZAnimationDatabaseDocument::EntriesOf(const TNode& n
         if (tag == TAG_CHARACTER_TYPE)
             continue; // gives its entries to itself alone
         if (!(tag == TAG_ANIMATION))
-            throw ZAnimationDatabaseFactoryException(
-                ZString::Format("Unexpected node '{0}' encountered. Is the document malformed?", tag));
+            Fail(element, ZString::Format("Unexpected node '{0}' encountered. Is the document malformed?", tag));
         const ZString name = NameOf(element);
         const ZString take = GetOptionalAttribute(element, "take", "");
         if (!name.IsEmpty() && !take.IsEmpty())
