@@ -1,6 +1,6 @@
 #include "host/build/session.h"
-#include "base/misc/utf8.h"
 
+#include "base/misc/utf8.h"
 #include "host/build/workermain.h"
 #include "host/files/outputfile.h"
 #include "host/files/outputpath.h"

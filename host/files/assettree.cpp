@@ -1,6 +1,6 @@
 #include "host/files/assettree.h"
-#include "base/misc/utf8.h"
 
+#include "base/misc/utf8.h"
 #include "host/files/contenthash.h"
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"

@@ -1,6 +1,6 @@
 #include "host/show/console.h"
-#include "base/misc/utf8.h"
 
+#include "base/misc/utf8.h"
 #include "host/files/resourceids.h"
 #include "host/show/failureline.h"
 #include "host/text/hosterror.h"

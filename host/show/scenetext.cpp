@@ -1,6 +1,6 @@
 #include "host/show/scenetext.h"
-#include "base/misc/utf8.h"
 
+#include "base/misc/utf8.h"
 #include "fbx/scene/fbxstackframes.h"
 #include "host/text/textformat.h"
 
