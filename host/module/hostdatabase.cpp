@@ -188,9 +188,10 @@ void* ZHostDatabase::OpenInputStream(const ZResourceID& id, STypeID* pInterface,
         return nullptr;
     std::error_code error;
     IInputStream* pStream = OpenFileInputStream(lookup.sPath, nullptr, &error);
+    const std::string sRoot = ToStd(id.GetRoot());
     ZJobContext* pContext = Current();
     if (pStream == nullptr && error && pContext != nullptr)
-        pContext->AddMessage(ESeverity::eError, "'" + ToStd(id.GetRoot()) + "' can't be read: " + error.message());
+        pContext->AddMessage(ESeverity::eError, "'" + sRoot + "' can't be read: " + error.message());
     return pStream;
 }
 
