@@ -1,7 +1,7 @@
 #include "host/build/joblines.h"
 
-#include "host/build/dependencyfields.h"
 #include "host/index/scantext.h"
+#include "host/state/dependencyfields.h"
 #include "host/text/fieldline.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "host/build/jobqueue.h"
-#include "host/build/jobresult.h"
 #include "host/build/publisher.h"
-#include "host/build/staleness.h"
+#include "host/state/jobresult.h"
+#include "host/state/staleness.h"
 #include "host/workers/workerpool.h"
 
 #include <deque>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "host/build/buildwatcher.h"
-#include "host/build/goneresources.h"
 #include "host/build/jobscheduler.h"
-#include "host/build/outputlock.h"
+#include "host/state/goneresources.h"
+#include "host/state/outputlock.h"
 #include "os/interrupt.h"
 
 #include <memory>

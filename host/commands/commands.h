@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/show/commandline.h"
+#include "host/options/commandline.h"
 #include "host/show/console.h"
 
 namespace Host

@@ -1,6 +1,6 @@
 #include "host/commands/packedchoice.h"
 
-#include "host/build/packedids.h"
+#include "host/state/packedids.h"
 #include "host/verify/verification.h"
 
 #include <algorithm>

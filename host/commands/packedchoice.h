@@ -2,7 +2,7 @@
 
 #include "host/files/assettree.h"
 #include "host/files/packedlist.h"
-#include "host/show/commandline.h"
+#include "host/options/commandline.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
-#include "host/build/buildstate.h"
 #include "host/build/session.h"
 #include "host/commands/commands.h"
 #include "host/show/querytext.h"
+#include "host/state/buildstate.h"
 #include "host/text/hosterror.h"
 #include "os/interrupt.h"
 

@@ -1,9 +1,9 @@
-#include "host/build/packedids.h"
 #include "host/commands/commands.h"
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
 #include "host/module/hostmodule.h"
 #include "host/show/statstext.h"
+#include "host/state/packedids.h"
 #include "host/text/hosterror.h"
 
 namespace Host

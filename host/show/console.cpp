@@ -2,7 +2,7 @@
 
 #include "base/misc/utf8.h"
 #include "host/files/resourceids.h"
-#include "host/show/failureline.h"
+#include "host/text/failureline.h"
 #include "host/text/hosterror.h"
 #include "host/text/jsonwriter.h"
 #include "host/text/textformat.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/build/buildwatcher.h"
-#include "host/build/jobresult.h"
-#include "host/show/commandline.h"
+#include "host/options/commandline.h"
+#include "host/state/jobresult.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/build/jobresult.h"
+#include "host/state/jobresult.h"
 
 #include <string>
 

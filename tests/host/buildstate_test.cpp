@@ -1,6 +1,6 @@
-#include "host/build/buildstate.h"
-#include "host/build/outputlock.h"
 #include "host/index/scantext.h"
+#include "host/state/buildstate.h"
+#include "host/state/outputlock.h"
 #include "host/text/hosterror.h"
 #include "tests/support/tempfolder.h"
 

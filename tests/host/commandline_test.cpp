@@ -1,4 +1,4 @@
-#include "host/show/commandline.h"
+#include "host/options/commandline.h"
 #include "host/text/hosterror.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "host/build/dependencyfields.h"
+#include "host/state/dependencyfields.h"
 
 namespace Host
 {

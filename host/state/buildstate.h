@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/build/jobresult.h"
-#include "host/build/statedatabase.h"
 #include "host/index/scanindex.h"
+#include "host/state/jobresult.h"
+#include "host/state/statedatabase.h"
 
 #include <chrono>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "host/show/optionchecks.h"
+#include "host/options/optionchecks.h"
 
 #include "host/text/words.h"
 

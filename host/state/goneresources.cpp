@@ -1,4 +1,4 @@
-#include "host/build/goneresources.h"
+#include "host/state/goneresources.h"
 
 #include "host/files/derivedkinds.h"
 #include "host/files/resourceids.h"

@@ -1,4 +1,4 @@
-#include "host/build/staleness.h"
+#include "host/state/staleness.h"
 
 #include "host/files/derivedkinds.h"
 #include "host/files/outputpath.h"

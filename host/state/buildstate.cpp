@@ -1,9 +1,9 @@
-#include "host/build/buildstate.h"
+#include "host/state/buildstate.h"
 
-#include "host/build/dependencyfields.h"
 #include "host/files/resourceids.h"
 #include "host/index/scantext.h"
 #include "host/index/sqlstatement.h"
+#include "host/state/dependencyfields.h"
 #include "host/text/hosterror.h"
 #include "host/text/words.h"
 #include "os/files.h"

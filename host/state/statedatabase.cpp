@@ -1,4 +1,4 @@
-#include "host/build/statedatabase.h"
+#include "host/state/statedatabase.h"
 
 #include "host/index/scanindex.h"
 #include "host/index/sqlstatement.h"

@@ -1,4 +1,4 @@
-#include "host/show/manual.h"
+#include "host/options/manual.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "host/show/failureline.h"
+#include "host/text/failureline.h"
 
 #include "host/text/jsonwriter.h"
 

@@ -1,4 +1,4 @@
-#include "host/build/jobresult.h"
+#include "host/state/jobresult.h"
 
 namespace Host
 {

@@ -1,4 +1,4 @@
-#include "host/build/reason.h"
+#include "host/state/reason.h"
 
 #include "host/text/textformat.h"
 

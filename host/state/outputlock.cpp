@@ -1,4 +1,4 @@
-#include "host/build/outputlock.h"
+#include "host/state/outputlock.h"
 
 #include "host/text/hosterror.h"
 

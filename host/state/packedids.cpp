@@ -1,6 +1,6 @@
-#include "host/build/packedids.h"
+#include "host/state/packedids.h"
 
-#include "host/build/buildstate.h"
+#include "host/state/buildstate.h"
 #include "host/text/hosterror.h"
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/build/staleness.h"
+#include "host/state/staleness.h"
 
 #include <functional>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/build/buildstate.h"
 #include "host/files/assettree.h"
+#include "host/state/buildstate.h"
 
 #include <functional>
 #include <string>

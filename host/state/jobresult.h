@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/build/reason.h"
 #include "host/files/outputfile.h"
 #include "host/index/sourcescan.h"
 #include "host/module/job.h"
+#include "host/state/reason.h"
 
 #include <vector>
 

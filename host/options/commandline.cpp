@@ -1,10 +1,10 @@
-#include "host/show/commandline.h"
+#include "host/options/commandline.h"
 
 #include "host/files/derivedkinds.h"
 #include "host/module/moduleloader.h"
-#include "host/show/failureline.h"
-#include "host/show/manual.h"
-#include "host/show/optionchecks.h"
+#include "host/options/manual.h"
+#include "host/options/optionchecks.h"
+#include "host/text/failureline.h"
 #include "host/text/hosterror.h"
 #include "host/text/words.h"
 
