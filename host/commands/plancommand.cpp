@@ -75,7 +75,9 @@ int PlanNinja(const SOptions& options, ZConsole& console)
     for (const std::string& sLeftOut : leftOut)
         console.Diagnostic(ESeverity::eWarning, sLeftOut, "is left out of the plan: its name has a line feed");
     Write(options, sPlace, console, sText);
-    return plan.unreadable.empty() ? eExit_Done : eExit_AssetsFailed;
+    // What can't be read has an edge of its own, which fails with the reason; this one has done its work, and one that
+    // fails would keep ninja from all the others.
+    return eExit_Done;
 }
 
 int PlanSlurm(const SOptions& options, ZConsole& console)
