@@ -15,10 +15,7 @@ int RunExport(const SOptions& options, ZConsole& console)
 {
     RegisterHostModules();
     const ZAssetTree tree(options.session.sAssets);
-    std::string sPlace;
-    if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut, sPlace);
-        !sWhy.empty())
-        throw ZUsageError("'" + options.sOutputFile + "' " + sWhy);
+    const std::string sPlace = OutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut);
     size_t nFailed = 0;
     const auto tell = [&](const SPackedAnimation& packed, const std::string& sError, const SGltfTake& take)
     {

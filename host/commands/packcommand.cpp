@@ -97,11 +97,8 @@ int RunPack(const SOptions& options, ZConsole& console)
         throw ZUsageError("'" + sSource + "': its name is no UTF-8, so there is no identifier for it");
     if (!ToId(sSource).IsValid())
         throw ZUsageError("'" + sSource + "' is no identifier of a source: " + NO_IDENTIFIER);
-    std::string sDepFile;
-    if (!options.sDepFile.empty())
-        if (const std::string sWhy = FindOutputPlaceOfReader(options.sDepFile, session.Tree(), session.Out(), sDepFile);
-            !sWhy.empty())
-            throw ZUsageError("'" + options.sDepFile + "' " + sWhy);
+    const std::string sDepFile =
+        options.sDepFile.empty() ? std::string() : OutputPlaceOfReader(options.sDepFile, session.Tree(), session.Out());
     const std::vector<SJob> jobs = JobsOf(options, session.Tree(), sSource);
 
     bool bAllGood = true;

@@ -44,12 +44,8 @@ SPlanPlace PlaceOf(const SOptions& options, const ZHostSession& session)
 /// Where the manifest goes, before anything is done for it; empty for standard output.
 std::string FindPlace(const SOptions& options, const ZHostSession& session)
 {
-    std::string sPlace;
-    if (!options.sOutput.empty())
-        if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutput, session.Tree(), session.Out(), sPlace);
-            !sWhy.empty())
-            throw ZUsageError("'" + options.sOutput + "' " + sWhy);
-    return sPlace;
+    return options.sOutput.empty() ? std::string()
+                                   : OutputPlaceOfReader(options.sOutput, session.Tree(), session.Out());
 }
 
 void Write(const SOptions& options, const std::string& sPlace, ZConsole& console, const std::string& sText)

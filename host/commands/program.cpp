@@ -41,14 +41,9 @@ constexpr struct
 /// A terminal or a pipe is no worse for it.
 void CheckLog(const SOptions& options)
 {
-    std::string sPlace;
     std::error_code error;
-    if (!std::filesystem::is_regular_file(options.sLogFile, error))
-        return;
-    const std::string sWhy =
-        FindOutputPlaceOfReader(options.sLogFile, ZAssetTree(options.session.sAssets), options.session.sOut, sPlace);
-    if (!sWhy.empty())
-        throw ZUsageError("'" + options.sLogFile + "' " + sWhy);
+    if (std::filesystem::is_regular_file(options.sLogFile, error))
+        OutputPlaceOfReader(options.sLogFile, ZAssetTree(options.session.sAssets), options.session.sOut);
 }
 
 } // namespace

@@ -37,10 +37,7 @@ int RunView(const SOptions& options, ZConsole& console)
 {
     RegisterHostModules();
     const ZAssetTree tree(options.session.sAssets);
-    std::string sPlace;
-    if (const std::string sWhy = FindOutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut, sPlace);
-        !sWhy.empty())
-        throw ZUsageError("'" + options.sOutputFile + "' " + sWhy);
+    const std::string sPlace = OutputPlaceOfReader(options.sOutputFile, tree, options.session.sOut);
     SViewSummary summary{options.sOutputFile};
     const auto tell = [&](const SPackedAnimation& packed, const std::string& sError, bool bShown)
     {

@@ -2,6 +2,7 @@
 
 #include "host/files/outputpath.h"
 #include "host/files/resourceids.h"
+#include "host/text/hosterror.h"
 #include "host/text/words.h"
 #include "os/filestamp.h"
 
@@ -77,18 +78,21 @@ std::string FindOutputPlace(const std::string& sWord, const std::vector<std::str
     return {};
 }
 
-std::string FindOutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut,
-                                    std::string& sPath)
+std::string OutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut)
 {
+    const auto refuse = [&sWord](const std::string& sWhy) { throw ZUsageError("'" + sWord + "' " + sWhy); };
+    std::string sPath;
     std::error_code error;
-    if (std::string sWhy = FindOutputPlace(sWord, {}, {}, sPath); !sWhy.empty() || !fs::exists(sPath, error))
-        return sWhy;
+    if (const std::string sWhy = FindOutputPlace(sWord, {}, {}, sPath); !sWhy.empty())
+        refuse(sWhy);
+    if (!fs::exists(sPath, error))
+        return sPath;
     if ((!PlaceBelow(sPath, tree.Root()).empty() && IsRead(sPath)) || IsSourceByAnotherName(tree, sPath))
-        return "is a source of the asset tree and not written over";
+        refuse("is a source of the asset tree and not written over");
     const std::string sPlace = PlaceBelow(sPath, sOut);
     if (sPlace.starts_with(STATE_START) || !IdOfOutputPath(sPlace).empty())
-        return "is what builds keep in the output folder and not written over";
-    return {};
+        refuse("is what builds keep in the output folder and not written over");
+    return sPath;
 }
 
 } // namespace Host

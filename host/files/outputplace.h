@@ -14,9 +14,9 @@ namespace Host
 std::string FindOutputPlace(const std::string& sWord, const std::vector<std::string>& inputs,
                             const std::string& sMayReplace, std::string& sPath);
 
-/// The same for a command that reads an asset tree or what is packed of it. An error is also every source of the tree
-/// and what stands beside one to be read with it, every packed file, and what builds keep in the output folder.
-std::string FindOutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut,
-                                    std::string& sPath);
+/// The same for a command that reads an asset tree or what is packed of it: the place, or ZUsageError. An error is also
+/// every source of the tree and what stands beside one to be read with it, every packed file, and what builds keep in
+/// the output folder.
+std::string OutputPlaceOfReader(const std::string& sWord, const ZAssetTree& tree, const std::string& sOut);
 
 } // namespace Host

@@ -1,5 +1,6 @@
 #include "host/files/outputfile.h"
 #include "host/files/outputplace.h"
+#include "host/text/hosterror.h"
 #include "tests/support/tempfolder.h"
 
 #include <gtest/gtest.h>
@@ -107,7 +108,13 @@ TEST(OutputPlace, NeitherLinksNorInputsNorDevicesAreReplaced)
                                                          {"folder", false},
                                                          {"in", true}};
     for (const auto& [szWord, bGood] : readersCases)
-        EXPECT_EQ(FindOutputPlaceOfReader(folder / szWord, ZAssetTree(folder / "tree"), folder / "out", sPath).empty(),
-                  bGood)
-            << szWord;
+    {
+        SCOPED_TRACE(szWord);
+        const auto place = [&]
+        { return OutputPlaceOfReader(folder / szWord, ZAssetTree(folder / "tree"), folder / "out"); };
+        if (bGood)
+            EXPECT_EQ(place(), folder / szWord);
+        else
+            EXPECT_THROW(place(), ZUsageError);
+    }
 }
