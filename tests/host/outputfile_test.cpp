@@ -110,10 +110,10 @@ TEST(OutputPlace, NeitherLinksNorInputsNorDevicesAreReplaced)
     for (const auto& [szWord, bGood] : readersCases)
     {
         SCOPED_TRACE(szWord);
-        const auto place = [&]
-        { return OutputPlaceOfReader(folder / szWord, ZAssetTree(folder / "tree"), folder / "out"); };
+        const std::string sWord = folder / szWord;
+        const auto place = [&] { return OutputPlaceOfReader(sWord, ZAssetTree(folder / "tree"), folder / "out"); };
         if (bGood)
-            EXPECT_EQ(place(), folder / szWord);
+            EXPECT_EQ(place(), sWord);
         else
             EXPECT_THROW(place(), ZUsageError);
     }
